@@ -1,0 +1,316 @@
+#include "Platform/FileManager.h"
+
+#include "Platform/PlatformError.h"
+#include "Platform/UniqueDescriptor.h"
+
+#include <QFile>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr mode_t userFile = 0600;
+constexpr mode_t userFolder = 0700;
+
+QString parentOf(const QString &path)
+{
+    const qsizetype slash = path.lastIndexOf(u'/');
+    return slash <= 0 ? u"/"_s : path.left(slash);
+}
+
+UniqueDescriptor openFile(const QString &path, int flags)
+{
+    const QByteArray name = QFile::encodeName(path);
+    UniqueDescriptor descriptor(::open(name.constData(), flags | O_CLOEXEC, userFile));
+    if (!descriptor.isValid())
+        throw PlatformError(errno, u"open"_s, path);
+    return descriptor;
+}
+
+void synchronize(int descriptor, const QString &path)
+{
+    if (::fsync(descriptor) != 0)
+        throw PlatformError(errno, u"save"_s, path);
+}
+
+void synchronizeFolder(const QString &path)
+{
+    const UniqueDescriptor folder = openFile(path, O_RDONLY | O_DIRECTORY);
+    // Some network file systems cannot synchronise a folder and say EINVAL; the file itself is safe by then.
+    if (::fsync(folder.get()) != 0 && errno != EINVAL)
+        throw PlatformError(errno, u"save"_s, path);
+}
+
+void writeAll(int descriptor, const char *bytes, qint64 count, const QString &path)
+{
+    while (count > 0) {
+        const ssize_t written = ::write(descriptor, bytes, static_cast<std::size_t>(count));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            throw PlatformError(errno, u"write to"_s, path);
+        bytes += written;
+        count -= written;
+    }
+}
+
+/// A file with a name of its own beside `target`; it is removed unless it was moved into place.
+class TemporaryFile
+{
+public:
+    explicit TemporaryFile(const QString &target)
+        : m_target(target)
+        , m_name(QFile::encodeName(parentOf(target) + u"/.kelvo-XXXXXX"_s))
+        , m_descriptor(::mkostemp(m_name.data(), O_CLOEXEC))
+    {
+        if (!m_descriptor.isValid())
+            throw PlatformError(errno, u"write to"_s, target);
+    }
+    TemporaryFile(const TemporaryFile &) = delete;
+    TemporaryFile &operator=(const TemporaryFile &) = delete;
+    ~TemporaryFile()
+    {
+        if (!m_isMoved)
+            ::unlink(m_name.constData());
+    }
+
+    [[nodiscard]] int descriptor() const { return m_descriptor.get(); }
+
+    void replaceTarget()
+    {
+        synchronize(m_descriptor.get(), m_target);
+        if (::rename(m_name.constData(), QFile::encodeName(m_target).constData()) != 0)
+            throw PlatformError(errno, u"write to"_s, m_target);
+        m_isMoved = true;
+        synchronizeFolder(parentOf(m_target));
+    }
+
+    void becomeNewTarget()
+    {
+        synchronize(m_descriptor.get(), m_target);
+        // link(2) refuses an existing target, which rename(2) would silently replace.
+        if (::link(m_name.constData(), QFile::encodeName(m_target).constData()) != 0)
+            throw PlatformError(errno, u"write to"_s, m_target);
+        synchronizeFolder(parentOf(m_target));
+    }
+
+private:
+    QString m_target;
+    QByteArray m_name;
+    UniqueDescriptor m_descriptor;
+    bool m_isMoved = false;
+};
+
+void copyRange(int from, int to, off_t begin, off_t end, const QString &path)
+{
+    std::array<char, 128 * 1024> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by pread
+    if (::lseek(to, begin, SEEK_SET) < 0)
+        throw PlatformError(errno, u"write to"_s, path);
+    while (begin < end) {
+        const auto wanted = std::min<off_t>(end - begin, static_cast<off_t>(buffer.size()));
+        const ssize_t count = ::pread(from, buffer.data(), static_cast<std::size_t>(wanted), begin);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            throw PlatformError(errno, u"copy"_s, path);
+        if (count == 0)
+            return;
+        writeAll(to, buffer.data(), count, path);
+        begin += count;
+    }
+}
+
+} // namespace
+
+FileManager::~FileManager() = default;
+
+FileManager &FileManager::defaultManager()
+{
+    static FileManager manager;
+    return manager;
+}
+
+QString FileManager::homeDirectoryForCurrentUser() const
+{
+    if (const char *home = std::getenv("HOME"); home != nullptr && *home == '/')
+        return QFile::decodeName(home);
+    if (const passwd *entry = ::getpwuid(::getuid()); entry != nullptr)
+        return QFile::decodeName(entry->pw_dir);
+    return u"/"_s;
+}
+
+bool FileManager::fileExists(const QString &path) const
+{
+    return ::access(QFile::encodeName(path).constData(), F_OK) == 0;
+}
+
+bool FileManager::directoryExists(const QString &path) const
+{
+    struct stat status = {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool FileManager::isExecutableFile(const QString &path) const
+{
+    const QByteArray name = QFile::encodeName(path);
+    struct stat status = {};
+    return ::stat(name.constData(), &status) == 0 && S_ISREG(status.st_mode)
+        && ::access(name.constData(), X_OK) == 0;
+}
+
+void FileManager::createDirectory(const QString &path)
+{
+    if (::mkdir(QFile::encodeName(path).constData(), userFolder) == 0)
+        return;
+    const int code = errno;
+    if (code == EEXIST && directoryExists(path))
+        return;
+    const QString parent = parentOf(path);
+    if (code != ENOENT || parent == path)
+        throw PlatformError(code, u"create folder"_s, path);
+    createDirectory(parent);
+    if (::mkdir(QFile::encodeName(path).constData(), userFolder) != 0 && !directoryExists(path))
+        throw PlatformError(errno, u"create folder"_s, path);
+}
+
+QList<FileManager::DirectoryEntry> FileManager::contentsOfDirectory(const QString &path) const
+{
+    const std::unique_ptr<DIR, int (*)(DIR *)> folder(::opendir(QFile::encodeName(path).constData()),
+                                                      &::closedir);
+    if (!folder)
+        throw PlatformError(errno, u"list folder"_s, path);
+    QList<DirectoryEntry> entries;
+    errno = 0;
+    while (const dirent *entry = ::readdir(folder.get())) {
+        if (entry->d_name[0] != '.') {
+            const QString name = QFile::decodeName(static_cast<const char *>(entry->d_name));
+            const bool needsStatus = entry->d_type == DT_LNK || entry->d_type == DT_UNKNOWN;
+            const bool isDirectory =
+                entry->d_type == DT_DIR || (needsStatus && directoryExists(path + u'/' + name));
+            entries.append({name, isDirectory});
+        }
+        errno = 0;
+    }
+    if (errno != 0)
+        throw PlatformError(errno, u"list folder"_s, path);
+    return entries;
+}
+
+QByteArray FileManager::readFile(const QString &path, qint64 maximumBytes) const
+{
+    const UniqueDescriptor file = openFile(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    struct stat status = {};
+    if (::fstat(file.get(), &status) != 0)
+        throw PlatformError(errno, u"read"_s, path);
+    if (!S_ISREG(status.st_mode))
+        throw PlatformError(S_ISDIR(status.st_mode) ? EISDIR : EINVAL, u"read"_s, path);
+    if (status.st_size > maximumBytes)
+        throw PlatformError(EFBIG, u"read"_s, path);
+
+    // One byte more than the size seen, so that a file that grows meanwhile is noticed.
+    QByteArray bytes(static_cast<qsizetype>(status.st_size) + 1, Qt::Uninitialized);
+    qsizetype length = 0;
+    while (true) {
+        if (length == bytes.size())
+            bytes.resize(bytes.size() * 2);
+        const ssize_t count =
+            ::read(file.get(), bytes.data() + length, static_cast<std::size_t>(bytes.size() - length));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            throw PlatformError(errno, u"read"_s, path);
+        if (count == 0)
+            break;
+        length += count;
+        if (length > maximumBytes)
+            throw PlatformError(EFBIG, u"read"_s, path);
+    }
+    bytes.truncate(length);
+    return bytes;
+}
+
+void FileManager::writeAtomically(const QString &path, const QByteArray &bytes)
+{
+    TemporaryFile temporary(path);
+    writeAll(temporary.descriptor(), bytes.constData(), bytes.size(), path);
+    temporary.replaceTarget();
+}
+
+bool FileManager::createFile(const QString &path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    const UniqueDescriptor file(::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, userFile));
+    return file.isValid();
+}
+
+void FileManager::truncateFile(const QString &path, quint64 length)
+{
+    const UniqueDescriptor file = openFile(path, O_WRONLY | O_NONBLOCK | O_NOCTTY);
+    if (length > static_cast<quint64>(std::numeric_limits<off_t>::max()))
+        throw PlatformError(EFBIG, u"resize"_s, path);
+    if (::ftruncate(file.get(), static_cast<off_t>(length)) != 0)
+        throw PlatformError(errno, u"resize"_s, path);
+}
+
+void FileManager::copyItem(const QString &from, const QString &to)
+{
+    const UniqueDescriptor source = openFile(from, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    struct stat status = {};
+    if (::fstat(source.get(), &status) != 0)
+        throw PlatformError(errno, u"copy"_s, from);
+    if (!S_ISREG(status.st_mode))
+        throw PlatformError(S_ISDIR(status.st_mode) ? EISDIR : EINVAL, u"copy"_s, from);
+
+    TemporaryFile temporary(to);
+    if (::ftruncate(temporary.descriptor(), status.st_size) != 0)
+        throw PlatformError(errno, u"write to"_s, to);
+    off_t position = 0;
+    while (position < status.st_size) {
+        const off_t data = ::lseek(source.get(), position, SEEK_DATA);
+        if (data < 0 && errno == ENXIO)
+            break;
+        if (data < 0)
+            throw PlatformError(errno, u"copy"_s, from);
+        const off_t hole = ::lseek(source.get(), data, SEEK_HOLE);
+        if (hole < 0)
+            throw PlatformError(errno, u"copy"_s, from);
+        copyRange(source.get(), temporary.descriptor(), data, hole, to);
+        position = hole;
+    }
+    temporary.becomeNewTarget();
+}
+
+void FileManager::removeItem(const QString &path)
+{
+    if (::unlink(QFile::encodeName(path).constData()) != 0)
+        throw PlatformError(errno, u"remove"_s, path);
+}
+
+FileManager::FileSizes FileManager::fileSizes(const QString &path) const
+{
+    struct stat status = {};
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
+        throw PlatformError(errno, u"measure"_s, path);
+    constexpr quint64 blockBytes = 512; // stat(2): st_blocks counts 512-byte units
+    return {static_cast<quint64>(status.st_blocks) * blockBytes, static_cast<quint64>(status.st_size)};
+}
+
+std::optional<quint64> FileManager::availableCapacity(const QString &path) const
+{
+    struct statvfs status = {};
+    if (::statvfs(QFile::encodeName(path).constData(), &status) != 0)
+        throw PlatformError(errno, u"measure"_s, path);
+    return static_cast<quint64>(status.f_bavail) * status.f_frsize;
+}
