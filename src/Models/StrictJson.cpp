@@ -1,0 +1,110 @@
+#include "Models/StrictJson.h"
+
+#include <QJsonDocument>
+
+#include <cmath>
+
+namespace StrictJson {
+
+QJsonObject parseObject(const QByteArray &document)
+{
+    const QJsonDocument json = QJsonDocument::fromJson(document);
+    if (!json.isObject())
+        throw Fault();
+    return json.object();
+}
+
+QByteArray write(const QJsonObject &object)
+{
+    // A slash can only stand inside a string, so no other byte is touched.
+    return QJsonDocument(object).toJson(QJsonDocument::Indented).replace("/", "\\/");
+}
+
+std::optional<QString> optionalString(const QJsonObject &object, QLatin1StringView key)
+{
+    const QJsonValue value = object.value(key);
+    if (value.isUndefined())
+        return std::nullopt;
+    if (!value.isString())
+        throw Fault();
+    return value.toString();
+}
+
+std::optional<qint64> optionalInteger(const QJsonObject &object, QLatin1StringView key)
+{
+    const QJsonValue value = object.value(key);
+    if (value.isUndefined())
+        return std::nullopt;
+    const qint64 integer = value.toInteger(0);
+    const bool isInteger = integer != 0 || value.toInteger(1) == 0;
+    if (!value.isDouble() || !isInteger)
+        throw Fault();
+    return integer;
+}
+
+std::optional<double> optionalDouble(const QJsonObject &object, QLatin1StringView key)
+{
+    const QJsonValue value = object.value(key);
+    if (value.isUndefined())
+        return std::nullopt;
+    if (!value.isDouble() || !std::isfinite(value.toDouble()))
+        throw Fault();
+    return value.toDouble();
+}
+
+static int digits(QStringView text)
+{
+    int number = 0;
+    for (const QChar character : text) {
+        if (character < u'0' || character > u'9')
+            throw Fault();
+        number = number * 10 + (character.unicode() - u'0');
+    }
+    return number;
+}
+
+static QDateTime date(QStringView text)
+{
+    constexpr QStringView form = u"0000-00-00T00:00:00Z";
+    if (text.size() != form.size())
+        throw Fault();
+    for (const qsizetype position : {4, 7, 10, 13, 16, 19})
+        if (text[position] != form[position])
+            throw Fault();
+    const QDate day(digits(text.sliced(0, 4)), digits(text.sliced(5, 2)), digits(text.sliced(8, 2)));
+    const QTime time(digits(text.sliced(11, 2)), digits(text.sliced(14, 2)), digits(text.sliced(17, 2)));
+    if (!day.isValid() || !time.isValid())
+        throw Fault();
+    return {day, time, Qt::UTC};
+}
+
+std::optional<QDateTime> optionalDate(const QJsonObject &object, QLatin1StringView key)
+{
+    const std::optional<QString> text = optionalString(object, key);
+    if (!text)
+        return std::nullopt;
+    return date(*text);
+}
+
+QString dateText(const QDateTime &date)
+{
+    return date.toUTC().toString(u"yyyy-MM-dd'T'HH:mm:ss'Z'");
+}
+
+QUuid uuid(const QString &text)
+{
+    constexpr qsizetype length = 36;
+    if (text.size() != length)
+        throw Fault();
+    for (qsizetype position = 0; position < length; ++position) {
+        const bool isHyphen = position == 8 || position == 13 || position == 18 || position == 23;
+        const char16_t character = text[position].unicode();
+        const bool isHexadecimal = (character >= u'0' && character <= u'9')
+            || (character >= u'a' && character <= u'f') || (character >= u'A' && character <= u'F');
+        if (isHyphen ? character != u'-' : !isHexadecimal)
+            throw Fault();
+    }
+    return QUuid::fromString(text);
+}
+
+} // namespace StrictJson

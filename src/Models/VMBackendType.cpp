@@ -1,0 +1,22 @@
+#include "Models/VMBackendType.h"
+
+#include "Models/RawText.h"
+
+using namespace Qt::StringLiterals;
+
+static constexpr std::array<RawText<VMBackendType>, 2> table = {{
+    {VMBackendType::appleVirtualization, "Apple Virtualization"_L1},
+    {VMBackendType::qemuHVF, "QEMU (HVF)"_L1},
+}};
+
+QString rawValue(VMBackendType backend) { return rawTextOf(table, backend); }
+
+std::optional<VMBackendType> vmBackendTypeFromRawValue(QStringView text) { return fromRawText(table, text); }
+
+QString displayName(VMBackendType backend) { return rawValue(backend); }
+
+VMBackendType recommendedBackend(GuestOperatingSystem guestOS)
+{
+    return guestOS == GuestOperatingSystem::windows11ARM64 ? VMBackendType::qemuHVF
+                                                           : VMBackendType::appleVirtualization;
+}

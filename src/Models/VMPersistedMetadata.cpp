@@ -1,0 +1,41 @@
+#include "Models/VMPersistedMetadata.h"
+
+#include "Models/StrictJson.h"
+#include "Models/VMStorageError.h"
+
+using namespace Qt::StringLiterals;
+using namespace StrictJson;
+
+QByteArray encodeMetadata(const VMPersistedMetadata &metadata)
+{
+    QJsonObject object = {
+        {"version"_L1, metadata.version},
+        {"installationState"_L1, rawValue(metadata.installationState)},
+    };
+    if (metadata.lastBootedAt)
+        object.insert("lastBootedAt"_L1, dateText(*metadata.lastBootedAt));
+    if (metadata.notes)
+        object.insert("notes"_L1, *metadata.notes);
+    if (metadata.installationCompletedAt)
+        object.insert("installationCompletedAt"_L1, dateText(*metadata.installationCompletedAt));
+    return StrictJson::write(object);
+}
+
+VMPersistedMetadata decodeMetadata(const QByteArray &document)
+{
+    constexpr qint64 versionBeforeItWasWritten = 1;
+    try {
+        const QJsonObject object = parseObject(document);
+        VMPersistedMetadata metadata;
+        metadata.version = optionalInteger(object, "version"_L1).value_or(versionBeforeItWasWritten);
+        metadata.lastBootedAt = optionalDate(object, "lastBootedAt"_L1);
+        metadata.notes = optionalString(object, "notes"_L1);
+        metadata.installationState =
+            optionalCase(object, "installationState"_L1, vmInstallationStateFromRawValue)
+                .value_or(VMInstallationState::notStarted);
+        metadata.installationCompletedAt = optionalDate(object, "installationCompletedAt"_L1);
+        return metadata;
+    } catch (const Fault &) {
+        throw VMStorageError::decodingFailed();
+    }
+}

@@ -1,0 +1,100 @@
+#include "Models/VMState.h"
+
+#include "Models/RawText.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr std::array<RawText<VMState>, 7> rawTexts = {{
+    {VMState::poweredOff, "poweredOff"_L1},
+    {VMState::starting, "starting"_L1},
+    {VMState::running, "running"_L1},
+    {VMState::paused, "paused"_L1},
+    {VMState::stopping, "stopping"_L1},
+    {VMState::suspended, "suspended"_L1},
+    {VMState::error, "error"_L1},
+}};
+
+constexpr std::array<RawText<VMState>, 7> displayNames = {{
+    {VMState::poweredOff, "Powered Off"_L1},
+    {VMState::starting, "Starting"_L1},
+    {VMState::running, "Running"_L1},
+    {VMState::paused, "Paused"_L1},
+    {VMState::stopping, "Stopping"_L1},
+    {VMState::suspended, "Suspended"_L1},
+    {VMState::error, "Error"_L1},
+}};
+
+struct Move
+{
+    VMState from;
+    VMState to;
+    bool operator==(const Move &) const = default;
+};
+
+constexpr std::array allowedMoves = {
+    Move{VMState::poweredOff, VMState::starting}, Move{VMState::starting, VMState::running},
+    Move{VMState::starting, VMState::error},      Move{VMState::running, VMState::paused},
+    Move{VMState::running, VMState::stopping},    Move{VMState::running, VMState::suspended},
+    Move{VMState::running, VMState::error},       Move{VMState::paused, VMState::running},
+    Move{VMState::paused, VMState::stopping},     Move{VMState::stopping, VMState::poweredOff},
+    Move{VMState::stopping, VMState::error},      Move{VMState::suspended, VMState::starting},
+    Move{VMState::error, VMState::starting},
+};
+
+} // namespace
+
+QString rawValue(VMState state) { return rawTextOf(rawTexts, state); }
+
+std::optional<VMState> vmStateFromRawValue(QStringView text) { return fromRawText(rawTexts, text); }
+
+QString displayName(VMState state) { return rawTextOf(displayNames, state); }
+
+bool canStart(VMState state)
+{
+    return state == VMState::poweredOff || state == VMState::paused || state == VMState::suspended
+        || state == VMState::error;
+}
+
+bool canStop(VMState state)
+{
+    return state == VMState::starting || state == VMState::running || state == VMState::paused;
+}
+
+bool canPause(VMState state) { return state == VMState::running; }
+
+bool canResume(VMState state) { return state == VMState::paused; }
+
+VMStateTransitionError::VMStateTransitionError(Case errorCase, const QString &text, VMState current,
+                                               const QString &action)
+    : LocalizedError(text)
+    , m_case(errorCase)
+    , m_current(current)
+    , m_action(action)
+{}
+
+VMStateTransitionError VMStateTransitionError::invalidTransition(VMState current, const QString &action)
+{
+    const QString text =
+        u"Cannot "_s + action + u" while virtual machine is "_s + displayName(current).toLower() + u'.';
+    return {Case::invalidTransition, text, current, action};
+}
+
+VMStateTransitionError VMStateTransitionError::operationInProgress()
+{
+    return {Case::operationInProgress, u"Another virtualization operation is already in progress."_s,
+            VMState::poweredOff, QString()};
+}
+
+void VMStateMachine::transition(VMState to)
+{
+    if (std::ranges::find(allowedMoves, Move{m_state, to}) != allowedMoves.end()) {
+        m_state = to;
+        return;
+    }
+    if (to != m_state)
+        throw VMStateTransitionError::invalidTransition(m_state, displayName(to));
+}

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "Platform/LocalizedError.h"
+
+#include <array>
+#include <optional>
+
+/// Where a guest's run is, as its backend sees it.
+enum class VMState { poweredOff, starting, running, paused, stopping, suspended, error };
+
+inline constexpr std::array allVMStates = {
+    VMState::poweredOff, VMState::starting,  VMState::running, VMState::paused,
+    VMState::stopping,   VMState::suspended, VMState::error,
+};
+
+/// The stored form.
+[[nodiscard]] QString rawValue(VMState state);
+[[nodiscard]] std::optional<VMState> vmStateFromRawValue(QStringView text);
+[[nodiscard]] QString displayName(VMState state);
+[[nodiscard]] bool canStart(VMState state);
+[[nodiscard]] bool canStop(VMState state);
+[[nodiscard]] bool canPause(VMState state);
+[[nodiscard]] bool canResume(VMState state);
+
+class VMStateTransitionError final : public LocalizedError
+{
+public:
+    enum class Case { invalidTransition, operationInProgress };
+
+    /// `action` completes "Cannot … while virtual machine is …".
+    [[nodiscard]] static VMStateTransitionError invalidTransition(VMState current, const QString &action);
+    [[nodiscard]] static VMStateTransitionError operationInProgress();
+
+    [[nodiscard]] Case errorCase() const { return m_case; }
+    /// The state in which the move was refused; `invalidTransition` only.
+    [[nodiscard]] VMState current() const { return m_current; }
+    [[nodiscard]] const QString &action() const { return m_action; }
+
+private:
+    VMStateTransitionError(Case errorCase, const QString &text, VMState current, const QString &action);
+
+    Case m_case;
+    VMState m_current;
+    QString m_action;
+};
+
+/// The moves that make sense; each backend controller changes its state through one of these.
+class VMStateMachine
+{
+public:
+    [[nodiscard]] VMState state() const { return m_state; }
+
+    /// Throws VMStateTransitionError::invalidTransition for a move outside the table; a repeated state is fine.
+    void transition(VMState to);
+    /// For what happens without being asked: the guest stopped, its process ended.
+    void forceSet(VMState state) { m_state = state; }
+
+private:
+    VMState m_state = VMState::poweredOff;
+};

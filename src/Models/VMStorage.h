@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Models/VMConfiguration.h"
+#include "Models/VMPersistedMetadata.h"
+
+class FileManager;
+
+/// Writes a bundle's two documents and finds all bundles of a root folder. A value; used on the main thread.
+class VMStorage
+{
+public:
+    static constexpr qint64 maximumDocumentBytes = 1024 * 1024;
+
+    /// `fileManager` must outlive every copy.
+    VMStorage(const QUrl &rootDirectory, FileManager &fileManager);
+
+    [[nodiscard]] const QUrl &rootDirectory() const { return m_rootDirectory; }
+
+    /// Makes the root folder with its parents. Throws PlatformError.
+    void ensureRootDirectory() const;
+    /// Writes "config.json", with the time of saving as its `modifiedAt`, then "metadata.json"; absent metadata
+    /// is written as a fresh record. Throws PlatformError or VMStorageError; an earlier document stays then.
+    void save(const VMConfiguration &configuration, const std::optional<VMPersistedMetadata> &metadata) const;
+    void saveMetadata(const VMPersistedMetadata &metadata, const VMConfiguration &configuration) const;
+    /// Every readable bundle directly inside the root, by name as people sort; unreadable ones are left out.
+    /// Throws PlatformError when the root itself cannot be made or listed.
+    [[nodiscard]] QList<VMConfiguration> scanVirtualMachines() const;
+    /// Throws VMStorageError (invalidBundle without a "config.json", decodingFailed) or PlatformError.
+    [[nodiscard]] VMConfiguration loadConfiguration(const QUrl &bundle) const;
+    /// A fresh record where there is no "metadata.json". Throws VMStorageError or PlatformError.
+    [[nodiscard]] VMPersistedMetadata loadMetadata(const QUrl &bundle) const;
+
+private:
+    QUrl m_rootDirectory;
+    FileManager *m_fileManager;
+};
