@@ -1,0 +1,8 @@
+#include "Services/ISOService.h"
+
+using namespace Qt::StringLiterals;
+
+QStringList ISOService::isoContentTypes() const
+{
+    return {u"public.iso-image"_s, u"public.disk-image"_s, u"public.data"_s};
+}
