@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Models/VMConfiguration.h"
+#include "Models/VMState.h"
+
+#include <QCoroTask>
+
+class VZVirtualMachine;
+
+enum class VMBuildMode {
+    normalBoot,  ///< the installed disk
+    installation ///< the installation media attached
+};
+
+enum class VMDisplayKind {
+    hypervisorView, ///< the host hypervisor layer's own view
+    vnc             ///< an RFB server at vncHost() and vncPort()
+};
+
+/// One virtual machine on one backend. A call that finds the controller busy fails with
+/// KelvoError::operationInProgress, one that does not fit the state with VMStateTransitionError. The state may
+/// also change unasked (the guest shut down, its process ended). Main thread only; operations suspend there.
+class VMBackendController
+{
+public:
+    VMBackendController() = default;
+    VMBackendController(const VMBackendController &) = delete;
+    VMBackendController &operator=(const VMBackendController &) = delete;
+    virtual ~VMBackendController() = default;
+
+    [[nodiscard]] virtual VMState state() const = 0;
+    [[nodiscard]] virtual VMBackendType backendType() const = 0;
+    [[nodiscard]] virtual VMDisplayKind displayKind() const = 0;
+    /// The layer's machine for its display view; null without one.
+    [[nodiscard]] virtual VZVirtualMachine *vzMachine() const = 0;
+    [[nodiscard]] virtual std::optional<QString> vncHost() const = 0;
+    [[nodiscard]] virtual std::optional<qint64> vncPort() const = 0;
+
+    /// Prepares the next start; starts nothing. Throws.
+    virtual void configure(const VMConfiguration &configuration, VMBuildMode mode,
+                           const std::optional<QUrl> &attachISO) = 0;
+    /// Done when the guest runs.
+    [[nodiscard]] virtual QCoro::Task<> start() = 0;
+    /// Done when it has stopped.
+    [[nodiscard]] virtual QCoro::Task<> stop() = 0;
+    [[nodiscard]] virtual QCoro::Task<> pause() = 0;
+    [[nodiscard]] virtual QCoro::Task<> resume() = 0;
+    virtual void resetStateMachine(VMState to) = 0;
+};

@@ -1,0 +1,189 @@
+#include "Virtualization/VMManager.h"
+
+#include "Platform/FileManager.h"
+#include "Platform/Hypervisor/VZVirtualMachine.h"
+#include "Services/DiagnosticLogger.h"
+#include "Virtualization/Backend/KelvoError.h"
+#include "Virtualization/Backend/VMBackendController.h"
+#include "Virtualization/Backend/VMBackendFactory.h"
+
+#include <QSet>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+VMPersistedMetadata metadataOrFresh(const VMStorage &storage, const QUrl &bundle)
+{
+    try {
+        return storage.loadMetadata(bundle);
+    } catch (const LocalizedError &) {
+        return {}; // a machine is worth more than the record of its use
+    }
+}
+
+} // namespace
+
+VMManager::VMManager(const Collaborators &collaborators, QObject *parent)
+    : QObject(parent)
+    , m_storage(collaborators.storage)
+    , m_diskManager(collaborators.diskManager)
+    , m_installer(collaborators.installer)
+    , m_qemuDependencyService(collaborators.qemuDependencyService)
+    , m_makeController(collaborators.makeController)
+    , m_systemCapabilities(collaborators.systemInfoService.currentCapabilities())
+{}
+
+VMManager::~VMManager() = default;
+
+VMManager::Collaborators VMManager::defaultCollaborators()
+{
+    return {
+        .storage = VMStorage(VMConfiguration::defaultStorageRoot(), FileManager::defaultManager()),
+        .diskManager = DiskManager(),
+        .installer = VMInstaller(),
+        .systemInfoService = SystemInfoService(),
+        .qemuDependencyService = QEMUDependencyService(),
+        .makeController = &VMBackendFactory::makeController,
+    };
+}
+
+VirtualMachine *VMManager::virtualMachine(const QUuid &id) const
+{
+    const auto found = std::ranges::find(m_virtualMachines, id, &VirtualMachine::id);
+    return found == m_virtualMachines.end() ? nullptr : *found;
+}
+
+VirtualMachine *VMManager::makeVirtualMachine(const VMConfiguration &configuration,
+                                              const VMPersistedMetadata &metadata)
+{
+    m_metadataByVMID.insert(configuration.id, metadata);
+    auto *vm = new VirtualMachine(configuration, VMState::poweredOff, metadata.installationState, this);
+    refreshDiskUsage(*vm);
+    return vm;
+}
+
+QCoro::Task<> VMManager::loadVirtualMachines()
+{
+    QList<VMConfiguration> configurations;
+    try {
+        configurations = m_storage.scanVirtualMachines();
+    } catch (const LocalizedError &error) {
+        DiagnosticLogger::shared().log(u"Failed to load VMs: "_s + error.localizedDescription(),
+                                       LogLevel::error);
+        co_return;
+    }
+
+    QList<VirtualMachine *> loaded;
+    loaded.reserve(configurations.size());
+    for (VMConfiguration &configuration : configurations) {
+        if (configuration.guestOS == GuestOperatingSystem::windows11ARM64)
+            configuration.backend = VMBackendType::qemuHVF;
+        loaded.append(
+            makeVirtualMachine(configuration, metadataOrFresh(m_storage, configuration.storageDirectory)));
+    }
+    const QList<VirtualMachine *> replaced = std::exchange(m_virtualMachines, loaded);
+    Q_EMIT virtualMachinesChanged();
+    for (VirtualMachine *vm : replaced)
+        vm->deleteLater();
+    DiagnosticLogger::shared().log(u"Loaded %1 virtual machine(s)"_s.arg(loaded.size()), LogLevel::info);
+}
+
+QCoro::Task<VirtualMachine *> VMManager::createVirtualMachine(VMConfiguration configuration)
+{
+    configuration.backend = recommendedBackend(configuration.guestOS);
+    validateBackendAvailability(configuration);
+    VMConfigurationValidator::validate(configuration);
+    avoidKnownVNCPorts(configuration);
+    m_storage.ensureRootDirectory();
+    m_diskManager.createDisk(configuration.diskURL(), configuration.diskSizeBytes);
+
+    VMPersistedMetadata metadata;
+    metadata.installationState = configuration.installationMediaURL() ? VMInstallationState::ready
+                                                                      : VMInstallationState::notStarted;
+    m_storage.save(configuration, metadata);
+
+    VirtualMachine *vm = makeVirtualMachine(configuration, metadata);
+    m_virtualMachines.append(vm);
+    Q_EMIT virtualMachinesChanged();
+    const QString message =
+        u"VM created: "_s + configuration.name + u" ["_s + displayName(configuration.backend) + u']';
+    DiagnosticLogger::shared().log(message, LogLevel::info);
+    co_return vm;
+}
+
+void VMManager::avoidKnownVNCPorts(VMConfiguration &configuration) const
+{
+    constexpr qsizetype portCount = 100;
+    QSet<qint64> knownPorts;
+    for (const VirtualMachine *vm : m_virtualMachines)
+        if (const qint64 port = vm->configuration().vncPort; port > 5900 && port <= 5900 + portCount)
+            knownPorts.insert(port);
+    if (knownPorts.size() == portCount)
+        return;
+    while (knownPorts.contains(configuration.vncPort)) {
+        configuration.id = QUuid::createUuid();
+        configuration.vncPort = VMConfiguration::defaultVNCPort(configuration.id);
+    }
+}
+
+void VMManager::saveConfiguration(VirtualMachine &vm)
+{
+    std::optional<VMPersistedMetadata> metadata;
+    if (const auto found = m_metadataByVMID.constFind(vm.id()); found != m_metadataByVMID.constEnd())
+        metadata = *found;
+    m_storage.save(vm.configuration(), metadata);
+}
+
+void VMManager::refreshDiskUsage(VirtualMachine &vm)
+{
+    try {
+        const VMConfiguration configuration = vm.configuration();
+        const DiskInfo info = m_diskManager.diskInfo(configuration.diskURL(), configuration.diskSizeBytes);
+        vm.setActualDiskUsageBytes(info.actualUsageBytes);
+    } catch (const LocalizedError &) {
+        // An image that cannot be measured keeps the figure that was known.
+    }
+}
+
+VMBackendController &VMManager::controller(const VirtualMachine &vm)
+{
+    std::unique_ptr<VMBackendController> &controller = m_controllers[vm.id()];
+    if (!controller)
+        controller = m_makeController(vm.configuration().backend);
+    return *controller;
+}
+
+void VMManager::validateBackendAvailability(const VMConfiguration &configuration) const
+{
+    switch (configuration.backend) {
+    case VMBackendType::appleVirtualization:
+        if (!VZVirtualMachine::isSupported())
+            throw KelvoError::virtualizationUnavailable();
+        return;
+    case VMBackendType::qemuHVF:
+        const QEMUDependencyStatus status = m_qemuDependencyService.status();
+        if (!status.isReady())
+            throw KelvoError::qemuDependenciesMissing(status.missingComponents.join(u", "));
+        return;
+    }
+}
+
+void VMManager::updateMetadata(const VirtualMachine &vm,
+                               const std::function<void(VMPersistedMetadata &)> &change)
+{
+    VMPersistedMetadata &metadata = m_metadataByVMID[vm.id()];
+    change(metadata);
+    m_storage.saveMetadata(metadata, vm.configuration());
+}
+
+void VMManager::setActive(VMBackendController *controller, const std::optional<QUuid> &id)
+{
+    m_activeController = controller;
+    if (m_activeVMID == id)
+        return;
+    m_activeVMID = id;
+    Q_EMIT activeVMIDChanged();
+}

@@ -1,0 +1,103 @@
+#pragma once
+
+#include "Models/VMStorage.h"
+#include "Models/VirtualMachine.h"
+#include "Services/QEMUDependencyService.h"
+#include "Services/SystemInfoService.h"
+#include "Virtualization/DiskManager.h"
+#include "Virtualization/VMInstaller.h"
+
+#include <QCoroTask>
+#include <QHash>
+#include <QObject>
+
+#include <functional>
+#include <map>
+#include <memory>
+
+class VMBackendController;
+
+/// The single owner of all virtual machines: finds and makes them on disk, keeps one backend controller for each
+/// and drives it. Operations on one machine never overlap (its `operationInProgress`), different machines are
+/// independent. A failed operation throws into its task; main thread only.
+class VMManager : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QList<VirtualMachine *> virtualMachines READ virtualMachines NOTIFY virtualMachinesChanged)
+
+public:
+    using ControllerFactory = std::function<std::unique_ptr<VMBackendController>(VMBackendType)>;
+
+    struct Collaborators
+    {
+        VMStorage storage;
+        DiskManager diskManager;
+        VMInstaller installer;
+        SystemInfoService systemInfoService;
+        QEMUDependencyService qemuDependencyService;
+        ControllerFactory makeController;
+    };
+
+    explicit VMManager(const Collaborators &collaborators, QObject *parent = nullptr);
+    ~VMManager() override;
+    /// Over the user's own storage root and the real host.
+    [[nodiscard]] static Collaborators defaultCollaborators();
+
+    /// In the order of loading, new ones last.
+    [[nodiscard]] const QList<VirtualMachine *> &virtualMachines() const { return m_virtualMachines; }
+    [[nodiscard]] VirtualMachine *virtualMachine(const QUuid &id) const;
+    /// The controller of the machine that was started last; null without one.
+    [[nodiscard]] VMBackendController *activeController() const { return m_activeController; }
+    [[nodiscard]] std::optional<QUuid> activeVMID() const { return m_activeVMID; }
+    [[nodiscard]] const SystemCapabilities &systemCapabilities() const { return m_systemCapabilities; }
+    [[nodiscard]] const QEMUDependencyService &qemuDependencyService() const { return m_qemuDependencyService; }
+
+    /// Replaces the list with what is on disk; a failure is logged and the list stays.
+    QCoro::Task<> loadVirtualMachines();
+    /// Makes the files and appends the machine. The backend is the guest's recommended one; an identifier whose
+    /// VNC port a known machine has is exchanged for one with a free port, as long as there is one. Documents
+    /// that are already in the folder are overwritten.
+    QCoro::Task<VirtualMachine *> createVirtualMachine(VMConfiguration configuration);
+    void saveConfiguration(VirtualMachine &vm);
+    void refreshDiskUsage(VirtualMachine &vm);
+    /// Made on first use and kept, also when the machine's backend changes later.
+    [[nodiscard]] VMBackendController &controller(const VirtualMachine &vm);
+    /// Throws KelvoError when this host cannot run the configuration's backend.
+    void validateBackendAvailability(const VMConfiguration &configuration) const;
+
+    /// `attachISO`: an image for an installed machine's ordinary boot.
+    QCoro::Task<> start(VirtualMachine *vm, std::optional<QUrl> attachISO = std::nullopt);
+    QCoro::Task<> stop(VirtualMachine *vm);
+    QCoro::Task<> pause(VirtualMachine *vm);
+    QCoro::Task<> resume(VirtualMachine *vm);
+    /// `isoURL` goes before the configuration's own image.
+    QCoro::Task<> beginInstallation(VirtualMachine *vm, std::optional<QUrl> isoURL = std::nullopt);
+    void completeInstallation(VirtualMachine &vm);
+    /// Takes over what controllers changed on their own since they were last read.
+    void refreshStates();
+
+Q_SIGNALS:
+    void virtualMachinesChanged();
+    void activeVMIDChanged();
+
+private:
+    class Operation;
+
+    void updateMetadata(const VirtualMachine &vm, const std::function<void(VMPersistedMetadata &)> &change);
+    void setActive(VMBackendController *controller, const std::optional<QUuid> &id);
+    void avoidKnownVNCPorts(VMConfiguration &configuration) const;
+    [[nodiscard]] VirtualMachine *makeVirtualMachine(const VMConfiguration &configuration,
+                                                     const VMPersistedMetadata &metadata);
+
+    VMStorage m_storage;
+    DiskManager m_diskManager;
+    VMInstaller m_installer;
+    QEMUDependencyService m_qemuDependencyService;
+    ControllerFactory m_makeController;
+    SystemCapabilities m_systemCapabilities;
+    QList<VirtualMachine *> m_virtualMachines;
+    std::map<QUuid, std::unique_ptr<VMBackendController>> m_controllers;
+    QHash<QUuid, VMPersistedMetadata> m_metadataByVMID;
+    VMBackendController *m_activeController = nullptr;
+    std::optional<QUuid> m_activeVMID;
+};

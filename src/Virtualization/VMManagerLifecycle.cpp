@@ -1,0 +1,184 @@
+#include "Services/DiagnosticLogger.h"
+#include "Virtualization/Backend/KelvoError.h"
+#include "Virtualization/Backend/VMBackendController.h"
+#include "Virtualization/VMManager.h"
+
+#include <QPointer>
+
+using namespace Qt::StringLiterals;
+
+/// Marks a machine as busy for its own lifetime; refuses one that already is.
+class VMManager::Operation
+{
+public:
+    explicit Operation(VirtualMachine *vm)
+        : m_vm(vm)
+    {
+        m_vm->setOperationInProgress(true);
+    }
+    Operation(const Operation &) = delete;
+    Operation &operator=(const Operation &) = delete;
+    ~Operation()
+    {
+        if (m_vm)
+            m_vm->setOperationInProgress(false);
+    }
+
+    static void refuseWhileBusy(const VirtualMachine &vm)
+    {
+        if (vm.operationInProgress())
+            throw KelvoError::operationInProgress();
+    }
+
+private:
+    QPointer<VirtualMachine> m_vm;
+};
+
+namespace {
+
+void recordFailure(VirtualMachine *vm)
+{
+    if (vm == nullptr)
+        return;
+    vm->setState(VMState::error);
+    vm->setLastError(currentExceptionDescription());
+}
+
+QDateTime now() { return QDateTime::currentDateTimeUtc(); }
+
+} // namespace
+
+QCoro::Task<> VMManager::start(VirtualMachine *vm, std::optional<QUrl> attachISO)
+{
+    Operation::refuseWhileBusy(*vm);
+    if (vm->installationState() != VMInstallationState::completed && attachISO)
+        throw KelvoError::configurationInvalid(u"Use Install to boot from installation media."_s);
+    validateBackendAvailability(vm->configuration());
+
+    const QPointer<VMManager> self(this);
+    const QPointer<VirtualMachine> machine(vm);
+    const Operation operation(vm);
+    VMBackendController &backend = controller(*vm);
+    vm->setState(VMState::starting);
+    vm->setLastError(std::nullopt);
+    try {
+        backend.configure(vm->configuration(), VMBuildMode::normalBoot, attachISO);
+        const QCoro::Task<> start = backend.start();
+        co_await start;
+        if (!self || !machine)
+            co_return;
+        machine->setState(backend.state());
+        setActive(&backend, machine->id());
+        updateMetadata(*machine, [](VMPersistedMetadata &metadata) { metadata.lastBootedAt = now(); });
+    } catch (...) {
+        recordFailure(machine);
+        throw;
+    }
+}
+
+QCoro::Task<> VMManager::stop(VirtualMachine *vm)
+{
+    Operation::refuseWhileBusy(*vm);
+    const QPointer<VMManager> self(this);
+    const QPointer<VirtualMachine> machine(vm);
+    const Operation operation(vm);
+    VMBackendController &backend = controller(*vm);
+    vm->setState(VMState::stopping);
+    try {
+        const QCoro::Task<> stop = backend.stop();
+        co_await stop;
+    } catch (...) {
+        recordFailure(machine);
+        throw;
+    }
+    if (!self || !machine)
+        co_return;
+    machine->setState(backend.state());
+    if (m_activeVMID == machine->id())
+        setActive(nullptr, std::nullopt);
+}
+
+QCoro::Task<> VMManager::pause(VirtualMachine *vm)
+{
+    Operation::refuseWhileBusy(*vm);
+    const QPointer<VMManager> self(this);
+    const QPointer<VirtualMachine> machine(vm);
+    const Operation operation(vm);
+    VMBackendController &backend = controller(*vm);
+    const QCoro::Task<> pause = backend.pause();
+    co_await pause;
+    if (self && machine)
+        machine->setState(backend.state());
+}
+
+QCoro::Task<> VMManager::resume(VirtualMachine *vm)
+{
+    Operation::refuseWhileBusy(*vm);
+    const QPointer<VMManager> self(this);
+    const QPointer<VirtualMachine> machine(vm);
+    const Operation operation(vm);
+    VMBackendController &backend = controller(*vm);
+    const QCoro::Task<> resume = backend.resume();
+    co_await resume;
+    if (self && machine)
+        machine->setState(backend.state());
+}
+
+QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUrl> isoURL)
+{
+    Operation::refuseWhileBusy(*vm);
+    if (vm->installationState() == VMInstallationState::completed)
+        throw KelvoError::configurationInvalid(u"This virtual machine is already installed."_s);
+    validateBackendAvailability(vm->configuration());
+
+    const QPointer<VMManager> self(this);
+    const QPointer<VirtualMachine> machine(vm);
+    const Operation operation(vm);
+    const QUrl image = m_installer.resolveISO(vm->configuration(), isoURL);
+    VMBackendController &backend = controller(*vm);
+    vm->setState(VMState::starting);
+    vm->setLastError(std::nullopt);
+    vm->setInstallationState(VMInstallationState::inProgress);
+    try {
+        backend.configure(vm->configuration(), VMBuildMode::installation, image);
+        const QCoro::Task<> start = backend.start();
+        co_await start;
+        if (!self || !machine)
+            co_return;
+        machine->setState(backend.state());
+        setActive(&backend, machine->id());
+        updateMetadata(*machine, [](VMPersistedMetadata &metadata) {
+            metadata.installationState = VMInstallationState::inProgress;
+            metadata.lastBootedAt = now();
+        });
+    } catch (...) {
+        recordFailure(machine);
+        if (machine)
+            machine->setInstallationState(VMInstallationState::ready);
+        throw;
+    }
+    DiagnosticLogger::shared().log(u"Started installation for "_s + machine->name(), LogLevel::info);
+}
+
+void VMManager::completeInstallation(VirtualMachine &vm)
+{
+    if (vm.state() != VMState::poweredOff)
+        throw KelvoError::configurationInvalid(
+            u"Stop the virtual machine before marking installation complete."_s);
+    vm.setInstallationState(VMInstallationState::completed);
+    updateMetadata(vm, [](VMPersistedMetadata &metadata) {
+        metadata.installationState = VMInstallationState::completed;
+        metadata.installationCompletedAt = now();
+    });
+    DiagnosticLogger::shared().log(u"Marked installation complete for "_s + vm.name(), LogLevel::info);
+}
+
+void VMManager::refreshStates()
+{
+    for (VirtualMachine *vm : std::as_const(m_virtualMachines)) {
+        const bool mayHaveEnded = vm->state() == VMState::running || vm->state() == VMState::paused;
+        const auto found = m_controllers.find(vm->id());
+        if (mayHaveEnded && !vm->operationInProgress() && found != m_controllers.end())
+            vm->setState(found->second->state());
+    }
+}
