@@ -1,0 +1,47 @@
+#include "support/FakeController.h"
+
+#include "Platform/FileUrl.h"
+#include "Virtualization/Backend/KelvoError.h"
+
+#include <QCoroSignal>
+
+using namespace Qt::StringLiterals;
+
+void FakeController::release()
+{
+    holdsOperations = false;
+    Q_EMIT released();
+}
+
+std::optional<QString> FakeController::vncHost() const
+{
+    return display == VMDisplayKind::vnc ? std::optional(u"127.0.0.1"_s) : std::nullopt;
+}
+
+void FakeController::note(const QString &call)
+{
+    calls.append(call);
+    if (!failingCall.isEmpty() && call.startsWith(failingCall))
+        throw KelvoError::internalError(failingCall + u" failed."_s);
+}
+
+void FakeController::configure(const VMConfiguration &configuration, VMBuildMode mode,
+                               const std::optional<QUrl> &attachISO)
+{
+    const QString modeName = mode == VMBuildMode::installation ? u"installation"_s : u"normalBoot"_s;
+    note(u"configure %1 %2"_s.arg(modeName, attachISO ? FileUrl::lastComponent(*attachISO) : u"-"_s));
+    port = configuration.vncPort;
+}
+
+QCoro::Task<> FakeController::operate(QString call, VMState target)
+{
+    if (holdsOperations)
+        co_await qCoro(this, &FakeController::released);
+    note(call);
+    currentState = target;
+}
+
+QCoro::Task<> FakeController::start() { return operate(u"start"_s, VMState::running); }
+QCoro::Task<> FakeController::stop() { return operate(u"stop"_s, VMState::poweredOff); }
+QCoro::Task<> FakeController::pause() { return operate(u"pause"_s, VMState::paused); }
+QCoro::Task<> FakeController::resume() { return operate(u"resume"_s, VMState::running); }
