@@ -16,11 +16,12 @@ class VMManager;
 class AppState : public QObject
 {
     Q_OBJECT
-    Q_PROPERTY(SidebarSectionEnum::SidebarSection selectedSection READ selectedSection WRITE setSelectedSection
-                   NOTIFY selectedSectionChanged)
+    Q_PROPERTY(SidebarSectionEnum::SidebarSection selectedSection READ selectedSection WRITE
+                   setSelectedSection NOTIFY selectedSectionChanged)
     Q_PROPERTY(VirtualMachine *selectedVM READ selectedVM NOTIFY selectedVMChanged)
     Q_PROPERTY(QString selectedVMID READ selectedVMIDText NOTIFY selectedVMIDChanged)
-    Q_PROPERTY(bool showingCreateVM READ showingCreateVM WRITE setShowingCreateVM NOTIFY showingCreateVMChanged)
+    Q_PROPERTY(
+        bool showingCreateVM READ showingCreateVM WRITE setShowingCreateVM NOTIFY showingCreateVMChanged)
     Q_PROPERTY(bool showingAppSettings READ showingAppSettings WRITE setShowingAppSettings NOTIFY
                    showingAppSettingsChanged)
     Q_PROPERTY(bool showingConsole READ showingConsole WRITE setShowingConsole NOTIFY showingConsoleChanged)

@@ -12,7 +12,13 @@ class SidebarSectionEnum
     Q_GADGET
 
 public:
-    enum class SidebarSection { virtualMachines, running, downloads, settings };
+    enum class SidebarSection
+    {
+        virtualMachines,
+        running,
+        downloads,
+        settings
+    };
     Q_ENUM(SidebarSection)
 };
 using SidebarSection = SidebarSectionEnum::SidebarSection;

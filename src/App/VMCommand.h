@@ -8,7 +8,14 @@ class VMCommandEnum
     Q_GADGET
 
 public:
-    enum class VMCommand { install, start, stop, pause, resume };
+    enum class VMCommand
+    {
+        install,
+        start,
+        stop,
+        pause,
+        resume
+    };
     Q_ENUM(VMCommand)
 };
 using VMCommand = VMCommandEnum::VMCommand;

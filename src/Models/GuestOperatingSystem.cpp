@@ -10,11 +10,17 @@ static constexpr std::array<RawText<GuestOperatingSystem>, 3> table = {{
     {GuestOperatingSystem::otherARM64, "Other ARM64 OS"_L1},
 }};
 
-QString rawValue(GuestOperatingSystem guestOS) { return rawTextOf(table, guestOS); }
+QString rawValue(GuestOperatingSystem guestOS)
+{
+    return rawTextOf(table, guestOS);
+}
 
 std::optional<GuestOperatingSystem> guestOperatingSystemFromRawValue(QStringView text)
 {
     return fromRawText(table, text);
 }
 
-QString architecture(GuestOperatingSystem) { return u"ARM64"_s; }
+QString architecture(GuestOperatingSystem)
+{
+    return u"ARM64"_s;
+}

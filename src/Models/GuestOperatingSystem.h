@@ -5,7 +5,12 @@
 #include <array>
 #include <optional>
 
-enum class GuestOperatingSystem { windows11ARM64, linuxARM64, otherARM64 };
+enum class GuestOperatingSystem
+{
+    windows11ARM64,
+    linuxARM64,
+    otherARM64
+};
 
 inline constexpr std::array allGuestOperatingSystems = {
     GuestOperatingSystem::windows11ARM64,

@@ -10,7 +10,10 @@ static constexpr std::array<RawText<InstallationMediaType>, 3> table = {{
     {InstallationMediaType::installationImage, "installationImage"_L1},
 }};
 
-QString rawValue(InstallationMediaType type) { return rawTextOf(table, type); }
+QString rawValue(InstallationMediaType type)
+{
+    return rawTextOf(table, type);
+}
 
 std::optional<InstallationMediaType> installationMediaTypeFromRawValue(QStringView text)
 {

@@ -4,7 +4,12 @@
 
 #include <optional>
 
-enum class InstallationMediaType { iso, existingDisk, installationImage };
+enum class InstallationMediaType
+{
+    iso,
+    existingDisk,
+    installationImage
+};
 
 /// The stored form.
 [[nodiscard]] QString rawValue(InstallationMediaType type);

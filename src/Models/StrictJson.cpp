@@ -99,8 +99,9 @@ QUuid uuid(const QString &text)
     for (qsizetype position = 0; position < length; ++position) {
         const bool isHyphen = position == 8 || position == 13 || position == 18 || position == 23;
         const char16_t character = text[position].unicode();
-        const bool isHexadecimal = (character >= u'0' && character <= u'9')
-            || (character >= u'a' && character <= u'f') || (character >= u'A' && character <= u'F');
+        const bool isHexadecimal = (character >= u'0' && character <= u'9') ||
+                                   (character >= u'a' && character <= u'f') ||
+                                   (character >= u'A' && character <= u'F');
         if (isHyphen ? character != u'-' : !isHexadecimal)
             throw Fault();
     }

@@ -9,11 +9,20 @@ static constexpr std::array<RawText<VMBackendType>, 2> table = {{
     {VMBackendType::qemuHVF, "QEMU (HVF)"_L1},
 }};
 
-QString rawValue(VMBackendType backend) { return rawTextOf(table, backend); }
+QString rawValue(VMBackendType backend)
+{
+    return rawTextOf(table, backend);
+}
 
-std::optional<VMBackendType> vmBackendTypeFromRawValue(QStringView text) { return fromRawText(table, text); }
+std::optional<VMBackendType> vmBackendTypeFromRawValue(QStringView text)
+{
+    return fromRawText(table, text);
+}
 
-QString displayName(VMBackendType backend) { return rawValue(backend); }
+QString displayName(VMBackendType backend)
+{
+    return rawValue(backend);
+}
 
 VMBackendType recommendedBackend(GuestOperatingSystem guestOS)
 {

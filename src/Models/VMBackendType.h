@@ -2,7 +2,11 @@
 
 #include "Models/GuestOperatingSystem.h"
 
-enum class VMBackendType { appleVirtualization, qemuHVF };
+enum class VMBackendType
+{
+    appleVirtualization,
+    qemuHVF
+};
 
 inline constexpr std::array allVMBackendTypes = {VMBackendType::appleVirtualization, VMBackendType::qemuHVF};
 

@@ -38,7 +38,8 @@ VMConfiguration VMConfiguration::defaultConfiguration(const QString &name, Guest
     configuration.cpuCount = 4;
     configuration.memorySizeBytes = 8 * gibibyte;
     configuration.diskSizeBytes = 128 * gibibyte;
-    configuration.storageDirectory = FileUrl::appendingDirectory(defaultStorageRoot(), bundleFolderName(name));
+    configuration.storageDirectory =
+        FileUrl::appendingDirectory(defaultStorageRoot(), bundleFolderName(name));
     configuration.diskFileName = u"disk.img"_s;
     configuration.efiVariableStoreFileName = u"efi_vars.bin"_s;
     configuration.machineIdentifierFileName = u"machine_id.bin"_s;
@@ -64,8 +65,8 @@ qint64 VMConfiguration::defaultVNCPort(const QUuid &id)
 
 const QUrl &VMConfiguration::defaultStorageRoot()
 {
-    static const QUrl root =
-        FileUrl::directory(FileManager::defaultManager().homeDirectoryForCurrentUser() + u"/Virtual Machines"_s);
+    static const QUrl root = FileUrl::directory(FileManager::defaultManager().homeDirectoryForCurrentUser() +
+                                                u"/Virtual Machines"_s);
     return root;
 }
 
@@ -95,11 +96,20 @@ const QList<quint64> &VMConfiguration::diskOptions()
     return options;
 }
 
-qint64 VMConfiguration::memorySizeGB() const { return static_cast<qint64>(memorySizeBytes >> 30); }
+qint64 VMConfiguration::memorySizeGB() const
+{
+    return static_cast<qint64>(memorySizeBytes >> 30);
+}
 
-qint64 VMConfiguration::diskSizeGB() const { return static_cast<qint64>(diskSizeBytes >> 30); }
+qint64 VMConfiguration::diskSizeGB() const
+{
+    return static_cast<qint64>(diskSizeBytes >> 30);
+}
 
-QUrl VMConfiguration::diskURL() const { return FileUrl::appending(storageDirectory, diskFileName); }
+QUrl VMConfiguration::diskURL() const
+{
+    return FileUrl::appending(storageDirectory, diskFileName);
+}
 
 QUrl VMConfiguration::efiVariableStoreURL() const
 {
@@ -111,24 +121,42 @@ QUrl VMConfiguration::machineIdentifierURL() const
     return FileUrl::appending(storageDirectory, machineIdentifierFileName);
 }
 
-QUrl VMConfiguration::configFileURL() const { return FileUrl::appending(storageDirectory, u"config.json"_s); }
+QUrl VMConfiguration::configFileURL() const
+{
+    return FileUrl::appending(storageDirectory, u"config.json"_s);
+}
 
 QUrl VMConfiguration::metadataFileURL() const
 {
     return FileUrl::appending(storageDirectory, u"metadata.json"_s);
 }
 
-QUrl VMConfiguration::uefiVarsURL() const { return FileUrl::appending(storageDirectory, u"uefi_vars.fd"_s); }
+QUrl VMConfiguration::uefiVarsURL() const
+{
+    return FileUrl::appending(storageDirectory, u"uefi_vars.fd"_s);
+}
 
-QUrl VMConfiguration::qmpSocketURL() const { return FileUrl::appending(storageDirectory, u"qmp.sock"_s); }
+QUrl VMConfiguration::qmpSocketURL() const
+{
+    return FileUrl::appending(storageDirectory, u"qmp.sock"_s);
+}
 
-QUrl VMConfiguration::serialLogURL() const { return FileUrl::appending(storageDirectory, u"serial.log"_s); }
+QUrl VMConfiguration::serialLogURL() const
+{
+    return FileUrl::appending(storageDirectory, u"serial.log"_s);
+}
 
-std::optional<QUrl> VMConfiguration::installationMediaURL() const { return optionalFile(installationMediaPath); }
+std::optional<QUrl> VMConfiguration::installationMediaURL() const
+{
+    return optionalFile(installationMediaPath);
+}
 
 std::optional<QUrl> VMConfiguration::virtioDriversMediaURL() const
 {
     return optionalFile(virtioDriversMediaPath);
 }
 
-qint64 VMConfiguration::vncDisplayNumber() const { return std::max<qint64>(0, vncPort - 5900); }
+qint64 VMConfiguration::vncDisplayNumber() const
+{
+    return std::max<qint64>(0, vncPort - 5900);
+}

@@ -31,8 +31,8 @@ QUrl folder(const QString &text)
 {
     const QUrl url(text, QUrl::StrictMode);
     const QString path = url.toLocalFile();
-    if (!url.isValid() || url.scheme() != "file"_L1 || !path.startsWith(u'/') || path.contains(QChar::Null)
-        || (!url.host().isEmpty() && url.host() != "localhost"_L1))
+    if (!url.isValid() || url.scheme() != "file"_L1 || !path.startsWith(u'/') || path.contains(QChar::Null) ||
+        (!url.host().isEmpty() && url.host() != "localhost"_L1))
         throw Fault();
     return FileUrl::directory(path);
 }
@@ -41,8 +41,8 @@ QUrl folder(const QString &text)
 QString fileName(const QJsonObject &object, QLatin1StringView key, const QString &fallback)
 {
     const QString name = optionalString(object, key).value_or(fallback);
-    if (name.isEmpty() || name == "."_L1 || name == ".."_L1 || name.contains(u'/')
-        || name.contains(QChar::Null))
+    if (name.isEmpty() || name == "."_L1 || name == ".."_L1 || name.contains(u'/') ||
+        name.contains(QChar::Null))
         throw Fault();
     return name;
 }
@@ -72,9 +72,11 @@ VMConfiguration decode(const QJsonObject &object)
     configuration.displayWidth = optionalInteger(object, "displayWidth"_L1).value_or(1920);
     configuration.displayHeight = optionalInteger(object, "displayHeight"_L1).value_or(1080);
     configuration.displayScaling = optionalDouble(object, "displayScaling"_L1).value_or(1.0);
-    configuration.vncPort = optionalInteger(object, "vncPort"_L1)
-                                .value_or(VMConfiguration::defaultVNCPort(configuration.id));
-    const auto now = [] { return QDateTime::currentDateTimeUtc(); };
+    configuration.vncPort =
+        optionalInteger(object, "vncPort"_L1).value_or(VMConfiguration::defaultVNCPort(configuration.id));
+    const auto now = [] {
+        return QDateTime::currentDateTimeUtc();
+    };
     const auto createdAt = optionalDate(object, "createdAt"_L1);
     configuration.createdAt = createdAt ? *createdAt : now();
     const auto modifiedAt = optionalDate(object, "modifiedAt"_L1);

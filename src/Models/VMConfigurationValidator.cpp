@@ -26,15 +26,17 @@ VMConfigurationValidationError::VMConfigurationValidationError(Case errorCase, c
 VMConfigurationValidationError VMConfigurationValidationError::invalidCPUCount(qint64 value, qint64 minimum,
                                                                                qint64 maximum)
 {
-    return {Case::invalidCPUCount, u"CPU count %1 is invalid. Allowed range: %2–%3 cores."_s.arg(
-                                       QString::number(value), QString::number(minimum), QString::number(maximum))};
+    return {Case::invalidCPUCount,
+            u"CPU count %1 is invalid. Allowed range: %2–%3 cores."_s.arg(
+                QString::number(value), QString::number(minimum), QString::number(maximum))};
 }
 
 VMConfigurationValidationError VMConfigurationValidationError::invalidMemory(quint64 value, quint64 minimum,
                                                                              quint64 maximum)
 {
-    return {Case::invalidMemory, u"Memory %1 GB is invalid. Allowed range: %2–%3 GB."_s.arg(
-                                     wholeGigabytes(value), wholeGigabytes(minimum), wholeGigabytes(maximum))};
+    return {Case::invalidMemory,
+            u"Memory %1 GB is invalid. Allowed range: %2–%3 GB."_s.arg(
+                wholeGigabytes(value), wholeGigabytes(minimum), wholeGigabytes(maximum))};
 }
 
 VMConfigurationValidationError VMConfigurationValidationError::invalidDiskSize()

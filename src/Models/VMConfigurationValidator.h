@@ -17,7 +17,14 @@ struct ClosedRange
 class VMConfigurationValidationError final : public LocalizedError
 {
 public:
-    enum class Case { invalidCPUCount, invalidMemory, invalidDiskSize, emptyName, virtualizationUnavailable };
+    enum class Case
+    {
+        invalidCPUCount,
+        invalidMemory,
+        invalidDiskSize,
+        emptyName,
+        virtualizationUnavailable
+    };
 
     [[nodiscard]] static VMConfigurationValidationError invalidCPUCount(qint64 value, qint64 minimum,
                                                                         qint64 maximum);
@@ -38,7 +45,8 @@ private:
 
 namespace VMConfigurationValidator {
 
-/// Throws the first VMConfigurationValidationError found: name, then processors and memory by backend, then disk.
+/// Throws the first VMConfigurationValidationError found: name, then processors and memory by backend, then
+/// disk.
 void validate(const VMConfiguration &configuration);
 /// The hypervisor layer's limits.
 [[nodiscard]] ClosedRange<qint64> allowedCPUCountRange();

@@ -18,13 +18,22 @@ static constexpr std::array<RawText<VMInstallationState>, 4> displayNames = {{
     {VMInstallationState::completed, "Installed"_L1},
 }};
 
-QString rawValue(VMInstallationState state) { return rawTextOf(rawTexts, state); }
+QString rawValue(VMInstallationState state)
+{
+    return rawTextOf(rawTexts, state);
+}
 
 std::optional<VMInstallationState> vmInstallationStateFromRawValue(QStringView text)
 {
     return fromRawText(rawTexts, text);
 }
 
-QString displayName(VMInstallationState state) { return rawTextOf(displayNames, state); }
+QString displayName(VMInstallationState state)
+{
+    return rawTextOf(displayNames, state);
+}
 
-bool canBeginInstallation(VMInstallationState state) { return state != VMInstallationState::completed; }
+bool canBeginInstallation(VMInstallationState state)
+{
+    return state != VMInstallationState::completed;
+}

@@ -5,7 +5,13 @@
 #include <optional>
 
 /// How far a guest's installation has come.
-enum class VMInstallationState { notStarted, ready, inProgress, completed };
+enum class VMInstallationState
+{
+    notStarted,
+    ready,
+    inProgress,
+    completed
+};
 
 /// The stored form.
 [[nodiscard]] QString rawValue(VMInstallationState state);

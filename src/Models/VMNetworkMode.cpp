@@ -9,6 +9,12 @@ static constexpr std::array<RawText<VMNetworkMode>, 2> table = {{
     {VMNetworkMode::disconnected, "Disconnected"_L1},
 }};
 
-QString rawValue(VMNetworkMode mode) { return rawTextOf(table, mode); }
+QString rawValue(VMNetworkMode mode)
+{
+    return rawTextOf(table, mode);
+}
 
-std::optional<VMNetworkMode> vmNetworkModeFromRawValue(QStringView text) { return fromRawText(table, text); }
+std::optional<VMNetworkMode> vmNetworkModeFromRawValue(QStringView text)
+{
+    return fromRawText(table, text);
+}

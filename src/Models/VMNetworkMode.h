@@ -5,7 +5,11 @@
 #include <array>
 #include <optional>
 
-enum class VMNetworkMode { nat, disconnected };
+enum class VMNetworkMode
+{
+    nat,
+    disconnected
+};
 
 inline constexpr std::array allVMNetworkModes = {VMNetworkMode::nat, VMNetworkMode::disconnected};
 

@@ -47,16 +47,25 @@ constexpr std::array allowedMoves = {
 
 } // namespace
 
-QString rawValue(VMState state) { return rawTextOf(rawTexts, state); }
+QString rawValue(VMState state)
+{
+    return rawTextOf(rawTexts, state);
+}
 
-std::optional<VMState> vmStateFromRawValue(QStringView text) { return fromRawText(rawTexts, text); }
+std::optional<VMState> vmStateFromRawValue(QStringView text)
+{
+    return fromRawText(rawTexts, text);
+}
 
-QString displayName(VMState state) { return rawTextOf(displayNames, state); }
+QString displayName(VMState state)
+{
+    return rawTextOf(displayNames, state);
+}
 
 bool canStart(VMState state)
 {
-    return state == VMState::poweredOff || state == VMState::paused || state == VMState::suspended
-        || state == VMState::error;
+    return state == VMState::poweredOff || state == VMState::paused || state == VMState::suspended ||
+           state == VMState::error;
 }
 
 bool canStop(VMState state)
@@ -64,9 +73,15 @@ bool canStop(VMState state)
     return state == VMState::starting || state == VMState::running || state == VMState::paused;
 }
 
-bool canPause(VMState state) { return state == VMState::running; }
+bool canPause(VMState state)
+{
+    return state == VMState::running;
+}
 
-bool canResume(VMState state) { return state == VMState::paused; }
+bool canResume(VMState state)
+{
+    return state == VMState::paused;
+}
 
 VMStateTransitionError::VMStateTransitionError(Case errorCase, const QString &text, VMState current,
                                                const QString &action)

@@ -6,7 +6,16 @@
 #include <optional>
 
 /// Where a guest's run is, as its backend sees it.
-enum class VMState { poweredOff, starting, running, paused, stopping, suspended, error };
+enum class VMState
+{
+    poweredOff,
+    starting,
+    running,
+    paused,
+    stopping,
+    suspended,
+    error
+};
 
 inline constexpr std::array allVMStates = {
     VMState::poweredOff, VMState::starting,  VMState::running, VMState::paused,
@@ -25,7 +34,11 @@ inline constexpr std::array allVMStates = {
 class VMStateTransitionError final : public LocalizedError
 {
 public:
-    enum class Case { invalidTransition, operationInProgress };
+    enum class Case
+    {
+        invalidTransition,
+        operationInProgress
+    };
 
     /// `action` completes "Cannot … while virtual machine is …".
     [[nodiscard]] static VMStateTransitionError invalidTransition(VMState current, const QString &action);
@@ -50,7 +63,8 @@ class VMStateMachine
 public:
     [[nodiscard]] VMState state() const { return m_state; }
 
-    /// Throws VMStateTransitionError::invalidTransition for a move outside the table; a repeated state is fine.
+    /// Throws VMStateTransitionError::invalidTransition for a move outside the table; a repeated state is
+    /// fine.
     void transition(VMState to);
     /// For what happens without being asked: the guest stopped, its process ended.
     void forceSet(VMState state) { m_state = state; }

@@ -51,7 +51,10 @@ VMStorage::VMStorage(const QUrl &rootDirectory, FileManager &fileManager)
     , m_fileManager(&fileManager)
 {}
 
-void VMStorage::ensureRootDirectory() const { m_fileManager->createDirectory(FileUrl::path(m_rootDirectory)); }
+void VMStorage::ensureRootDirectory() const
+{
+    m_fileManager->createDirectory(FileUrl::path(m_rootDirectory));
+}
 
 void VMStorage::save(const VMConfiguration &configuration,
                      const std::optional<VMPersistedMetadata> &metadata) const
@@ -60,7 +63,8 @@ void VMStorage::save(const VMConfiguration &configuration,
     m_fileManager->createDirectory(FileUrl::path(configuration.storageDirectory));
     VMConfiguration written = configuration;
     written.modifiedAt = QDateTime::currentDateTimeUtc();
-    m_fileManager->writeAtomically(FileUrl::path(configuration.configFileURL()), encodeConfiguration(written));
+    m_fileManager->writeAtomically(FileUrl::path(configuration.configFileURL()),
+                                   encodeConfiguration(written));
     saveMetadata(metadata.value_or(VMPersistedMetadata()), configuration);
 }
 

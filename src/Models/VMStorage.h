@@ -18,8 +18,9 @@ public:
 
     /// Makes the root folder with its parents. Throws PlatformError.
     void ensureRootDirectory() const;
-    /// Writes "config.json", with the time of saving as its `modifiedAt`, then "metadata.json"; absent metadata
-    /// is written as a fresh record. Throws PlatformError or VMStorageError; an earlier document stays then.
+    /// Writes "config.json", with the time of saving as its `modifiedAt`, then "metadata.json"; absent
+    /// metadata is written as a fresh record. Throws PlatformError or VMStorageError; an earlier document
+    /// stays then.
     void save(const VMConfiguration &configuration, const std::optional<VMPersistedMetadata> &metadata) const;
     void saveMetadata(const VMPersistedMetadata &metadata, const VMConfiguration &configuration) const;
     /// Every readable bundle directly inside the root, by name as people sort; unreadable ones are left out.

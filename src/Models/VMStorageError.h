@@ -7,7 +7,14 @@
 class VMStorageError final : public LocalizedError
 {
 public:
-    enum class Case { directoryCreationFailed, vmNotFound, invalidBundle, encodingFailed, decodingFailed };
+    enum class Case
+    {
+        directoryCreationFailed,
+        vmNotFound,
+        invalidBundle,
+        encodingFailed,
+        decodingFailed
+    };
 
     [[nodiscard]] static VMStorageError directoryCreationFailed(const QUrl &folder);
     [[nodiscard]] static VMStorageError vmNotFound();

@@ -20,8 +20,8 @@ class VirtualMachine : public QObject
     Q_PROPERTY(bool canPause READ canPause NOTIFY canPauseChanged BINDABLE bindableCanPause)
     Q_PROPERTY(bool canResume READ canResume NOTIFY canResumeChanged BINDABLE bindableCanResume)
     Q_PROPERTY(bool canInstall READ canInstall NOTIFY canInstallChanged BINDABLE bindableCanInstall)
-    Q_PROPERTY(
-        bool needsInstallation READ needsInstallation NOTIFY needsInstallationChanged BINDABLE bindableNeedsInstallation)
+    Q_PROPERTY(bool needsInstallation READ needsInstallation NOTIFY needsInstallationChanged BINDABLE
+                   bindableNeedsInstallation)
 
 public:
     VirtualMachine(const VMConfiguration &configuration, VMState state, VMInstallationState installationState,

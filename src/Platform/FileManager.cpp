@@ -166,8 +166,8 @@ bool FileManager::isExecutableFile(const QString &path) const
 {
     const QByteArray name = QFile::encodeName(path);
     struct stat status = {};
-    return ::stat(name.constData(), &status) == 0 && S_ISREG(status.st_mode)
-        && ::access(name.constData(), X_OK) == 0;
+    return ::stat(name.constData(), &status) == 0 && S_ISREG(status.st_mode) &&
+           ::access(name.constData(), X_OK) == 0;
 }
 
 void FileManager::createDirectory(const QString &path)

@@ -37,8 +37,8 @@ public:
     /// Entries in the order in which the host lists them, without those whose name begins with a dot.
     [[nodiscard]] virtual QList<DirectoryEntry> contentsOfDirectory(const QString &path) const;
 
-    /// The whole file. Only a regular file of at most `maximumBytes` is read: EISDIR, EINVAL or EFBIG otherwise.
-    /// A FIFO or device in its place does not block.
+    /// The whole file. Only a regular file of at most `maximumBytes` is read: EISDIR, EINVAL or EFBIG
+    /// otherwise. A FIFO or device in its place does not block.
     [[nodiscard]] virtual QByteArray readFile(const QString &path, qint64 maximumBytes) const;
     /// Durable and atomic: a temporary file in the same folder (0600), fsync, rename, fsync of the folder.
     /// After a failure the old file is as it was and no temporary file is left.

@@ -2,7 +2,10 @@
 
 namespace FileUrl {
 
-QUrl file(const QString &path) { return QUrl::fromLocalFile(path); }
+QUrl file(const QString &path)
+{
+    return QUrl::fromLocalFile(path);
+}
 
 QUrl directory(const QString &path)
 {

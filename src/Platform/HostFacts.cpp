@@ -62,7 +62,10 @@ QString HostFacts::systemControlText(const QString &key) const
     return {};
 }
 
-qint64 HostFacts::processorCount() const { return ::sysconf(_SC_NPROCESSORS_ONLN); }
+qint64 HostFacts::processorCount() const
+{
+    return ::sysconf(_SC_NPROCESSORS_ONLN);
+}
 
 quint64 HostFacts::physicalMemoryBytes() const
 {

@@ -6,7 +6,8 @@
 class SystemLog
 {
 public:
-    enum class Type {
+    enum class Type
+    {
         Info, ///< LOG_INFO
         Error ///< LOG_ERR
     };

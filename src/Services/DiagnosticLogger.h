@@ -8,10 +8,15 @@
 
 class SystemLog;
 
-enum class LogLevel { info, error, warning };
+enum class LogLevel
+{
+    info,
+    error,
+    warning
+};
 
-/// The application's one diagnostic log: the newest 500 entries in memory, each message also in the host's log.
-/// Any thread.
+/// The application's one diagnostic log: the newest 500 entries in memory, each message also in the host's
+/// log. Any thread.
 class DiagnosticLogger
 {
 public:

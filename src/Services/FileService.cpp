@@ -11,7 +11,10 @@ FileService::FileService(FileManager &fileManager)
     : m_fileManager(&fileManager)
 {}
 
-void FileService::ensureDirectory(const QUrl &url) const { m_fileManager->createDirectory(FileUrl::path(url)); }
+void FileService::ensureDirectory(const QUrl &url) const
+{
+    m_fileManager->createDirectory(FileUrl::path(url));
+}
 
 quint64 FileService::availableDiskSpace(const QUrl &url) const
 {

@@ -9,7 +9,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-std::optional<QUrl> firstFile(const QStringList &prefixes, std::initializer_list<QLatin1StringView> candidates,
+std::optional<QUrl> firstFile(const QStringList &prefixes,
+                              std::initializer_list<QLatin1StringView> candidates,
                               const std::function<bool(const QString &)> &isRight)
 {
     for (const QString &prefix : prefixes) {
@@ -27,11 +28,15 @@ std::optional<QUrl> firstFile(const QStringList &prefixes, std::initializer_list
 bool QEMUDependencies::isComplete() const
 {
     const FileManager &files = FileManager::defaultManager();
-    return files.isExecutableFile(FileUrl::path(qemuBinary)) && files.isExecutableFile(FileUrl::path(swtpmBinary))
-        && files.fileExists(FileUrl::path(uefiCode)) && files.fileExists(FileUrl::path(uefiVarsTemplate));
+    return files.isExecutableFile(FileUrl::path(qemuBinary)) &&
+           files.isExecutableFile(FileUrl::path(swtpmBinary)) && files.fileExists(FileUrl::path(uefiCode)) &&
+           files.fileExists(FileUrl::path(uefiVarsTemplate));
 }
 
-bool QEMUDependencyStatus::isReady() const { return dependencies && dependencies->isComplete(); }
+bool QEMUDependencyStatus::isReady() const
+{
+    return dependencies && dependencies->isComplete();
+}
 
 QEMUDependencyService::QEMUDependencyService()
     : QEMUDependencyService(FileManager::defaultManager())
@@ -50,13 +55,18 @@ const QStringList &QEMUDependencyService::defaultPrefixes()
 
 QEMUDependencyStatus QEMUDependencyService::status() const
 {
-    const auto isExecutable = [this](const QString &path) { return m_fileManager->isExecutableFile(path); };
-    const auto exists = [this](const QString &path) { return m_fileManager->fileExists(path); };
+    const auto isExecutable = [this](const QString &path) {
+        return m_fileManager->isExecutableFile(path);
+    };
+    const auto exists = [this](const QString &path) {
+        return m_fileManager->fileExists(path);
+    };
     const auto qemu = firstFile(m_prefixes, {"/bin/qemu-system-aarch64"_L1}, isExecutable);
     const auto swtpm = firstFile(m_prefixes, {"/bin/swtpm"_L1}, isExecutable);
-    const auto code =
-        firstFile(m_prefixes, {"/share/qemu/edk2-aarch64-code.fd"_L1, "/share/edk2-aarch64-code.fd"_L1}, exists);
-    const auto vars = firstFile(m_prefixes, {"/share/qemu/edk2-aarch64-vars.fd"_L1, "/share/qemu/edk2-arm-vars.fd"_L1,
+    const auto code = firstFile(
+        m_prefixes, {"/share/qemu/edk2-aarch64-code.fd"_L1, "/share/edk2-aarch64-code.fd"_L1}, exists);
+    const auto vars = firstFile(m_prefixes,
+                                {"/share/qemu/edk2-aarch64-vars.fd"_L1, "/share/qemu/edk2-arm-vars.fd"_L1,
                                  "/share/edk2-aarch64-vars.fd"_L1},
                                 exists);
 

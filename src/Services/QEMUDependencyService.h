@@ -31,8 +31,8 @@ struct QEMUDependencyStatus
     [[nodiscard]] bool isReady() const;
 };
 
-/// Looks for the emulator, the TPM emulator and the firmware under a list of installation prefixes; for each of
-/// them the first prefix that has it wins. Nothing is cached; a failed look-up counts as not found.
+/// Looks for the emulator, the TPM emulator and the firmware under a list of installation prefixes; for each
+/// of them the first prefix that has it wins. Nothing is cached; a failed look-up counts as not found.
 class QEMUDependencyService
 {
 public:

@@ -18,7 +18,8 @@ constexpr quint64 windowsDiskBytes = quint64(128) << 30;
 quint64 freeSpaceAtHome(const FileService &files)
 {
     try {
-        return files.availableDiskSpace(FileUrl::directory(files.fileManager().homeDirectoryForCurrentUser()));
+        return files.availableDiskSpace(
+            FileUrl::directory(files.fileManager().homeDirectoryForCurrentUser()));
     } catch (const LocalizedError &) {
         return 0; // an unknown figure is shown as none
     }
@@ -62,4 +63,7 @@ QString SystemInfoService::chipName(const HostFacts &facts)
     return brand.isEmpty() ? facts.systemControlText(u"hw.model"_s) : brand;
 }
 
-bool SystemInfoService::isRunningOnAppleSilicon() { return true; }
+bool SystemInfoService::isRunningOnAppleSilicon()
+{
+    return true;
+}

@@ -31,7 +31,7 @@ void DiskManager::createDisk(const QUrl &url, quint64 sizeBytes) const
         throw;
     }
     const QString message = u"Created virtual disk at %1 (%2 GB max)"_s.arg(FileUrl::lastComponent(url),
-                                                                          QString::number(sizeBytes >> 30));
+                                                                            QString::number(sizeBytes >> 30));
     DiagnosticLogger::shared().log(message, LogLevel::info);
 }
 

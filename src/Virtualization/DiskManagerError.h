@@ -5,7 +5,13 @@
 class DiskManagerError final : public LocalizedError
 {
 public:
-    enum class Case { creationFailed, attachmentFailed, diskNotFound, expansionFailed };
+    enum class Case
+    {
+        creationFailed,
+        attachmentFailed,
+        diskNotFound,
+        expansionFailed
+    };
 
     explicit DiskManagerError(Case errorCase);
 

@@ -4,7 +4,10 @@
 
 using namespace Qt::StringLiterals;
 
-static KelvoError unsupported() { return KelvoError::internalError(u"Snapshots are not supported."_s); }
+static KelvoError unsupported()
+{
+    return KelvoError::internalError(u"Snapshots are not supported."_s);
+}
 
 QCoro::Task<> SnapshotManager::createSnapshot(QString)
 {

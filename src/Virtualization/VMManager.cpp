@@ -36,7 +36,11 @@ VMManager::VMManager(const Collaborators &collaborators, QObject *parent)
     , m_systemCapabilities(collaborators.systemInfoService.currentCapabilities())
 {}
 
-VMManager::~VMManager() = default;
+VMManager::~VMManager()
+{
+    // A controller may settle a waiting operation as it goes, and that still reaches machines and tables.
+    m_controllers.clear();
+}
 
 VMManager::Collaborators VMManager::defaultCollaborators()
 {
@@ -101,8 +105,8 @@ QCoro::Task<VirtualMachine *> VMManager::createVirtualMachine(VMConfiguration co
     m_diskManager.createDisk(configuration.diskURL(), configuration.diskSizeBytes);
 
     VMPersistedMetadata metadata;
-    metadata.installationState = configuration.installationMediaURL() ? VMInstallationState::ready
-                                                                      : VMInstallationState::notStarted;
+    metadata.installationState =
+        configuration.installationMediaURL() ? VMInstallationState::ready : VMInstallationState::notStarted;
     m_storage.save(configuration, metadata);
 
     VirtualMachine *vm = makeVirtualMachine(configuration, metadata);

@@ -17,9 +17,9 @@
 
 class VMBackendController;
 
-/// The single owner of all virtual machines: finds and makes them on disk, keeps one backend controller for each
-/// and drives it. Operations on one machine never overlap (its `operationInProgress`), different machines are
-/// independent. A failed operation throws into its task; main thread only.
+/// The single owner of all virtual machines: finds and makes them on disk, keeps one backend controller for
+/// each and drives it. Operations on one machine never overlap (its `operationInProgress`), different
+/// machines are independent. A failed operation throws into its task; main thread only.
 class VMManager : public QObject
 {
     Q_OBJECT
@@ -50,13 +50,16 @@ public:
     [[nodiscard]] VMBackendController *activeController() const { return m_activeController; }
     [[nodiscard]] std::optional<QUuid> activeVMID() const { return m_activeVMID; }
     [[nodiscard]] const SystemCapabilities &systemCapabilities() const { return m_systemCapabilities; }
-    [[nodiscard]] const QEMUDependencyService &qemuDependencyService() const { return m_qemuDependencyService; }
+    [[nodiscard]] const QEMUDependencyService &qemuDependencyService() const
+    {
+        return m_qemuDependencyService;
+    }
 
     /// Replaces the list with what is on disk; a failure is logged and the list stays.
     QCoro::Task<> loadVirtualMachines();
-    /// Makes the files and appends the machine. The backend is the guest's recommended one; an identifier whose
-    /// VNC port a known machine has is exchanged for one with a free port, as long as there is one. Documents
-    /// that are already in the folder are overwritten.
+    /// Makes the files and appends the machine. The backend is the guest's recommended one; an identifier
+    /// whose VNC port a known machine has is exchanged for one with a free port, as long as there is one.
+    /// Documents that are already in the folder are overwritten.
     QCoro::Task<VirtualMachine *> createVirtualMachine(VMConfiguration configuration);
     void saveConfiguration(VirtualMachine &vm);
     void refreshDiskUsage(VirtualMachine &vm);

@@ -44,7 +44,10 @@ void recordFailure(VirtualMachine *vm)
     vm->setLastError(currentExceptionDescription());
 }
 
-QDateTime now() { return QDateTime::currentDateTimeUtc(); }
+QDateTime now()
+{
+    return QDateTime::currentDateTimeUtc();
+}
 
 } // namespace
 

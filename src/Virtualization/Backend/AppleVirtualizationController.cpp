@@ -4,7 +4,8 @@
 
 using namespace Qt::StringLiterals;
 
-void AppleVirtualizationController::configure(const VMConfiguration &, VMBuildMode, const std::optional<QUrl> &)
+void AppleVirtualizationController::configure(const VMConfiguration &, VMBuildMode,
+                                              const std::optional<QUrl> &)
 {
     throw KelvoError::virtualizationUnavailable();
 }

@@ -15,12 +15,15 @@ KelvoError KelvoError::configurationInvalid(const QString &text)
 
 KelvoError KelvoError::qemuDependenciesMissing(const QString &components)
 {
-    const QString description = u"QEMU dependencies are missing: "_s + components
-        + u". Install them with Homebrew: brew install qemu swtpm"_s;
+    const QString description = u"QEMU dependencies are missing: "_s + components +
+                                u". Install them with Homebrew: brew install qemu swtpm"_s;
     return {Case::qemuDependenciesMissing, description, components};
 }
 
-KelvoError KelvoError::internalError(const QString &text) { return {Case::internalError, text, text}; }
+KelvoError KelvoError::internalError(const QString &text)
+{
+    return {Case::internalError, text, text};
+}
 
 KelvoError KelvoError::virtualizationUnavailable()
 {

@@ -6,7 +6,8 @@
 class KelvoError final : public LocalizedError
 {
 public:
-    enum class Case {
+    enum class Case
+    {
         configurationInvalid,
         qemuDependenciesMissing,
         internalError,

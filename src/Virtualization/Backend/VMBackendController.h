@@ -7,19 +7,22 @@
 
 class VZVirtualMachine;
 
-enum class VMBuildMode {
+enum class VMBuildMode
+{
     normalBoot,  ///< the installed disk
     installation ///< the installation media attached
 };
 
-enum class VMDisplayKind {
+enum class VMDisplayKind
+{
     hypervisorView, ///< the host hypervisor layer's own view
     vnc             ///< an RFB server at vncHost() and vncPort()
 };
 
 /// One virtual machine on one backend. A call that finds the controller busy fails with
-/// KelvoError::operationInProgress, one that does not fit the state with VMStateTransitionError. The state may
-/// also change unasked (the guest shut down, its process ended). Main thread only; operations suspend there.
+/// KelvoError::operationInProgress, one that does not fit the state with VMStateTransitionError. The state
+/// may also change unasked (the guest shut down, its process ended). Main thread only; operations suspend
+/// there.
 class VMBackendController
 {
 public:
