@@ -3,14 +3,24 @@
 #include "Platform/FileUrl.h"
 #include "Virtualization/Backend/KelvoError.h"
 
-#include <QCoroSignal>
-
 using namespace Qt::StringLiterals;
+
+FakeController::~FakeController()
+{
+    m_isGoing = true;
+    open();
+}
 
 void FakeController::release()
 {
     holdsOperations = false;
-    Q_EMIT released();
+    open();
+}
+
+void FakeController::open()
+{
+    if (const auto waiting = std::exchange(m_waiting, {}))
+        waiting.resume();
 }
 
 std::optional<QString> FakeController::vncHost() const
@@ -35,13 +45,29 @@ void FakeController::configure(const VMConfiguration &configuration, VMBuildMode
 
 QCoro::Task<> FakeController::operate(QString call, VMState target)
 {
-    if (holdsOperations)
-        co_await qCoro(this, &FakeController::released);
+    if (holdsOperations) {
+        Gate gate{&m_waiting};
+        co_await gate;
+    }
+    if (m_isGoing)
+        throw KelvoError::internalError(u"The controller is gone."_s);
     note(call);
     currentState = target;
 }
 
-QCoro::Task<> FakeController::start() { return operate(u"start"_s, VMState::running); }
-QCoro::Task<> FakeController::stop() { return operate(u"stop"_s, VMState::poweredOff); }
-QCoro::Task<> FakeController::pause() { return operate(u"pause"_s, VMState::paused); }
-QCoro::Task<> FakeController::resume() { return operate(u"resume"_s, VMState::running); }
+QCoro::Task<> FakeController::start()
+{
+    return operate(u"start"_s, VMState::running);
+}
+QCoro::Task<> FakeController::stop()
+{
+    return operate(u"stop"_s, VMState::poweredOff);
+}
+QCoro::Task<> FakeController::pause()
+{
+    return operate(u"pause"_s, VMState::paused);
+}
+QCoro::Task<> FakeController::resume()
+{
+    return operate(u"resume"_s, VMState::running);
+}

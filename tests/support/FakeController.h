@@ -4,20 +4,21 @@
 
 #include <QStringList>
 
-#include <functional>
+#include <coroutine>
 
 /// A controller that does as it is told: every call is noted, may fail, and an operation may be held open.
-class FakeController final : public QObject, public VMBackendController
+class FakeController final : public VMBackendController
 {
-    Q_OBJECT
-
 public:
     VMState currentState = VMState::poweredOff;
-    QStringList calls;                           ///< "configure installation …", "start", …
-    QString failingCall;                         ///< the call that throws KelvoError::internalError("…")
-    bool holdsOperations = false;                ///< an operation waits until release()
-    std::optional<qint64> port;                  ///< set by configure()
+    QStringList calls;            ///< "configure installation …", "start", …
+    QString failingCall;          ///< the call that throws KelvoError::internalError("…")
+    bool holdsOperations = false; ///< an operation waits until release()
+    std::optional<qint64> port;   ///< set by configure()
     VMDisplayKind display = VMDisplayKind::vnc;
+
+    /// A held operation fails when the controller goes.
+    ~FakeController() override;
 
     void release();
 
@@ -35,10 +36,22 @@ public:
     [[nodiscard]] QCoro::Task<> resume() override;
     void resetStateMachine(VMState to) override { currentState = to; }
 
-Q_SIGNALS:
-    void released();
-
 private:
+    /// Suspends one coroutine until it is opened.
+    struct Gate
+    {
+        std::coroutine_handle<> *waiting;
+
+        [[nodiscard]] bool await_ready() const { return false; }
+        void await_suspend(std::coroutine_handle<> coroutine) { *waiting = coroutine; }
+        void await_resume() const {}
+    };
+
+    void open();
+
     void note(const QString &call);
     [[nodiscard]] QCoro::Task<> operate(QString call, VMState target);
+
+    std::coroutine_handle<> m_waiting;
+    bool m_isGoing = false;
 };

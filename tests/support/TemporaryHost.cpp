@@ -19,7 +19,10 @@ QString TemporaryHost::path(const QString &relative) const
     return relative.isEmpty() ? m_folder.path() : m_folder.filePath(relative);
 }
 
-QUrl TemporaryHost::root() const { return FileUrl::directory(path(u"Virtual Machines"_s)); }
+QUrl TemporaryHost::root() const
+{
+    return FileUrl::directory(path(u"Virtual Machines"_s));
+}
 
 void TemporaryHost::installTools()
 {
@@ -31,7 +34,10 @@ void TemporaryHost::installTools()
     write(u"prefix/share/qemu/edk2-aarch64-vars.fd"_s, "vars");
 }
 
-void TemporaryHost::removeTools() { QDir(path(u"prefix"_s)).removeRecursively(); }
+void TemporaryHost::removeTools()
+{
+    QDir(path(u"prefix"_s)).removeRecursively();
+}
 
 void TemporaryHost::write(const QString &relative, const QByteArray &bytes) const
 {

@@ -8,14 +8,14 @@
 /// Returns false after saying so on standard error.
 [[nodiscard]] bool isHomeForTests();
 
-#define KELVO_TEST_MAIN_WITH(Application, TestClass)                                                          \
-    int main(int argc, char *argv[])                                                                          \
-    {                                                                                                         \
-        if (!isHomeForTests())                                                                                \
-            return EXIT_FAILURE;                                                                              \
-        Application application(argc, argv);                                                                  \
-        TestClass test;                                                                                       \
-        return QTest::qExec(&test, argc, argv);                                                               \
+#define KELVO_TEST_MAIN_WITH(Application, TestClass)                                                         \
+    int main(int argc, char *argv[])                                                                         \
+    {                                                                                                        \
+        if (!isHomeForTests())                                                                               \
+            return EXIT_FAILURE;                                                                             \
+        Application application(argc, argv);                                                                 \
+        TestClass test;                                                                                      \
+        return QTest::qExec(&test, argc, argv);                                                              \
     }
 
 #define KELVO_TEST_MAIN(TestClass) KELVO_TEST_MAIN_WITH(QCoreApplication, TestClass)

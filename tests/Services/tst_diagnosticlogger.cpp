@@ -1,0 +1,103 @@
+#include "Platform/SystemLog.h"
+#include "Services/DiagnosticLogger.h"
+#include "support/TestMain.h"
+
+#include <QRegularExpression>
+
+#include <thread>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class RecordingLog final : public SystemLog
+{
+public:
+    explicit RecordingLog(QStringList &lines)
+        : SystemLog(u"test"_s, u"test"_s)
+        , m_lines(&lines)
+    {}
+    void write(const QString &message, Type type) override
+    {
+        m_lines->append((type == Type::Error ? u"error: "_s : u"info: "_s) + message);
+    }
+
+private:
+    QStringList *m_lines;
+};
+
+class SilentLog final : public SystemLog
+{
+public:
+    SilentLog()
+        : SystemLog(u"test"_s, u"test"_s)
+    {}
+    void write(const QString &, Type) override {}
+};
+
+} // namespace
+
+class DiagnosticLoggerTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void entriesHaveTagAndTimeAndTheHostGetsTheMessage();
+    void newestFiveHundredStay();
+    void threadsLoseNothing();
+};
+
+void DiagnosticLoggerTest::entriesHaveTagAndTimeAndTheHostGetsTheMessage()
+{
+    QStringList hostLines;
+    DiagnosticLogger logger(std::make_unique<RecordingLog>(hostLines));
+    QCOMPARE(logger.formattedLog(), QString());
+    logger.log(u"QEMU VM stopped"_s, LogLevel::info);
+    logger.log(u" two\nlines "_s, LogLevel::warning);
+    logger.log(u"x"_s, LogLevel::error);
+    static const QRegularExpression form(
+        u"^\\[INFO\\] \\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ QEMU VM stopped\n"
+        "\\[WARN\\] [-0-9T:]{19}Z  two\nlines \n\\[ERROR\\] [-0-9T:]{19}Z x$"_s);
+    QVERIFY2(form.match(logger.formattedLog()).hasMatch(), qPrintable(logger.formattedLog()));
+    QCOMPARE(hostLines, QStringList({u"info: QEMU VM stopped"_s, u"error:  two\nlines "_s, u"error: x"_s}));
+    logger.clear();
+    QCOMPARE(logger.formattedLog(), QString());
+}
+
+void DiagnosticLoggerTest::newestFiveHundredStay()
+{
+    DiagnosticLogger logger(std::make_unique<SilentLog>());
+    for (int number = 1; number <= 1001; ++number)
+        logger.log(u"#%1"_s.arg(number), LogLevel::info);
+    const QStringList entries = logger.formattedLog().split(u'\n');
+    QCOMPARE(entries.size(), 500);
+    QVERIFY(entries.first().endsWith("#502"_L1));
+    QVERIFY(entries.last().endsWith("#1001"_L1));
+}
+
+void DiagnosticLoggerTest::threadsLoseNothing()
+{
+    DiagnosticLogger logger(std::make_unique<SilentLog>());
+    constexpr int perThread = 60;
+    std::vector<std::jthread> threads;
+    for (int thread = 0; thread < 8; ++thread)
+        threads.emplace_back([&logger, thread] {
+            for (int number = 0; number < perThread; ++number) {
+                logger.log(u"%1:%2"_s.arg(thread).arg(number), LogLevel::info);
+                (void)logger.formattedLog();
+            }
+        });
+    threads.clear();
+
+    QMap<QString, int> next;
+    for (const QString &entry : logger.formattedLog().split(u'\n')) {
+        const QStringList parts = entry.section(u' ', -1).split(u':');
+        QCOMPARE(parts[1].toInt(), next[parts[0]]++);
+    }
+    QCOMPARE(next.size(), 8);
+    for (const int count : std::as_const(next))
+        QCOMPARE(count, perThread);
+}
+
+KELVO_TEST_MAIN(DiagnosticLoggerTest)
+#include "tst_diagnosticlogger.moc"
