@@ -1,0 +1,41 @@
+#include "ArgumentRewriter.h"
+#include "Emulator.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#ifndef KELVO_EMULATOR
+#define KELVO_EMULATOR "/usr/bin/qemu-system-aarch64"
+#endif
+
+namespace {
+
+// As shells report a command that is missing or cannot be run.
+constexpr int exitNotFound = 127;
+constexpr int exitNotRunnable = 126;
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const Emulator emulator(KELVO_EMULATOR);
+    if (!emulator.isInstalled()) {
+        std::fputs(
+            "kelvo-host-adapter: " KELVO_EMULATOR " is not installed. "
+            "Install the package qemu-system-arm (Debian, Ubuntu) or your distribution's equivalent.\n",
+            stderr);
+        return exitNotFound;
+    }
+
+    const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+    const ArgumentRewriter rewriter(arguments);
+    const int error =
+        emulator.become(argc > 0 ? argv[0] : KELVO_EMULATOR, rewriter.rewritten(emulator.offerFor(rewriter)));
+    std::fprintf(stderr, "kelvo-host-adapter: " KELVO_EMULATOR " could not be run: %s\n",
+                 std::strerror(error));
+    return error == ENOENT ? exitNotFound : exitNotRunnable;
+}
