@@ -20,6 +20,11 @@ constexpr int exitNotRunnable = 126;
 
 } // namespace
 
+#ifdef KELVO_SOURCE_ID
+// Lets scripts/setup see whether the program in place was built from these sources.
+extern "C" [[gnu::used]] const char kelvoSourceId[] = KELVO_SOURCE_ID;
+#endif
+
 int main(int argc, char *argv[])
 {
     const Emulator emulator(KELVO_EMULATOR);
