@@ -14,20 +14,49 @@ namespace StrictJson {
 struct Fault final : std::exception
 {};
 
-/// The object that a whole document holds. Throws Fault for other documents, broken JSON and invalid UTF-8.
-[[nodiscard]] QJsonObject parseObject(const QByteArray &document);
 /// Indented, keys sorted, slashes inside strings escaped (RFC 8259, section 7, allows both forms).
 [[nodiscard]] QByteArray write(const QJsonObject &object);
-
-[[nodiscard]] std::optional<QString> optionalString(const QJsonObject &object, QLatin1StringView key);
-/// A whole number from −2^63 to 2^63 − 1.
-[[nodiscard]] std::optional<qint64> optionalInteger(const QJsonObject &object, QLatin1StringView key);
-[[nodiscard]] std::optional<double> optionalDouble(const QJsonObject &object, QLatin1StringView key);
-/// "2025-03-01T10:15:00Z" and nothing else: UTC, whole seconds.
-[[nodiscard]] std::optional<QDateTime> optionalDate(const QJsonObject &object, QLatin1StringView key);
+/// "2025-03-01T10:15:00Z".
 [[nodiscard]] QString dateText(const QDateTime &date);
-/// 36 characters with hyphens, upper or lower case.
-[[nodiscard]] QUuid uuid(const QString &text);
+
+/// Reads the object that a whole document holds in one pass: keys have to be asked for in ascending order.
+/// An absent key has no value, anything of another type is a Fault; unknown keys are passed over.
+class ObjectReader
+{
+public:
+    /// Throws Fault for other documents, broken JSON and invalid UTF-8.
+    explicit ObjectReader(const QByteArray &document);
+
+    [[nodiscard]] std::optional<QString> string(QLatin1StringView key);
+    /// A whole number from −2^63 to 2^63 − 1.
+    [[nodiscard]] std::optional<qint64> integer(QLatin1StringView key);
+    [[nodiscard]] std::optional<double> number(QLatin1StringView key);
+    /// UTC with whole seconds as dateText() writes it, and nothing else.
+    [[nodiscard]] std::optional<QDateTime> date(QLatin1StringView key);
+    /// 36 characters with hyphens, upper or lower case.
+    [[nodiscard]] std::optional<QUuid> uuid(QLatin1StringView key);
+    /// An enumeration's case by its raw text; an unknown text is a Fault.
+    template<typename Enumeration>
+    [[nodiscard]] std::optional<Enumeration> enumeration(QLatin1StringView key,
+                                                         std::optional<Enumeration> (*fromText)(QStringView))
+    {
+        const std::optional<QString> text = string(key);
+        if (!text)
+            return std::nullopt;
+        const std::optional<Enumeration> value = fromText(*text);
+        if (!value)
+            throw Fault();
+        return value;
+    }
+
+private:
+    /// Where the key is, else the end.
+    [[nodiscard]] QJsonObject::const_iterator find(QLatin1StringView key);
+
+    QJsonObject m_object;
+    QJsonObject::const_iterator m_next;
+    QLatin1StringView m_lastKey;
+};
 
 /// The value of an optional that must be there.
 template<typename Value>
@@ -36,17 +65,6 @@ template<typename Value>
     if (!value)
         throw Fault();
     return *std::move(value);
-}
-
-/// An enumeration's case by its raw text; an unknown text is a fault.
-template<typename Enumeration>
-[[nodiscard]] std::optional<Enumeration> optionalCase(const QJsonObject &object, QLatin1StringView key,
-                                                      std::optional<Enumeration> (*fromText)(QStringView))
-{
-    const std::optional<QString> text = optionalString(object, key);
-    if (!text)
-        return std::nullopt;
-    return required(fromText(*text));
 }
 
 } // namespace StrictJson

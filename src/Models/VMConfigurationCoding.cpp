@@ -19,9 +19,9 @@ QJsonValue writable(quint64 bytes)
     return static_cast<qint64>(bytes);
 }
 
-quint64 byteCount(const QJsonObject &object, QLatin1StringView key)
+quint64 byteCount(ObjectReader &reader, QLatin1StringView key)
 {
-    const qint64 count = required(optionalInteger(object, key));
+    const qint64 count = required(reader.integer(key));
     if (count < 0)
         throw Fault();
     return static_cast<quint64>(count);
@@ -30,57 +30,56 @@ quint64 byteCount(const QJsonObject &object, QLatin1StringView key)
 QUrl folder(const QString &text)
 {
     const QUrl url(text, QUrl::StrictMode);
-    const QString path = url.toLocalFile();
-    if (!url.isValid() || url.scheme() != "file"_L1 || !path.startsWith(u'/') || path.contains(QChar::Null) ||
-        (!url.host().isEmpty() && url.host() != "localhost"_L1))
+    const QString host = url.host();
+    const QString path = url.path(QUrl::FullyDecoded);
+    if (url.scheme() != "file"_L1 || !path.startsWith(u'/') || path.contains(QChar::Null) ||
+        (!host.isEmpty() && host != "localhost"_L1))
         throw Fault();
     return FileUrl::directory(path);
 }
 
 /// The bundle's files lie directly inside it; a name that leads elsewhere is refused.
-QString fileName(const QJsonObject &object, QLatin1StringView key, const QString &fallback)
+QString fileName(ObjectReader &reader, QLatin1StringView key, const QString &fallback)
 {
-    const QString name = optionalString(object, key).value_or(fallback);
+    QString name = reader.string(key).value_or(fallback);
     if (name.isEmpty() || name == "."_L1 || name == ".."_L1 || name.contains(u'/') ||
         name.contains(QChar::Null))
         throw Fault();
     return name;
 }
 
-VMConfiguration decode(const QJsonObject &object)
+/// Keys in ascending order, as the reader wants them; what depends on another key is settled at the end.
+VMConfiguration decode(ObjectReader reader)
 {
+    const QDateTime now = QDateTime::currentDateTimeUtc();
     VMConfiguration configuration;
-    configuration.id = uuid(required(optionalString(object, "id"_L1)));
-    configuration.name = required(optionalString(object, "name"_L1));
-    configuration.guestOS = required(optionalCase(object, "guestOS"_L1, guestOperatingSystemFromRawValue));
-    configuration.backend = optionalCase(object, "backend"_L1, vmBackendTypeFromRawValue)
-                                .value_or(recommendedBackend(configuration.guestOS));
-    configuration.cpuCount = required(optionalInteger(object, "cpuCount"_L1));
-    configuration.memorySizeBytes = byteCount(object, "memorySizeBytes"_L1);
-    configuration.diskSizeBytes = byteCount(object, "diskSizeBytes"_L1);
-    configuration.networkMode = required(optionalCase(object, "networkMode"_L1, vmNetworkModeFromRawValue));
-    configuration.storageDirectory = folder(required(optionalString(object, "storageDirectory"_L1)));
-    configuration.diskFileName = fileName(object, "diskFileName"_L1, u"disk.img"_s);
+    const auto backend = reader.enumeration("backend"_L1, vmBackendTypeFromRawValue);
+    configuration.cpuCount = required(reader.integer("cpuCount"_L1));
+    configuration.createdAt = reader.date("createdAt"_L1).value_or(now);
+    configuration.diskFileName = fileName(reader, "diskFileName"_L1, u"disk.img"_s);
+    configuration.diskSizeBytes = byteCount(reader, "diskSizeBytes"_L1);
+    configuration.displayHeight = reader.integer("displayHeight"_L1).value_or(1080);
+    configuration.displayScaling = reader.number("displayScaling"_L1).value_or(1.0);
+    configuration.displayWidth = reader.integer("displayWidth"_L1).value_or(1920);
     configuration.efiVariableStoreFileName =
-        fileName(object, "efiVariableStoreFileName"_L1, u"efi_vars.bin"_s);
-    configuration.machineIdentifierFileName =
-        fileName(object, "machineIdentifierFileName"_L1, u"machine_id.bin"_s);
-    configuration.installationMediaPath = optionalString(object, "installationMediaPath"_L1);
+        fileName(reader, "efiVariableStoreFileName"_L1, u"efi_vars.bin"_s);
+    configuration.guestOS = required(reader.enumeration("guestOS"_L1, guestOperatingSystemFromRawValue));
+    configuration.id = required(reader.uuid("id"_L1));
+    configuration.installationMediaPath = reader.string("installationMediaPath"_L1);
     configuration.installationMediaType =
-        optionalCase(object, "installationMediaType"_L1, installationMediaTypeFromRawValue);
-    configuration.virtioDriversMediaPath = optionalString(object, "virtioDriversMediaPath"_L1);
-    configuration.displayWidth = optionalInteger(object, "displayWidth"_L1).value_or(1920);
-    configuration.displayHeight = optionalInteger(object, "displayHeight"_L1).value_or(1080);
-    configuration.displayScaling = optionalDouble(object, "displayScaling"_L1).value_or(1.0);
-    configuration.vncPort =
-        optionalInteger(object, "vncPort"_L1).value_or(VMConfiguration::defaultVNCPort(configuration.id));
-    const auto now = [] {
-        return QDateTime::currentDateTimeUtc();
-    };
-    const auto createdAt = optionalDate(object, "createdAt"_L1);
-    configuration.createdAt = createdAt ? *createdAt : now();
-    const auto modifiedAt = optionalDate(object, "modifiedAt"_L1);
-    configuration.modifiedAt = modifiedAt ? *modifiedAt : now();
+        reader.enumeration("installationMediaType"_L1, installationMediaTypeFromRawValue);
+    configuration.machineIdentifierFileName =
+        fileName(reader, "machineIdentifierFileName"_L1, u"machine_id.bin"_s);
+    configuration.memorySizeBytes = byteCount(reader, "memorySizeBytes"_L1);
+    configuration.modifiedAt = reader.date("modifiedAt"_L1).value_or(now);
+    configuration.name = required(reader.string("name"_L1));
+    configuration.networkMode = required(reader.enumeration("networkMode"_L1, vmNetworkModeFromRawValue));
+    configuration.storageDirectory = folder(required(reader.string("storageDirectory"_L1)));
+    configuration.virtioDriversMediaPath = reader.string("virtioDriversMediaPath"_L1);
+    const auto vncPort = reader.integer("vncPort"_L1);
+
+    configuration.backend = backend ? *backend : recommendedBackend(configuration.guestOS);
+    configuration.vncPort = vncPort ? *vncPort : VMConfiguration::defaultVNCPort(configuration.id);
     return configuration;
 }
 
@@ -122,7 +121,7 @@ QByteArray encodeConfiguration(const VMConfiguration &configuration)
 VMConfiguration decodeConfiguration(const QByteArray &document)
 {
     try {
-        return decode(parseObject(document));
+        return decode(ObjectReader(document));
     } catch (const Fault &) {
         throw VMStorageError::decodingFailed();
     }

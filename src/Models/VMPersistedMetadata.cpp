@@ -25,15 +25,15 @@ VMPersistedMetadata decodeMetadata(const QByteArray &document)
 {
     constexpr qint64 versionBeforeItWasWritten = 1;
     try {
-        const QJsonObject object = parseObject(document);
+        ObjectReader reader(document);
         VMPersistedMetadata metadata;
-        metadata.version = optionalInteger(object, "version"_L1).value_or(versionBeforeItWasWritten);
-        metadata.lastBootedAt = optionalDate(object, "lastBootedAt"_L1);
-        metadata.notes = optionalString(object, "notes"_L1);
+        metadata.installationCompletedAt = reader.date("installationCompletedAt"_L1);
         metadata.installationState =
-            optionalCase(object, "installationState"_L1, vmInstallationStateFromRawValue)
+            reader.enumeration("installationState"_L1, vmInstallationStateFromRawValue)
                 .value_or(VMInstallationState::notStarted);
-        metadata.installationCompletedAt = optionalDate(object, "installationCompletedAt"_L1);
+        metadata.lastBootedAt = reader.date("lastBootedAt"_L1);
+        metadata.notes = reader.string("notes"_L1);
+        metadata.version = reader.integer("version"_L1).value_or(versionBeforeItWasWritten);
         return metadata;
     } catch (const Fault &) {
         throw VMStorageError::decodingFailed();

@@ -82,7 +82,7 @@ QList<VMConfiguration> VMStorage::scanVirtualMachines() const
         if (!entry.isDirectory || !entry.name.endsWith(".vm"_L1))
             continue;
         try {
-            configurations.append(loadConfiguration(FileUrl::directory(root + u'/' + entry.name)));
+            configurations.append(loadConfigurationAt(root + u'/' + entry.name));
         } catch (const LocalizedError &) {
             // One bad bundle must not hide the others.
         }
@@ -92,12 +92,17 @@ QList<VMConfiguration> VMStorage::scanVirtualMachines() const
 
 VMConfiguration VMStorage::loadConfiguration(const QUrl &bundle) const
 {
+    return loadConfigurationAt(FileUrl::path(bundle));
+}
+
+VMConfiguration VMStorage::loadConfigurationAt(const QString &bundlePath) const
+{
     try {
-        const QString path = FileUrl::path(bundle) + u"/config.json"_s;
+        const QString path = bundlePath + u"/config.json"_s;
         return decodeConfiguration(m_fileManager->readFile(path, maximumDocumentBytes));
     } catch (const PlatformError &error) {
         if (error.code() == ENOENT)
-            throw VMStorageError::invalidBundle(bundle);
+            throw VMStorageError::invalidBundle(FileUrl::directory(bundlePath));
         throw;
     }
 }

@@ -9,7 +9,7 @@ class FileManager;
 class VMStorage
 {
 public:
-    static constexpr qint64 maximumDocumentBytes = 1024 * 1024;
+    static constexpr qint64 maximumDocumentBytes = qint64(1) << 20;
 
     /// `fileManager` must outlive every copy.
     VMStorage(const QUrl &rootDirectory, FileManager &fileManager);
@@ -32,6 +32,8 @@ public:
     [[nodiscard]] VMPersistedMetadata loadMetadata(const QUrl &bundle) const;
 
 private:
+    [[nodiscard]] VMConfiguration loadConfigurationAt(const QString &bundlePath) const;
+
     QUrl m_rootDirectory;
     FileManager *m_fileManager;
 };

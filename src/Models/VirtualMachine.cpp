@@ -1,5 +1,17 @@
 #include "Models/VirtualMachine.h"
 
+struct VirtualMachine::Commands
+{
+    bool start;
+    bool stop;
+    bool pause;
+    bool resume;
+    bool install;
+    bool needsInstallation;
+
+    bool operator==(const Commands &) const = default;
+};
+
 VirtualMachine::VirtualMachine(const VMConfiguration &configuration, VMState state,
                                VMInstallationState installationState, QObject *parent)
     : QObject(parent)
@@ -7,23 +19,89 @@ VirtualMachine::VirtualMachine(const VMConfiguration &configuration, VMState sta
     , m_configuration(configuration)
     , m_state(state)
     , m_installationState(installationState)
+{}
+
+VirtualMachine::Commands VirtualMachine::commands() const
 {
-    bindDerivedProperties();
+    return {canStart(), canStop(), canPause(), canResume(), canInstall(), needsInstallation()};
 }
 
-void VirtualMachine::bindDerivedProperties()
+template<typename Value>
+void VirtualMachine::assign(Value &field, const Value &value, void (VirtualMachine::*changed)())
 {
-    m_name.setBinding([this] { return m_configuration.value().name; });
-    m_canStart.setBinding([this] { return !m_operationInProgress && ::canStart(m_state); });
-    m_canStop.setBinding([this] { return !m_operationInProgress && ::canStop(m_state); });
-    m_canPause.setBinding([this] { return !m_operationInProgress && ::canPause(m_state); });
-    m_canResume.setBinding([this] { return !m_operationInProgress && ::canResume(m_state); });
-    m_needsInstallation.setBinding(
-        [this] { return ::canBeginInstallation(m_installationState) && hasInstallationMedia(); });
-    m_canInstall.setBinding([this] { return m_needsInstallation && m_canStart; });
+    if (field == value)
+        return;
+    const Commands before = commands();
+    field = value;
+    Q_EMIT(this->*changed)();
+    if (commands() != before)
+        Q_EMIT commandsChanged();
+}
+
+void VirtualMachine::setConfiguration(const VMConfiguration &configuration)
+{
+    const QString nameBefore = name();
+    assign(m_configuration, configuration, &VirtualMachine::configurationChanged);
+    if (name() != nameBefore)
+        Q_EMIT nameChanged();
+}
+
+void VirtualMachine::setState(VMState state)
+{
+    assign(m_state, state, &VirtualMachine::stateChanged);
+}
+
+void VirtualMachine::setInstallationState(VMInstallationState state)
+{
+    assign(m_installationState, state, &VirtualMachine::installationStateChanged);
+}
+
+void VirtualMachine::setLastError(const std::optional<QString> &text)
+{
+    assign(m_lastError, text, &VirtualMachine::lastErrorChanged);
+}
+
+void VirtualMachine::setActualDiskUsageBytes(std::optional<quint64> bytes)
+{
+    assign(m_actualDiskUsageBytes, bytes, &VirtualMachine::actualDiskUsageBytesChanged);
+}
+
+void VirtualMachine::setOperationInProgress(bool inProgress)
+{
+    assign(m_operationInProgress, inProgress, &VirtualMachine::operationInProgressChanged);
+}
+
+bool VirtualMachine::canStart() const
+{
+    return !m_operationInProgress && ::canStart(m_state);
+}
+
+bool VirtualMachine::canStop() const
+{
+    return !m_operationInProgress && ::canStop(m_state);
+}
+
+bool VirtualMachine::canPause() const
+{
+    return !m_operationInProgress && ::canPause(m_state);
+}
+
+bool VirtualMachine::canResume() const
+{
+    return !m_operationInProgress && ::canResume(m_state);
 }
 
 bool VirtualMachine::hasInstallationMedia() const
 {
-    return m_configuration.value().installationMediaPath.has_value();
+    return m_configuration.installationMediaPath.has_value();
+}
+
+bool VirtualMachine::needsInstallation() const
+{
+    return canBeginInstallation(m_installationState) && hasInstallationMedia();
+}
+
+bool VirtualMachine::canInstall() const
+{
+    return needsInstallation() && canStart();
 }

@@ -115,7 +115,8 @@ private:
 
 void copyRange(int from, int to, off_t begin, off_t end, const QString &path)
 {
-    std::array<char, 128 * 1024> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by pread
+    std::array<char, std::size_t(128) << 10>
+        buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by pread
     if (::lseek(to, begin, SEEK_SET) < 0)
         throw PlatformError(errno, u"write to"_s, path);
     while (begin < end) {
@@ -219,23 +220,22 @@ QByteArray FileManager::readFile(const QString &path, qint64 maximumBytes) const
     if (status.st_size > maximumBytes)
         throw PlatformError(EFBIG, u"read"_s, path);
 
-    // One byte more than the size seen, so that a file that grows meanwhile is noticed.
+    // One byte more than the size seen: a read that leaves room has met the end, also of a file that grew.
     QByteArray bytes(static_cast<qsizetype>(status.st_size) + 1, Qt::Uninitialized);
     qsizetype length = 0;
     while (true) {
-        if (length == bytes.size())
-            bytes.resize(bytes.size() * 2);
         const ssize_t count =
             ::read(file.get(), bytes.data() + length, static_cast<std::size_t>(bytes.size() - length));
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
             throw PlatformError(errno, u"read"_s, path);
-        if (count == 0)
-            break;
         length += count;
         if (length > maximumBytes)
             throw PlatformError(EFBIG, u"read"_s, path);
+        if (length < bytes.size())
+            break;
+        bytes.resize(bytes.size() * 2);
     }
     bytes.truncate(length);
     return bytes;

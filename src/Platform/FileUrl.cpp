@@ -15,7 +15,7 @@ QUrl directory(const QString &path)
 QUrl appending(const QUrl &directory, const QString &component)
 {
     const QString base = path(directory);
-    return file(base.endsWith(u'/') ? base + component : base + u'/' + component);
+    return file(base.endsWith(u'/') ? QString(base + component) : QString(base + u'/' + component));
 }
 
 QUrl appendingDirectory(const QUrl &directory, const QString &component)

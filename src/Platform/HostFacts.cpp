@@ -13,7 +13,7 @@ QByteArray contentsOf(const QString &path)
 {
     QFile file(path);
     // A fact that cannot be read is unknown, not an error.
-    return file.open(QIODevice::ReadOnly) ? file.read(1024 * 1024) : QByteArray();
+    return file.open(QIODevice::ReadOnly) ? file.read(qint64(1) << 20) : QByteArray();
 }
 
 QString firstText(const QByteArray &bytes)
@@ -37,7 +37,7 @@ QString machineModel()
     // Most ARM64 boards describe themselves in the device tree, servers and laptops with ACPI in DMI.
     for (const auto &path :
          {u"/sys/firmware/devicetree/base/model"_s, u"/sys/devices/virtual/dmi/id/product_name"_s}) {
-        if (const QString model = firstText(contentsOf(path)); !model.isEmpty())
+        if (QString model = firstText(contentsOf(path)); !model.isEmpty())
             return model;
     }
     return {};

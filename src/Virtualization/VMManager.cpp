@@ -144,7 +144,7 @@ void VMManager::saveConfiguration(VirtualMachine &vm)
 void VMManager::refreshDiskUsage(VirtualMachine &vm)
 {
     try {
-        const VMConfiguration configuration = vm.configuration();
+        const VMConfiguration &configuration = vm.configuration();
         const DiskInfo info = m_diskManager.diskInfo(configuration.diskURL(), configuration.diskSizeBytes);
         vm.setActualDiskUsageBytes(info.actualUsageBytes);
     } catch (const LocalizedError &) {

@@ -43,7 +43,7 @@ void VirtualMachineTest::onlyRealChangesNotify()
 {
     VirtualMachine vm(configurationWith(std::nullopt), VMState::poweredOff, VMInstallationState::ready);
     QSignalSpy state(&vm, &VirtualMachine::stateChanged);
-    QSignalSpy canStop(&vm, &VirtualMachine::canStopChanged);
+    QSignalSpy commands(&vm, &VirtualMachine::commandsChanged);
     QSignalSpy configuration(&vm, &VirtualMachine::configurationChanged);
     QSignalSpy lastError(&vm, &VirtualMachine::lastErrorChanged);
     vm.setState(VMState::poweredOff);
@@ -54,7 +54,10 @@ void VirtualMachineTest::onlyRealChangesNotify()
     vm.setState(VMState::starting);
     vm.setState(VMState::running);
     QCOMPARE(state.count(), 2);
-    QCOMPARE(canStop.count(), 1);
+    QCOMPARE(commands.count(), 2);
+    vm.setState(VMState::suspended);
+    vm.setState(VMState::error);
+    QCOMPARE(commands.count(), 3);
     vm.setLastError(u"a"_s);
     vm.setLastError(u"a"_s);
     QCOMPARE(lastError.count(), 1);

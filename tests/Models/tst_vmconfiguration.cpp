@@ -66,7 +66,7 @@ void VMConfigurationTest::writtenRecordReadsBackEqual()
     VMConfiguration configuration = sample();
     QCOMPARE(decodeConfiguration(encodeConfiguration(configuration)), configuration);
 
-    configuration.installationMediaPath = u"/media/ä, \"x\".iso"_s;
+    configuration.installationMediaPath = u"/media/ä, \"x\"\\/\\\\//.iso"_s;
     configuration.installationMediaType = InstallationMediaType::iso;
     configuration.virtioDriversMediaPath = QString(u""_s);
     configuration.memorySizeBytes = (quint64(1) << 62) + 1; // more digits than a double holds
