@@ -3,6 +3,7 @@
 #include <QJsonDocument>
 
 #include <cmath>
+#include <cstring>
 
 namespace StrictJson {
 
@@ -11,20 +12,22 @@ namespace {
 /// The parser takes a detour for every string with an escape, and paths are full of escaped slashes.
 QByteArray withPlainSlashes(QByteArray document)
 {
-    if (!document.contains("\\/"))
+    qsizetype escape = document.indexOf('\\');
+    if (escape < 0)
         return document;
-    char *to = document.data();
-    const char *from = to;
-    const char *const end = from + document.size();
-    while (from != end) {
-        if (*from == '\\' && from + 1 != end) {
-            if (from[1] != '/')
-                *to++ = *from;
-            ++from;
-        }
-        *to++ = *from++;
+    char *const bytes = document.data();
+    qsizetype length = escape;
+    while (escape >= 0) {
+        // The two characters of the escape, or the slash alone, then everything up to the next one.
+        const bool isSlash = escape + 1 < document.size() && bytes[escape + 1] == '/';
+        const qsizetype begin = isSlash ? escape + 1 : escape;
+        const qsizetype next = document.indexOf('\\', escape + 2);
+        const qsizetype end = next < 0 ? document.size() : next;
+        std::memmove(bytes + length, bytes + begin, static_cast<std::size_t>(end - begin));
+        length += end - begin;
+        escape = next;
     }
-    document.truncate(to - document.constData());
+    document.truncate(length);
     return document;
 }
 

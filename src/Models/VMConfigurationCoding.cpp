@@ -35,7 +35,13 @@ QUrl folder(const QString &text)
     if (url.scheme() != "file"_L1 || !path.startsWith(u'/') || path.contains(QChar::Null) ||
         (!host.isEmpty() && host != "localhost"_L1))
         throw Fault();
-    return FileUrl::directory(path);
+    return host.isEmpty() && path.endsWith(u'/') ? url : FileUrl::directory(path);
+}
+
+QDateTime dateOrNow(ObjectReader &reader, QLatin1StringView key)
+{
+    const std::optional<QDateTime> date = reader.date(key);
+    return date ? *date : QDateTime::currentDateTimeUtc();
 }
 
 /// The bundle's files lie directly inside it; a name that leads elsewhere is refused.
@@ -51,11 +57,10 @@ QString fileName(ObjectReader &reader, QLatin1StringView key, const QString &fal
 /// Keys in ascending order, as the reader wants them; what depends on another key is settled at the end.
 VMConfiguration decode(ObjectReader reader)
 {
-    const QDateTime now = QDateTime::currentDateTimeUtc();
     VMConfiguration configuration;
     const auto backend = reader.enumeration("backend"_L1, vmBackendTypeFromRawValue);
     configuration.cpuCount = required(reader.integer("cpuCount"_L1));
-    configuration.createdAt = reader.date("createdAt"_L1).value_or(now);
+    configuration.createdAt = dateOrNow(reader, "createdAt"_L1);
     configuration.diskFileName = fileName(reader, "diskFileName"_L1, u"disk.img"_s);
     configuration.diskSizeBytes = byteCount(reader, "diskSizeBytes"_L1);
     configuration.displayHeight = reader.integer("displayHeight"_L1).value_or(1080);
@@ -71,7 +76,7 @@ VMConfiguration decode(ObjectReader reader)
     configuration.machineIdentifierFileName =
         fileName(reader, "machineIdentifierFileName"_L1, u"machine_id.bin"_s);
     configuration.memorySizeBytes = byteCount(reader, "memorySizeBytes"_L1);
-    configuration.modifiedAt = reader.date("modifiedAt"_L1).value_or(now);
+    configuration.modifiedAt = dateOrNow(reader, "modifiedAt"_L1);
     configuration.name = required(reader.string("name"_L1));
     configuration.networkMode = required(reader.enumeration("networkMode"_L1, vmNetworkModeFromRawValue));
     configuration.storageDirectory = folder(required(reader.string("storageDirectory"_L1)));
