@@ -1,0 +1,46 @@
+#pragma once
+
+#include "RemoteFramebuffer/Rectangle.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+/// What an RFB client sends, byte for byte (RFC 6143, sections 7.1 to 7.5).
+namespace rfb {
+
+enum class SecurityType : std::uint8_t
+{
+    None = 1
+};
+enum class Encoding : std::int32_t
+{
+    Raw = 0
+};
+/// Whether the server may leave out what did not change since its last update.
+enum class UpdateKind : std::uint8_t
+{
+    Full = 0,
+    Incremental = 1
+};
+/// Whether other clients of the server stay connected.
+enum class DesktopSharing : std::uint8_t
+{
+    Exclusive = 0,
+    Shared = 1
+};
+
+/// "RFB 003.008\n" (section 7.1.1).
+[[nodiscard]] std::array<std::byte, 12> protocolVersion();
+/// Section 7.1.2.
+[[nodiscard]] std::array<std::byte, 1> securityChoice(SecurityType type);
+/// Section 7.3.1.
+[[nodiscard]] std::array<std::byte, 1> clientInit(DesktopSharing sharing);
+/// Section 7.5.2; at most 65535 encodings, the preferred one first.
+[[nodiscard]] std::vector<std::byte> setEncodings(std::span<const Encoding> encodings);
+/// Section 7.5.3.
+[[nodiscard]] std::array<std::byte, 10> framebufferUpdateRequest(UpdateKind kind, const Rectangle &area);
+
+} // namespace rfb
