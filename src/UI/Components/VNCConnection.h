@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Platform/TCPConnection.h"
+#include "UI/Components/VNCMailbox.h"
+
+#include <QString>
+
+#include <memory>
+
+/// One connection to a VNC server, with a thread that receives and answers on its own and hands all it learns
+/// to the main thread. The thread keeps what it needs alive, so that letting go of a connection never waits
+/// for it.
+class VNCConnection
+{
+public:
+    /// Starts connecting. Throws a LocalizedError or std::system_error when the process has no descriptors or
+    /// threads left.
+    VNCConnection(const QString &host, quint16 port);
+    /// Closes the connection; no event comes any more.
+    ~VNCConnection();
+    Q_DISABLE_COPY_MOVE(VNCConnection)
+
+    [[nodiscard]] const std::shared_ptr<VNCMailbox> &mailbox() const { return m_mailbox; }
+
+private:
+    std::shared_ptr<VNCMailbox> m_mailbox;
+    std::shared_ptr<TCPConnection> m_stream;
+};

@@ -1,0 +1,65 @@
+#include "UI/Components/VNCScreenItem.h"
+
+#include "UI/Components/ScreenNode.h"
+
+#include <QQuickWindow>
+#include <QSGNode>
+
+#include <cmath>
+
+VNCScreenItem::VNCScreenItem(QQuickItem *parent)
+    : QQuickItem(parent)
+{
+    setFlag(ItemHasContents);
+}
+
+void VNCScreenItem::setClient(VNCClient *client)
+{
+    if (client == m_client)
+        return;
+    QObject::disconnect(m_imageConnection);
+    QObject::disconnect(m_destroyedConnection);
+    m_client = client;
+    if (client) {
+        m_imageConnection = connect(client, &VNCClient::imageChanged, this, &VNCScreenItem::showImage);
+        m_destroyedConnection = connect(client, &QObject::destroyed, this, [this] {
+            showImage();
+            Q_EMIT clientChanged();
+        });
+    }
+    showImage();
+    Q_EMIT clientChanged();
+}
+
+QImage VNCScreenItem::image() const
+{
+    return m_client ? m_client->image() : QImage();
+}
+
+void VNCScreenItem::showImage()
+{
+    const QSize size = image().size();
+    setImplicitSize(size.width(), size.height());
+    update();
+}
+
+/// Where the picture goes, on whole device pixels as far as its corner is concerned.
+QRectF VNCScreenItem::target(const QSize &pictureSize) const
+{
+    const QSizeF fitted = QSizeF(pictureSize).scaled(size(), Qt::KeepAspectRatio);
+    const qreal ratio = window()->effectiveDevicePixelRatio();
+    const auto centred = [ratio](qreal available, qreal used) {
+        return std::floor((available - used) / 2 * ratio) / ratio;
+    };
+    return {QPointF(centred(width(), fitted.width()), centred(height(), fitted.height())), fitted};
+}
+
+QSGNode *VNCScreenItem::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)
+{
+    auto *node = dynamic_cast<ScreenNode *>(oldNode);
+    if (!node)
+        node = ScreenNode::create(*window()).release();
+    const QImage picture = image();
+    node->show(picture, boundingRect(), target(picture.size()));
+    return node->asNode();
+}

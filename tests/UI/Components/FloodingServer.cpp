@@ -1,0 +1,60 @@
+#include "UI/Components/FloodingServer.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+
+FloodingServer::FloodingServer(const QByteArray &first, const QByteArray &forever)
+    : m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    auto *generic = reinterpret_cast<sockaddr *>(&address);
+    if (::bind(m_listener.get(), generic, size) != 0 || ::listen(m_listener.get(), 1) != 0 ||
+        ::getsockname(m_listener.get(), generic, &size) != 0)
+        qFatal("No port left to listen on.");
+    m_port = ntohs(address.sin_port);
+    m_thread = std::thread([this, first, forever] { run(first, forever); });
+}
+
+FloodingServer::~FloodingServer()
+{
+    m_isEnding = true;
+    ::shutdown(m_listener.get(), SHUT_RDWR);
+    m_thread.join();
+}
+
+void FloodingServer::run(const QByteArray &first, const QByteArray &forever)
+{
+    while (!m_isEnding) {
+        const UniqueDescriptor client(
+            ::accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+        if (!client.isValid() || !send(client.get(), first))
+            continue;
+        while (send(client.get(), forever))
+            ++m_rounds;
+    }
+}
+
+bool FloodingServer::send(int client, const QByteArray &bytes) const
+{
+    qsizetype position = 0;
+    while (position < bytes.size() && !m_isEnding) {
+        const ssize_t count = ::send(client, bytes.constData() + position,
+                                     static_cast<std::size_t>(bytes.size() - position), MSG_NOSIGNAL);
+        if (count >= 0) {
+            position += count;
+        } else if (errno == EAGAIN) {
+            pollfd wait{.fd = client, .events = POLLOUT, .revents = 0};
+            ::poll(&wait, 1, 50);
+        } else {
+            return false;
+        }
+    }
+    return !m_isEnding;
+}
