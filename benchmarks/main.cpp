@@ -1,0 +1,59 @@
+#include "FrameServer.h"
+#include "VNCBenchmark.h"
+
+#include "Platform/LocalizedError.h"
+
+#include <QCoreApplication>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <array>
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Command
+{
+    const char *name;
+    const char *purpose;
+    /// Takes the command line from the program's name on and returns what is printed.
+    QJsonObject (*run)(const QStringList &arguments);
+};
+
+constexpr std::array commands{
+    Command{"vnc", "frames received from a VNC server", runVNCBenchmark},
+    Command{"vnc-server", "a server for it, until it is killed", runFrameServer},
+};
+
+void printUsage()
+{
+    std::fputs("usage: kelvo-benchmark COMMAND [--help | OPTIONS]\n", stderr);
+    for (const Command &command : commands)
+        std::fprintf(stderr, "  %-12s %s\n", command.name, command.purpose);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    QStringList arguments = QCoreApplication::arguments();
+    const QString name = arguments.value(1);
+    for (const Command &command : commands) {
+        if (name != QLatin1StringView(command.name))
+            continue;
+        arguments.removeAt(1);
+        try {
+            const QJsonObject result = command.run(arguments);
+            std::fputs(QJsonDocument(result).toJson(QJsonDocument::Indented).constData(), stdout);
+            return EXIT_SUCCESS;
+        } catch (const std::exception &error) {
+            std::fprintf(stderr, "kelvo-benchmark: %s\n", qPrintable(localizedDescription(error)));
+            return EXIT_FAILURE;
+        }
+    }
+    printUsage();
+    return EXIT_FAILURE;
+}
