@@ -1,0 +1,114 @@
+#include "Platform/ChildProcessWatch.h"
+
+#include <QTimer>
+
+#include <sys/syscall.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <cerrno>
+
+namespace {
+
+constexpr std::size_t readBytes = 64 * 1024;
+
+/// A pipe's largest capacity for an unprivileged process (pipe(7)): no child leaves more behind when it ends.
+constexpr qint64 maximumPipeBytes = 1024 * 1024;
+
+} // namespace
+
+ChildProcessWatch::ChildProcessWatch(UniqueDescriptor process, UniqueDescriptor standardOutput,
+                                     UniqueDescriptor standardError)
+    : m_process(std::move(process))
+    , m_processNotifier(m_process.get(), QSocketNotifier::Read)
+    , m_standardOutput{std::move(standardOutput), nullptr}
+    , m_standardError{std::move(standardError), nullptr}
+{
+    connect(&m_processNotifier, &QSocketNotifier::activated, this, &ChildProcessWatch::reap);
+    watch(m_standardOutput, &ChildProcessWatch::readStandardOutput);
+    watch(m_standardError, &ChildProcessWatch::readStandardError);
+}
+
+void ChildProcessWatch::watch(Pipe &pipe, void (ChildProcessWatch::*read)())
+{
+    if (!pipe.descriptor.isValid())
+        return;
+    pipe.notifier = std::make_unique<QSocketNotifier>(pipe.descriptor.get(), QSocketNotifier::Read);
+    connect(pipe.notifier.get(), &QSocketNotifier::activated, this, read);
+}
+
+void ChildProcessWatch::sendSignal(int signal)
+{
+    // It can only fail when the child has ended, which is what was wanted.
+    if (!m_exit->has_value())
+        ::syscall(SYS_pidfd_send_signal, m_process.get(), signal, nullptr, 0);
+}
+
+QFuture<void> ChildProcessWatch::exitOrTimeout(std::chrono::milliseconds timeout)
+{
+    auto promise = std::make_shared<QPromise<void>>();
+    promise->start();
+    m_waiting.push_back(promise);
+    if (timeout != ChildProcess::forever)
+        QTimer::singleShot(timeout, this, [promise] { promise->finish(); });
+    return promise->future();
+}
+
+// One read per event, so that a child that floods its pipe shares the loop with everything else.
+
+void ChildProcessWatch::readStandardOutput()
+{
+    (void)readSome(m_standardOutput);
+}
+
+void ChildProcessWatch::readStandardError()
+{
+    reportLines(m_lines.append(readSome(m_standardError)));
+}
+
+QByteArrayView ChildProcessWatch::readSome(Pipe &pipe)
+{
+    static std::array<char, readBytes> buffer; // main thread only; used up before the next call
+    const ssize_t count = ::read(pipe.descriptor.get(), buffer.data(), buffer.size());
+    if (count > 0)
+        return {buffer.data(), count};
+    if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
+        pipe.notifier->setEnabled(false);
+        pipe.descriptor.reset();
+    }
+    return {};
+}
+
+void ChildProcessWatch::reportLines(const QStringList &lines)
+{
+    for (const QString &line : lines)
+        Q_EMIT standardErrorLine(line);
+}
+
+void ChildProcessWatch::reap()
+{
+    siginfo_t info = {};
+    const int result = ::waitid(P_PIDFD, static_cast<id_t>(m_process.get()), &info, WEXITED | WNOHANG);
+    if (result == 0 && info.si_pid == 0)
+        return;
+    m_processNotifier.setEnabled(false);
+
+    // A grandchild may hold the pipe and go on writing; the bound keeps it from holding us here.
+    qint64 total = 0;
+    while (total < maximumPipeBytes) {
+        const QByteArrayView bytes = readSome(m_standardError);
+        if (bytes.isEmpty())
+            break;
+        total += bytes.size();
+        reportLines(m_lines.append(bytes));
+    }
+    reportLines(m_lines.finish());
+
+    const auto kind = info.si_code == CLD_EXITED ? ChildExit::Kind::exited : ChildExit::Kind::signalled;
+    const ChildExit exit{kind, info.si_status};
+    *m_exit = exit;
+    for (const auto &promise : m_waiting)
+        promise->finish();
+    deleteLater();
+    Q_EMIT exited(exit);
+}

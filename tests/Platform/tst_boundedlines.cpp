@@ -1,0 +1,65 @@
+#include "Platform/BoundedLines.h"
+#include "support/TestMain.h"
+
+using namespace Qt::StringLiterals;
+
+class TestBoundedLines : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cutsAStreamWhereverItIsSplit_data();
+    void cutsAStreamWhereverItIsSplit();
+    void letsTheFirstAndTheNewestLinesThrough();
+    void keepsLittleOfAnEndlessLine();
+};
+
+void TestBoundedLines::cutsAStreamWhereverItIsSplit_data()
+{
+    QTest::addColumn<QByteArray>("stream");
+    QTest::addColumn<QStringList>("lines");
+    QTest::newRow("nothing") << QByteArray() << QStringList();
+    QTest::newRow("no line feed at the end") << "one\ntwo"_ba << QStringList{u"one"_s, u"two"_s};
+    QTest::newRow("blank lines and carriage returns")
+        << "\n one\r\n\r\n\ntwo\n"_ba << QStringList{u"one"_s, u"two"_s};
+    QTest::newRow("a character of two bytes") << QByteArray("Gr\xc3\xbc\xc3\x9f"
+                                                            "e\n")
+                                              << QStringList{u"Grüße"_s};
+}
+
+void TestBoundedLines::cutsAStreamWhereverItIsSplit()
+{
+    QFETCH(const QByteArray, stream);
+    for (qsizetype step = 1; step <= std::max<qsizetype>(1, stream.size()); ++step) {
+        BoundedLines lines;
+        QStringList reported;
+        for (qsizetype at = 0; at < stream.size(); at += step)
+            reported += lines.append(stream.mid(at, step));
+        reported += lines.finish();
+        QTEST(reported, "lines");
+    }
+}
+
+void TestBoundedLines::letsTheFirstAndTheNewestLinesThrough()
+{
+    BoundedLines lines;
+    QStringList reported;
+    for (int i = 1; i <= 5000; ++i)
+        reported += lines.append("line " + QByteArray::number(i) + '\n');
+    QCOMPARE(reported.size(), BoundedLines::firstLineCount);
+    QCOMPARE(reported.last(), u"line 20"_s);
+    QCOMPARE(lines.finish(), (QStringList{u"(4979 lines left out)"_s, u"line 5000"_s}));
+}
+
+void TestBoundedLines::keepsLittleOfAnEndlessLine()
+{
+    BoundedLines lines;
+    const QByteArray block(64 * 1024, 'x');
+    for (int i = 0; i < 100; ++i)
+        QVERIFY(lines.append(block).isEmpty());
+    QCOMPARE(lines.append("\nnext\n"),
+             (QStringList{QString(BoundedLines::maximumLineBytes, u'x'), u"next"_s}));
+}
+
+KELVO_TEST_MAIN(TestBoundedLines)
+#include "tst_boundedlines.moc"

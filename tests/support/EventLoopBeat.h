@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QFile>
+#include <QTimer>
+
+#include <algorithm>
+#include <chrono>
+
+/// Measures the longest time for which the event loop of this thread did not turn since this was made. Time
+/// in which the thread could have run, but the host gave its processors to others, does not count.
+class EventLoopBeat
+{
+public:
+    EventLoopBeat()
+    {
+        m_timer.callOnTimeout([this] {
+            const std::chrono::nanoseconds now = ownTime();
+            m_longest = std::max(m_longest, now - m_lastTurn);
+            m_lastTurn = now;
+        });
+        m_timer.start(0);
+    }
+
+    [[nodiscard]] std::chrono::milliseconds longestPause() const
+    {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(m_longest);
+    }
+
+private:
+    /// The wall clock less the time spent waiting for a processor (the second field of schedstat).
+    [[nodiscard]] static std::chrono::nanoseconds ownTime()
+    {
+        QFile file(QStringLiteral("/proc/thread-self/schedstat"));
+        const QByteArray fields = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        const std::chrono::nanoseconds delayed(fields.split(' ').value(1).toLongLong());
+        return std::chrono::steady_clock::now().time_since_epoch() - delayed;
+    }
+
+    QTimer m_timer;
+    std::chrono::nanoseconds m_lastTurn = ownTime();
+    std::chrono::nanoseconds m_longest{0};
+};

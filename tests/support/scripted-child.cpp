@@ -1,0 +1,277 @@
+// Plays any child process. Its script is the argument after "--script", or the file beside the program that
+// is named like it with ".script" appended (so that links to it play emulators that are given fixed
+// arguments). Commands stand on lines of their own or are separated by semicolons; see the table at the end.
+
+#include <arpa/inet.h>
+#include <dirent.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+std::vector<std::string> arguments;
+int listener = -1;
+int connection = -1;
+std::string socketPath;
+
+[[noreturn]] void fail(const std::string &text)
+{
+    std::fprintf(stderr, "scripted-child: %s: %s\n", text.c_str(), std::strerror(errno));
+    std::exit(99);
+}
+
+/// What follows `key` in the argument that has it, up to the next single comma.
+std::string optionValue(const std::string &key)
+{
+    for (const std::string &argument : arguments) {
+        const std::size_t found = argument.find(key);
+        if (found == std::string::npos)
+            continue;
+        std::string value;
+        for (std::size_t i = found + key.size(); i < argument.size(); ++i) {
+            if (argument[i] == ',' && argument[++i] != ',')
+                break;
+            value += argument[i];
+        }
+        return value;
+    }
+    fail("no argument has " + key);
+}
+
+void writeAll(int descriptor, const std::string &bytes)
+{
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t count = ::write(descriptor, bytes.data() + done, bytes.size() - done);
+        if (count < 0)
+            fail("write");
+        done += static_cast<std::size_t>(count);
+    }
+}
+
+void note(const std::string &text)
+{
+    std::ofstream(arguments[0] + ".received", std::ios::app) << text << '\n';
+}
+
+void flood(const std::string &megabytes)
+{
+    std::string block;
+    while (block.size() < 1024 * 1024)
+        block += "the same warning over and over again\n";
+    for (int i = 0; i < std::stoi(megabytes); ++i)
+        writeAll(STDERR_FILENO, block);
+}
+
+void openPort(const std::string &given)
+{
+    const int port = given.empty() ? 5900 + std::stoi(optionValue("vnc=127.0.0.1:")) : std::stoi(given);
+    const int server = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int on = 1;
+    ::setsockopt(server, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = ::htonl(INADDR_LOOPBACK);
+    address.sin_port = ::htons(static_cast<in_port_t>(port));
+    if (::bind(server, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0 ||
+        ::listen(server, 64) != 0)
+        fail("bind");
+    std::thread([server] {
+        while (true)
+            ::close(::accept(server, nullptr, nullptr));
+    }).detach();
+}
+
+void openSocket(const std::string &given)
+{
+    const bool isEmulator = std::find(arguments.begin(), arguments.end(), "-qmp") != arguments.end();
+    socketPath = !given.empty() ? given : optionValue(isEmulator ? "unix:" : "type=unixio,path=");
+    listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, socketPath.c_str(), sizeof address.sun_path - 1);
+    if (::bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0 ||
+        ::listen(listener, 8) != 0)
+        fail("bind " + socketPath);
+}
+
+void acceptConnection(const std::string &)
+{
+    ::close(connection);
+    connection = ::accept(listener, nullptr, nullptr);
+}
+
+std::string readLine()
+{
+    std::string line;
+    char byte = 0;
+    while (::read(connection, &byte, 1) == 1 && byte != '\n')
+        line += byte;
+    return line;
+}
+
+void endlessLine(const std::string &megabytes)
+{
+    const std::string block(1024 * 1024, 'x');
+    for (int i = 0; i < std::stoi(megabytes); ++i)
+        if (::send(connection, block.data(), block.size(), MSG_NOSIGNAL) < 0)
+            return;
+}
+
+void serveQmp(const std::string &)
+{
+    while (true) {
+        acceptConnection({});
+        writeAll(connection, "{\"QMP\": {\"version\": {}, \"capabilities\": [\"oob\"]}}\r\n");
+        for (std::string line = readLine(); !line.empty(); line = readLine()) {
+            note(line);
+            writeAll(connection, "{\"event\": \"NOTE\", \"data\": {}}\r\n{\"return\": {}}\r\n");
+            if (line.find("\"quit\"") != std::string::npos) {
+                ::unlink(socketPath.c_str());
+                std::exit(0);
+            }
+        }
+    }
+}
+
+void serveTpm(const std::string &)
+{
+    while (true) {
+        acceptConnection({});
+        char command[4] = {};
+        if (::read(connection, command, sizeof command) == 4 && command[3] == 3) {
+            note("shutdown");
+            ::unlink(socketPath.c_str());
+            std::exit(0);
+        }
+    }
+}
+
+/// Where it stands, on standard error: what a launcher may have got wrong.
+void report(const std::string &)
+{
+    std::ostringstream text;
+    char folder[4096] = {};
+    text << "cwd=" << ::getcwd(folder, sizeof folder) << '\n';
+    text << "leads its session=" << (::getsid(0) == ::getpid()) << '\n';
+    struct sigaction action = {};
+    ::sigaction(SIGPIPE, nullptr, &action);
+    text << "ignores SIGPIPE=" << (action.sa_handler == SIG_IGN) << '\n';
+    text << "descriptors=";
+    for (int descriptor = 0; descriptor < 256; ++descriptor)
+        if (::fcntl(descriptor, F_GETFD) >= 0)
+            text << descriptor << ' ';
+    text << '\n';
+    for (std::size_t i = 3; i < arguments.size(); ++i)
+        text << "argument=" << arguments[i] << '\n';
+    writeAll(STDERR_FILENO, text.str());
+}
+
+std::string script()
+{
+    if (arguments.size() > 2 && arguments[1] == "--script")
+        return arguments[2];
+    std::ifstream file(arguments[0] + ".script");
+    if (!file)
+        fail("no script");
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+const std::map<std::string, std::function<void(const std::string &)>> commands = {
+    {"accept", acceptConnection},
+    {"crash",
+     [](const std::string &) {
+         std::abort();
+     }},
+    {"endless-line", endlessLine},
+    {"exit",
+     [](const std::string &status) {
+         std::exit(std::stoi(status));
+     }},
+    {"flood", flood},
+    {"hang",
+     [](const std::string &) {
+         while (true)
+             ::pause();
+     }},
+    {"ignore-term",
+     [](const std::string &) {
+         ::signal(SIGTERM, SIG_IGN);
+     }},
+    {"note", note},
+    {"open-port", openPort},
+    {"open-socket", openSocket},
+    {"pass-on",
+     [](const std::string &text) {
+         writeAll(3, text);
+     }},
+    {"read-line",
+     [](const std::string &) {
+         note(readLine());
+     }},
+    {"report", report},
+    {"send",
+     [](const std::string &text) {
+         writeAll(connection, text + "\r\n");
+     }},
+    {"send-part",
+     [](const std::string &text) {
+         writeAll(connection, text);
+     }},
+    {"serve-qmp", serveQmp},
+    {"serve-tpm", serveTpm},
+    {"shut",
+     [](const std::string &) {
+         ::close(connection);
+         connection = -1;
+     }},
+    {"sleep",
+     [](const std::string &ms) {
+         std::this_thread::sleep_for(std::chrono::milliseconds(std::stoi(ms)));
+     }},
+    {"stderr",
+     [](const std::string &text) {
+         writeAll(STDERR_FILENO, text + '\n');
+     }},
+};
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    arguments.assign(argv, argv + argc);
+    const rlimit noCore = {0, 0};
+    ::setrlimit(RLIMIT_CORE, &noCore);
+
+    std::string text = script();
+    std::replace(text.begin(), text.end(), ';', '\n');
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        line.erase(0, line.find_first_not_of(' '));
+        if (line.empty())
+            continue;
+        const std::size_t space = line.find(' ');
+        const auto command = commands.find(line.substr(0, space));
+        if (command == commands.end())
+            fail("unknown command " + line);
+        command->second(space == std::string::npos ? std::string() : line.substr(space + 1));
+    }
+    return 0;
+}
