@@ -18,7 +18,8 @@ public:
             m_longest = std::max(m_longest, now - m_lastTurn);
             m_lastTurn = now;
         });
-        m_timer.start(0);
+        m_timer.setTimerType(Qt::PreciseTimer);
+        m_timer.start(1);
     }
 
     [[nodiscard]] std::chrono::milliseconds longestPause() const

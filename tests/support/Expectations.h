@@ -82,3 +82,14 @@ inline void finish(QCoro::Task<> task, std::chrono::milliseconds timeout = std::
     const QCoro::Task<> observer = Detail::observe(std::move(task), outcome);
     Detail::waitFor(*outcome, timeout);
 }
+
+/// The error text with which a task ends; a null string when it succeeds.
+[[nodiscard]] inline QCoro::Task<QString> outcomeOf(QCoro::Task<> task)
+{
+    try {
+        co_await task;
+    } catch (const LocalizedError &error) {
+        co_return error.localizedDescription();
+    }
+    co_return QString();
+}

@@ -66,6 +66,12 @@ void writeAll(int descriptor, const std::string &bytes)
     }
 }
 
+/// A client may have left again.
+bool sendIfConnected(const std::string &bytes)
+{
+    return ::send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL) > 0;
+}
+
 void note(const std::string &text)
 {
     std::ofstream(arguments[0] + ".received", std::ios::app) << text << '\n';
@@ -127,11 +133,31 @@ std::string readLine()
     return line;
 }
 
+/// Notes up to so many bytes, line feeds made visible; fewer when no more come for a while.
+void readRest(const std::string &count)
+{
+    const timeval patience = {0, 200'000};
+    ::setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    std::string text = "rest: ";
+    char byte = 0;
+    for (int i = 0; i < std::stoi(count) && ::read(connection, &byte, 1) == 1; ++i)
+        text += byte == '\n' ? std::string("\\n") : std::string(1, byte);
+    note(text);
+}
+
+void repeat(const std::string &line)
+{
+    const std::string bytes = line + "\n";
+    while (sendIfConnected(bytes)) {
+    }
+    std::exit(0);
+}
+
 void endlessLine(const std::string &megabytes)
 {
     const std::string block(1024 * 1024, 'x');
     for (int i = 0; i < std::stoi(megabytes); ++i)
-        if (::send(connection, block.data(), block.size(), MSG_NOSIGNAL) < 0)
+        if (!sendIfConnected(block))
             return;
 }
 
@@ -139,10 +165,10 @@ void serveQmp(const std::string &)
 {
     while (true) {
         acceptConnection({});
-        writeAll(connection, "{\"QMP\": {\"version\": {}, \"capabilities\": [\"oob\"]}}\r\n");
+        sendIfConnected("{\"QMP\": {\"version\": {}, \"capabilities\": [\"oob\"]}}\r\n");
         for (std::string line = readLine(); !line.empty(); line = readLine()) {
             note(line);
-            writeAll(connection, "{\"event\": \"NOTE\", \"data\": {}}\r\n{\"return\": {}}\r\n");
+            sendIfConnected("{\"event\": \"NOTE\", \"data\": {}}\r\n{\"return\": {}}\r\n");
             if (line.find("\"quit\"") != std::string::npos) {
                 ::unlink(socketPath.c_str());
                 std::exit(0);
@@ -184,6 +210,16 @@ void report(const std::string &)
     writeAll(STDERR_FILENO, text.str());
 }
 
+/// The working folder and all arguments in one line.
+void noteStart(const std::string &)
+{
+    char folder[4096] = {};
+    std::string text = ::getcwd(folder, sizeof folder);
+    for (std::size_t i = 1; i < arguments.size(); ++i)
+        text += '|' + arguments[i];
+    note(text);
+}
+
 std::string script()
 {
     if (arguments.size() > 2 && arguments[1] == "--script")
@@ -216,6 +252,11 @@ const std::map<std::string, std::function<void(const std::string &)>> commands =
          ::signal(SIGTERM, SIG_IGN);
      }},
     {"note", note},
+    {"note-pid",
+     [](const std::string &) {
+         note(std::to_string(::getpid()));
+     }},
+    {"note-start", noteStart},
     {"open-port", openPort},
     {"open-socket", openSocket},
     {"pass-on",
@@ -226,6 +267,8 @@ const std::map<std::string, std::function<void(const std::string &)>> commands =
      [](const std::string &) {
          note(readLine());
      }},
+    {"read-rest", readRest},
+    {"repeat", repeat},
     {"report", report},
     {"send",
      [](const std::string &text) {
@@ -259,6 +302,7 @@ int main(int argc, char *argv[])
     arguments.assign(argv, argv + argc);
     const rlimit noCore = {0, 0};
     ::setrlimit(RLIMIT_CORE, &noCore);
+    ::alarm(100); // a test that failed may have forgotten about us
 
     std::string text = script();
     std::replace(text.begin(), text.end(), ';', '\n');

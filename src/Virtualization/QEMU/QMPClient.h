@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QCoroTask>
+#include <QUrl>
+
+#include <chrono>
+
+struct QMPTimeouts
+{
+    std::chrono::milliseconds socketFile = std::chrono::seconds(5);
+    std::chrono::milliseconds greeting = std::chrono::milliseconds(500);
+    std::chrono::milliseconds exchange = std::chrono::seconds(5); ///< from connecting to the answer
+};
+
+/// Sends commands to one QEMU, each over a connection of its own that lives for one exchange, on a thread of
+/// its own. A value; may be destroyed while a task runs. Failures are KelvoError::internalError. Main thread.
+class QMPClient
+{
+public:
+    explicit QMPClient(const QUrl &socketPath, const QMPTimeouts &timeouts = {});
+
+    [[nodiscard]] const QUrl &socketPath() const { return m_socketPath; }
+
+    /// Waits until the socket's file exists, then sends and waits for the answer.
+    [[nodiscard]] QCoro::Task<> send(const QString &command) const;
+    [[nodiscard]] QCoro::Task<> quit() const;
+    [[nodiscard]] QCoro::Task<> pause() const;
+    [[nodiscard]] QCoro::Task<> resume() const;
+
+private:
+    [[nodiscard]] static QCoro::Task<> exchange(QString path, QString command, QMPTimeouts timeouts);
+    [[nodiscard]] static QCoro::Task<> waitForSocket(QString path, std::chrono::milliseconds timeout);
+
+    QUrl m_socketPath;
+    QMPTimeouts m_timeouts;
+};
