@@ -1,0 +1,84 @@
+#include "Virtualization/QEMU/QEMUProcessRunner.h"
+
+#include "Platform/ChildProcess.h"
+#include "Platform/FileUrl.h"
+#include "Services/DiagnosticLogger.h"
+
+using namespace Qt::StringLiterals;
+
+QEMUProcessRunner::QEMUProcessRunner(std::chrono::milliseconds grace)
+    : m_grace(grace)
+{}
+
+QEMUProcessRunner::~QEMUProcessRunner() = default;
+
+void QEMUProcessRunner::onTermination(TerminationHandler handler)
+{
+    m_terminationHandler = std::move(handler);
+}
+
+QCoro::Task<> QEMUProcessRunner::start(QUrl qemuBinary, QStringList arguments, QUrl workingDirectory)
+{
+    const QCoro::Task<> earlier = stop();
+    co_await earlier;
+
+    const QString name = FileUrl::lastComponent(qemuBinary);
+    const ChildProcess::LaunchOptions options = {
+        .program = FileUrl::path(qemuBinary),
+        .arguments = arguments,
+        .workingDirectory = FileUrl::path(workingDirectory),
+        .standardInput = ChildProcess::StandardInput::inherited,
+        .standardOutput = ChildProcess::StandardOutput::discarded,
+        .inheritedDescriptors = {},
+    };
+    const auto process = std::make_shared<ChildProcess>(options);
+    ChildSupervision::logStandardError(*process, name);
+    if (const TerminationHandler handler = m_terminationHandler) {
+        QObject::connect(process.get(), &ChildProcess::exited, process.get(),
+                         [handler](const ChildExit &exit) { handler(exit.value); });
+    }
+    m_process = process;
+    DiagnosticLogger::shared().log(u"QEMU started: "_s + name, LogLevel::info);
+}
+
+QCoro::Task<> QEMUProcessRunner::stop()
+{
+    const std::shared_ptr<ChildProcess> process = m_process;
+    if (!process)
+        co_return;
+    const QCoro::Task<> end = ChildSupervision::end(process, u"QEMU"_s, m_grace);
+    co_await end;
+    forget(process);
+}
+
+QCoro::Task<> QEMUProcessRunner::forceStop()
+{
+    const std::shared_ptr<ChildProcess> process = m_process;
+    if (!process)
+        co_return;
+    process->kill();
+    const QCoro::Task<bool> exit = process->waitForExit();
+    co_await exit;
+    forget(process);
+}
+
+bool QEMUProcessRunner::isRunning() const
+{
+    return m_process && m_process->isRunning();
+}
+
+QCoro::Task<bool> QEMUProcessRunner::waitForExit(std::chrono::milliseconds timeout)
+{
+    const std::shared_ptr<ChildProcess> process = m_process;
+    if (!process)
+        co_return true;
+    const QCoro::Task<bool> exit = process->waitForExit(timeout);
+    const bool hasEnded = co_await exit;
+    co_return hasEnded;
+}
+
+void QEMUProcessRunner::forget(const std::shared_ptr<ChildProcess> &process)
+{
+    if (m_process == process)
+        m_process.reset();
+}

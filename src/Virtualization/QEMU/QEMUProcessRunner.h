@@ -1,0 +1,42 @@
+#pragma once
+
+#include "Virtualization/QEMU/ChildSupervision.h"
+
+#include <QCoroTask>
+#include <QStringList>
+#include <QUrl>
+
+#include <functional>
+
+/// Owns at most one QEMU process and can be used again for the next. Destroying it leaves the process
+/// running. Main thread only; it must outlive its tasks.
+class QEMUProcessRunner
+{
+public:
+    using TerminationHandler = std::function<void(qint32 exitStatus)>;
+
+    explicit QEMUProcessRunner(std::chrono::milliseconds grace = ChildSupervision::defaultGrace);
+    QEMUProcessRunner(const QEMUProcessRunner &) = delete;
+    QEMUProcessRunner &operator=(const QEMUProcessRunner &) = delete;
+    ~QEMUProcessRunner();
+
+    /// For processes that are started afterwards: called once on the main thread when one has ended, with its
+    /// exit status or the number of the signal that ended it.
+    void onTermination(TerminationHandler handler);
+    /// Ends an earlier process first. Throws PlatformError when QEMU cannot be launched.
+    [[nodiscard]] QCoro::Task<> start(QUrl qemuBinary, QStringList arguments, QUrl workingDirectory);
+    /// Asks QEMU to terminate and waits; kills one that does not within the grace period.
+    [[nodiscard]] QCoro::Task<> stop();
+    /// Kills and waits.
+    [[nodiscard]] QCoro::Task<> forceStop();
+    [[nodiscard]] bool isRunning() const;
+    /// True when no process runs (any more), false when the time is over.
+    [[nodiscard]] QCoro::Task<bool> waitForExit(std::chrono::milliseconds timeout);
+
+private:
+    void forget(const std::shared_ptr<ChildProcess> &process);
+
+    std::chrono::milliseconds m_grace;
+    TerminationHandler m_terminationHandler;
+    std::shared_ptr<ChildProcess> m_process;
+};

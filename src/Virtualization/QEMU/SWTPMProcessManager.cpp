@@ -1,0 +1,118 @@
+#include "Virtualization/QEMU/SWTPMProcessManager.h"
+
+#include "Platform/ChildProcess.h"
+#include "Platform/FileManager.h"
+#include "Platform/FileUrl.h"
+#include "Platform/OwnThread.h"
+#include "Services/DiagnosticLogger.h"
+#include "Virtualization/Backend/KelvoError.h"
+#include "Virtualization/QEMU/UnixSocketConnection.h"
+
+#include <QCoroFuture>
+#include <QDeadlineTimer>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// Ends an swtpm that nobody owns: one whose QEMU was killed after its application had gone waits for ever
+/// and keeps the state directory locked. Sends the control channel's CMD_SHUTDOWN (swtpm_ioctls(3)).
+void shutDownStray(const QString &socketPath)
+{
+    if (!UnixSocketConnection::hasListener(socketPath))
+        return;
+    try {
+        UnixSocketConnection connection(socketPath, 1s);
+        connection.write(QByteArrayView("\0\0\0\3", 4));
+        // Its answer, then the end of the stream when it has gone.
+        (void)connection.read(4);
+        (void)connection.read(1);
+    } catch (const LocalizedError &) {
+        // What does not answer is no swtpm that could be told to go; the start that follows shows what it is.
+    }
+}
+
+void removeIfPresent(const QString &path)
+{
+    try {
+        if (FileManager::defaultManager().fileExists(path))
+            FileManager::defaultManager().removeItem(path);
+    } catch (const LocalizedError &) {
+        // swtpm says itself that it cannot make its socket.
+    }
+}
+
+ChildProcess::LaunchOptions launchOptions(const QString &directory, const QUrl &socketPath,
+                                          const QUrl &swtpmBinary)
+{
+    // swtpm takes every comma for a separator and knows no way to write one; relative paths have none.
+    const bool isRelative = directory.contains(u',');
+    const QString stateDirectory = isRelative ? u"."_s : directory;
+    const QString socket = isRelative ? FileUrl::lastComponent(socketPath) : FileUrl::path(socketPath);
+    return {
+        .program = FileUrl::path(swtpmBinary),
+        .arguments = {u"socket"_s, u"--tpm2"_s, u"--tpmstate"_s, u"dir="_s + stateDirectory, u"--ctrl"_s,
+                      u"type=unixio,path="_s + socket},
+        .workingDirectory = isRelative ? directory : QString(),
+        .standardInput = ChildProcess::StandardInput::inherited,
+        .standardOutput = ChildProcess::StandardOutput::inherited,
+        .inheritedDescriptors = {},
+    };
+}
+
+} // namespace
+
+SWTPMProcessManager::SWTPMProcessManager(const SWTPMTimeouts &timeouts)
+    : m_timeouts(timeouts)
+{}
+
+SWTPMProcessManager::~SWTPMProcessManager() = default;
+
+QCoro::Task<> SWTPMProcessManager::start(QUrl tpmDirectory, QUrl socketPath, QUrl swtpmBinary)
+{
+    const QCoro::Task<> earlier = stop();
+    co_await earlier;
+
+    const QString directory = FileUrl::path(tpmDirectory);
+    const QString socket = FileUrl::path(socketPath);
+    FileManager::defaultManager().createDirectory(directory);
+    const auto work = [socket] {
+        shutDownStray(socket);
+    };
+    const QFuture<void> strayEnded = runOnOwnThread(work);
+    co_await strayEnded;
+    removeIfPresent(socket);
+
+    const ChildProcess::LaunchOptions options = launchOptions(directory, socketPath, swtpmBinary);
+    m_process = std::make_shared<ChildProcess>(options);
+    ChildSupervision::logStandardError(*m_process, u"swtpm"_s);
+    const QCoro::Task<> socketUp = waitForSocket(socket);
+    co_await socketUp;
+    DiagnosticLogger::shared().log(u"swtpm started for "_s + FileUrl::lastComponent(tpmDirectory),
+                                   LogLevel::info);
+}
+
+QCoro::Task<> SWTPMProcessManager::stop()
+{
+    const std::shared_ptr<ChildProcess> process = m_process;
+    if (!process)
+        co_return;
+    const QCoro::Task<> end = ChildSupervision::end(process, u"swtpm"_s, m_timeouts.grace);
+    co_await end;
+    if (m_process == process)
+        m_process.reset();
+}
+
+QCoro::Task<> SWTPMProcessManager::waitForSocket(QString path)
+{
+    const std::shared_ptr<ChildProcess> process = m_process;
+    const QDeadlineTimer deadline(m_timeouts.socket);
+    while (!deadline.hasExpired() && process->isRunning()) {
+        if (FileManager::defaultManager().fileExists(path))
+            co_return;
+        const QCoro::Task<bool> pause = process->waitForExit(50ms);
+        co_await pause;
+    }
+    throw KelvoError::internalError(u"Timed out waiting for swtpm socket."_s);
+}
