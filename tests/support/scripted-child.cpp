@@ -34,7 +34,7 @@ std::string socketPath;
 [[noreturn]] void fail(const std::string &text)
 {
     std::fprintf(stderr, "scripted-child: %s: %s\n", text.c_str(), std::strerror(errno));
-    std::exit(99);
+    ::_exit(99);
 }
 
 /// What follows `key` in the argument that has it, up to the next single comma.
@@ -150,7 +150,7 @@ void repeat(const std::string &line)
     const std::string bytes = line + "\n";
     while (sendIfConnected(bytes)) {
     }
-    std::exit(0);
+    ::_exit(0);
 }
 
 void endlessLine(const std::string &megabytes)
@@ -171,7 +171,7 @@ void serveQmp(const std::string &)
             sendIfConnected("{\"event\": \"NOTE\", \"data\": {}}\r\n{\"return\": {}}\r\n");
             if (line.find("\"quit\"") != std::string::npos) {
                 ::unlink(socketPath.c_str());
-                std::exit(0);
+                ::_exit(0);
             }
         }
     }
@@ -185,7 +185,7 @@ void serveTpm(const std::string &)
         if (::read(connection, command, sizeof command) == 4 && command[3] == 3) {
             note("shutdown");
             ::unlink(socketPath.c_str());
-            std::exit(0);
+            ::_exit(0);
         }
     }
 }
@@ -239,7 +239,7 @@ const std::map<std::string, std::function<void(const std::string &)>> commands =
     {"endless-line", endlessLine},
     {"exit",
      [](const std::string &status) {
-         std::exit(std::stoi(status));
+         ::_exit(std::stoi(status));
      }},
     {"flood", flood},
     {"hang",
@@ -317,5 +317,5 @@ int main(int argc, char *argv[])
             fail("unknown command " + line);
         command->second(space == std::string::npos ? std::string() : line.substr(space + 1));
     }
-    return 0;
+    ::_exit(0);
 }

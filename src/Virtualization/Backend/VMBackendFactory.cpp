@@ -1,9 +1,7 @@
 #include "Virtualization/Backend/VMBackendFactory.h"
 
 #include "Virtualization/Backend/AppleVirtualizationController.h"
-#include "Virtualization/Backend/KelvoError.h"
-
-using namespace Qt::StringLiterals;
+#include "Virtualization/Backend/QEMUBackendController.h"
 
 std::unique_ptr<VMBackendController> VMBackendFactory::makeController(VMBackendType backend)
 {
@@ -11,7 +9,7 @@ std::unique_ptr<VMBackendController> VMBackendFactory::makeController(VMBackendT
     case VMBackendType::appleVirtualization:
         return std::make_unique<AppleVirtualizationController>();
     case VMBackendType::qemuHVF:
-        throw KelvoError::internalError(u"The QEMU backend is not part of this build."_s);
+        return std::make_unique<QEMUBackendController>();
     }
     Q_UNREACHABLE();
 }

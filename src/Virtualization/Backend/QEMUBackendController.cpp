@@ -1,0 +1,118 @@
+#include "Virtualization/Backend/QEMUBackendController.h"
+
+#include "Platform/FileManager.h"
+#include "Platform/FileUrl.h"
+#include "Virtualization/Backend/KelvoError.h"
+#include "Virtualization/QEMU/QEMUCommandBuilder.h"
+#include "Virtualization/QEMU/UnixSocketConnection.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 firstVNCPort = 5900; // display number 0
+constexpr qint64 lastVNCPort = 65535;
+
+void requireUsablePort(qint64 port)
+{
+    if (port < firstVNCPort || port > lastVNCPort) {
+        throw KelvoError::configurationInvalid(
+            u"The VNC port %1 is not between %2 and %3."_s.arg(port).arg(firstVNCPort).arg(lastVNCPort));
+    }
+}
+
+void requireShortPath(const QUrl &socket)
+{
+    const QString path = FileUrl::path(socket);
+    if (!UnixSocketConnection::fitsAddress(path)) {
+        throw KelvoError::configurationInvalid(
+            u"Its folder has too long a path. The socket “%1” must have at most %2 bytes."_s.arg(path).arg(
+                UnixSocketConnection::maximumPathBytes));
+    }
+}
+
+} // namespace
+
+QEMUBackendController::QEMUBackendController()
+    : QEMUBackendController(QEMUDependencyService(), FileManager::defaultManager(), QEMUTimeouts())
+{}
+
+QEMUBackendController::QEMUBackendController(const QEMUDependencyService &dependencyService,
+                                             FileManager &fileManager, const QEMUTimeouts &timeouts)
+    : m_dependencyService(dependencyService)
+    , m_fileManager(&fileManager)
+    , m_timeouts(timeouts)
+    , m_guest(std::make_shared<QEMUGuest>(timeouts))
+{}
+
+VMState QEMUBackendController::state() const
+{
+    return m_guest->state();
+}
+
+std::optional<QString> QEMUBackendController::vncHost() const
+{
+    return u"127.0.0.1"_s;
+}
+
+std::optional<qint64> QEMUBackendController::vncPort() const
+{
+    const std::optional<QEMULaunchPlan> &plan = m_guest->plan();
+    return plan ? std::optional(plan->configuration.vncPort) : std::nullopt;
+}
+
+void QEMUBackendController::configure(const VMConfiguration &configuration, VMBuildMode mode,
+                                      const std::optional<QUrl> &attachISO)
+{
+    const QEMUDependencyStatus status = m_dependencyService.status();
+    if (!status.isReady())
+        throw KelvoError::qemuDependenciesMissing(status.missingComponents.join(u", "));
+    const QEMUDependencies &dependencies = *status.dependencies;
+    const QEMURuntimePaths paths = QEMURuntimePaths::forConfiguration(configuration);
+    requireUsablePort(configuration.vncPort);
+    requireShortPath(paths.qmpSocket);
+    requireShortPath(paths.tpmSocket);
+
+    prepareUEFIVariables(dependencies.uefiVarsTemplate, paths.uefiVars);
+    m_fileManager->createDirectory(FileUrl::path(configuration.storageDirectory));
+    m_fileManager->createDirectory(FileUrl::path(paths.tpmDirectory));
+    QEMUGuest::removeSocket(paths.qmpSocket);
+    const QEMUCommandBuilder builder(dependencies, *m_fileManager);
+    const QStringList arguments = builder.buildArguments(configuration, mode, attachISO, paths.uefiVars,
+                                                         paths.tpmSocket, paths.qmpSocket);
+    m_guest->setPlan({
+        .configuration = configuration,
+        .runtimePaths = paths,
+        .dependencies = dependencies,
+        .arguments = arguments,
+        .qmpClient = QMPClient(paths.qmpSocket, m_timeouts.qmp),
+    });
+}
+
+void QEMUBackendController::prepareUEFIVariables(const QUrl &uefiVarsTemplate, const QUrl &destination)
+{
+    const QString store = FileUrl::path(destination);
+    if (!m_fileManager->fileExists(store))
+        m_fileManager->copyItem(FileUrl::path(uefiVarsTemplate), store);
+}
+
+QCoro::Task<> QEMUBackendController::start()
+{
+    return m_guest->start();
+}
+QCoro::Task<> QEMUBackendController::stop()
+{
+    return m_guest->stop();
+}
+QCoro::Task<> QEMUBackendController::pause()
+{
+    return m_guest->pause();
+}
+QCoro::Task<> QEMUBackendController::resume()
+{
+    return m_guest->resume();
+}
+void QEMUBackendController::resetStateMachine(VMState to)
+{
+    m_guest->resetStateMachine(to);
+}

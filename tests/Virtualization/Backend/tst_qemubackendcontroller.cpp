@@ -1,0 +1,562 @@
+#include "Platform/ChildProcess.h"
+#include "Platform/FileUrl.h"
+#include "Services/DiagnosticLogger.h"
+#include "Virtualization/QEMU/UnixSocketConnection.h"
+#include "support/EventLoopBeat.h"
+#include "support/Expectations.h"
+#include "support/ProcessCensus.h"
+#include "support/QEMUStage.h"
+#include "support/ScriptedChild.h"
+#include "support/TestMain.h"
+
+#include <QDir>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+class TestQEMUBackendController : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void preparesTheBundle();
+    void refusesWhatCannotRun_data();
+    void refusesWhatCannotRun();
+    void takesPathsUpToTheSocketLimit();
+    void startsPausesResumesAndStops();
+    void refusesOperationsThatDoNotFit();
+    void endsFailedStartsCleanly_data();
+    void endsFailedStartsCleanly();
+    void neverTakesAForeignGuestForItsOwn_data();
+    void neverTakesAForeignGuestForItsOwn();
+    void neverSharesAPort();
+    void noticesThatQEMUEnded_data();
+    void noticesThatQEMUEnded();
+    void stopsWhateverQEMUDoes_data();
+    void stopsWhateverQEMUDoes();
+    void reportsWhatQEMURefuses();
+    void letsOperationsEndWithoutTheController();
+    void leavesGuestsAloneWhenTheApplicationQuits();
+    void leavesNothingBehindAfterManyStarts();
+};
+
+namespace {
+
+constexpr QEMUTimeouts shortTimeouts = {
+    .display = 10s,
+    .displayPoll = 10ms,
+    .grace = 200ms,
+    .swtpm = {.socket = 5s, .grace = 200ms},
+    .qmp = {.socketFile = 300ms, .greeting = 50ms, .exchange = 300ms},
+};
+
+void configure(QEMUBackendController &controller, const QEMUStage &stage)
+{
+    controller.configure(stage.configuration, VMBuildMode::normalBoot, std::nullopt);
+}
+
+QString start(VMBackendController &controller)
+{
+    return QCoro::waitFor(outcomeOf(controller.start()));
+}
+QString stop(VMBackendController &controller)
+{
+    return QCoro::waitFor(outcomeOf(controller.stop()));
+}
+QString pause(VMBackendController &controller)
+{
+    return QCoro::waitFor(outcomeOf(controller.pause()));
+}
+QString resume(VMBackendController &controller)
+{
+    return QCoro::waitFor(outcomeOf(controller.resume()));
+}
+
+/// The state is the one that whoever awaits the start sees.
+QCoro::Task<QString> startAndNoteState(VMBackendController &controller, VMState &state)
+{
+    QCoro::Task<QString> start = outcomeOf(controller.start());
+    const QString outcome = co_await start;
+    state = controller.state();
+    co_return outcome;
+}
+
+QString configureText(QEMUBackendController &controller, const QEMUStage &stage)
+{
+    return errorTextOf([&] { configure(controller, stage); });
+}
+
+QString log()
+{
+    return DiagnosticLogger::shared().formattedLog();
+}
+
+QStringList qmpCommands(const QEMUStage &stage)
+{
+    return ScriptedChild::received(stage.emulator())
+        .filter(u"execute"_s)
+        .replaceInStrings(uR"({"execute":")"_s, QString())
+        .replaceInStrings(uR"("})"_s, QString());
+}
+
+bool isAlive(pid_t process)
+{
+    return ::kill(process, 0) == 0;
+}
+
+} // namespace
+
+void TestQEMUBackendController::init()
+{
+    DiagnosticLogger::shared().clear();
+}
+
+void TestQEMUBackendController::preparesTheBundle()
+{
+    const QEMUStage stage;
+    const auto controller = stage.makeController(shortTimeouts);
+    QVERIFY(!controller->vncPort());
+    QFile stale(stage.path(u"Windows 11.vm/qmp.sock"_s));
+    QVERIFY(stale.open(QIODevice::WriteOnly));
+
+    configure(*controller, stage);
+    QCOMPARE(controller->vncPort(), std::optional(stage.configuration.vncPort));
+    QCOMPARE(controller->vncHost(), std::optional(u"127.0.0.1"_s));
+    QVERIFY(QDir(stage.path(u"Windows 11.vm/tpm"_s)).exists());
+    QCOMPARE(stage.sockets(), QStringList());
+
+    QFile store(stage.path(u"Windows 11.vm/uefi_vars.fd"_s));
+    QVERIFY(store.open(QIODevice::ReadWrite));
+    QCOMPARE(store.readAll(), "template"_ba);
+    store.write(" with boot entries");
+    store.close();
+    configure(*controller, stage);
+    QVERIFY(store.open(QIODevice::ReadOnly));
+    QCOMPARE(store.readAll(), "template with boot entries"_ba);
+    QCOMPARE(controller->state(), VMState::poweredOff);
+}
+
+void TestQEMUBackendController::refusesWhatCannotRun_data()
+{
+    QTest::addColumn<qint64>("port");
+    QTest::addColumn<bool>("hasTPM");
+    QTest::addColumn<QString>("failure");
+    const QString invalid = u"Virtual machine configuration is invalid. "_s;
+    QTest::newRow("no swtpm")
+        << qint64(5901) << false
+        << u"QEMU dependencies are missing: swtpm. Install them with Homebrew: brew install qemu swtpm"_s;
+    QTest::newRow("port too low") << qint64(5899) << true
+                                  << invalid + u"The VNC port 5899 is not between 5900 and 65535."_s;
+    QTest::newRow("port too high") << qint64(65536) << true
+                                   << invalid + u"The VNC port 65536 is not between 5900 and 65535."_s;
+    QTest::newRow("port negative") << qint64(-1) << true
+                                   << invalid + u"The VNC port -1 is not between 5900 and 65535."_s;
+}
+
+void TestQEMUBackendController::refusesWhatCannotRun()
+{
+    QFETCH(const qint64, port);
+    QFETCH(const bool, hasTPM);
+    QEMUStage stage;
+    stage.configuration.vncPort = port;
+    if (!hasTPM)
+        QVERIFY(QFile::remove(stage.tpm()));
+    const auto controller = stage.makeController(shortTimeouts);
+    QTEST(configureText(*controller, stage), "failure");
+    QVERIFY(!controller->vncPort());
+    QCOMPARE(start(*controller),
+             u"Virtual machine configuration is invalid. QEMU backend is not configured."_s);
+    QCOMPARE(controller->state(), VMState::poweredOff);
+}
+
+void TestQEMUBackendController::takesPathsUpToTheSocketLimit()
+{
+    QEMUStage stage;
+    const auto useFolderSuchThatTheSocketHas = [&](qsizetype bytes) {
+        const QString start = stage.path(u"ü"_s);
+        const qsizetype fixed = start.toUtf8().size() + u"/tpm/swtpm.sock"_s.size();
+        const QString folder = start + QString(bytes - fixed, u'x');
+        QVERIFY(QDir().mkpath(folder));
+        stage.configuration.storageDirectory = FileUrl::directory(folder);
+    };
+    const auto controller = stage.makeController(shortTimeouts);
+    useFolderSuchThatTheSocketHas(UnixSocketConnection::maximumPathBytes + 1);
+    const QString failure = configureText(*controller, stage);
+    QVERIFY2(failure.contains(u"too long a path"_s) && failure.contains(u"107 bytes"_s), qPrintable(failure));
+
+    useFolderSuchThatTheSocketHas(UnixSocketConnection::maximumPathBytes);
+    QCOMPARE(configureText(*controller, stage), QString());
+    QCOMPARE(start(*controller), QString());
+    QCOMPARE(stop(*controller), QString());
+}
+
+void TestQEMUBackendController::startsPausesResumesAndStops()
+{
+    const QEMUStage stage;
+    const ProcessCensus before = ProcessCensus::take();
+    {
+        const auto controller = stage.makeController(shortTimeouts);
+        for (int round = 0; round < 2; ++round) {
+            configure(*controller, stage);
+            QCOMPARE(start(*controller), QString());
+            QCOMPARE(controller->state(), VMState::running);
+            const QString port = QString::number(stage.configuration.vncPort);
+            QVERIFY(log().endsWith(u"QEMU VM running on VNC port "_s + port));
+            QCOMPARE(stage.sockets(), (QStringList{u"qmp.sock"_s, u"swtpm.sock"_s}));
+
+            QCOMPARE(pause(*controller), QString());
+            QCOMPARE(controller->state(), VMState::paused);
+            QCOMPARE(resume(*controller), QString());
+            QCOMPARE(controller->state(), VMState::running);
+            QCOMPARE(pause(*controller), QString());
+            QCOMPARE(stop(*controller), QString());
+            QCOMPARE(controller->state(), VMState::poweredOff);
+            QVERIFY(log().endsWith(u"QEMU VM stopped"_s));
+            QCOMPARE(stage.sockets(), QStringList());
+            QCOMPARE(ProcessCensus::take().children, before.children);
+        }
+    }
+    const QString negotiate = u"qmp_capabilities"_s;
+    const QStringList round = {negotiate, u"stop"_s, negotiate, u"cont"_s,
+                               negotiate, u"stop"_s, negotiate, u"quit"_s};
+    QCOMPARE(qmpCommands(stage), round + round);
+    QTRY_COMPARE(ProcessCensus::take(), before);
+}
+
+void TestQEMUBackendController::refusesOperationsThatDoNotFit()
+{
+    const QEMUStage stage;
+    const auto controller = stage.makeController(shortTimeouts);
+    configure(*controller, stage);
+    QCOMPARE(pause(*controller), u"Cannot pause while virtual machine is powered off."_s);
+    QCOMPARE(resume(*controller), u"Cannot resume while virtual machine is powered off."_s);
+    QCOMPARE(stop(*controller), u"Cannot stop while virtual machine is powered off."_s);
+
+    const QString busy = u"Another virtualization operation is already in progress."_s;
+    bool isStarted = false;
+    QCoro::connect(controller->start(), this, [&] { isStarted = true; });
+    QCOMPARE(controller->state(), VMState::starting);
+    QCOMPARE(stop(*controller), busy);
+    QCOMPARE(start(*controller), busy);
+    QTRY_VERIFY(isStarted);
+
+    QCOMPARE(start(*controller), u"Cannot start while virtual machine is running."_s);
+    QCOMPARE(resume(*controller), u"Cannot resume while virtual machine is running."_s);
+    QCOMPARE(pause(*controller), QString());
+    QCOMPARE(start(*controller), u"Cannot Starting while virtual machine is paused."_s);
+    QCOMPARE(stop(*controller), QString());
+}
+
+void TestQEMUBackendController::endsFailedStartsCleanly_data()
+{
+    QTest::addColumn<QString>("emulator");
+    QTest::addColumn<QString>("tpm");
+    QTest::addColumn<QString>("failure");
+    QTest::addColumn<QString>("warning");
+    QTest::addColumn<VMState>("finalState");
+    const QString noDisplay = u"Timed out waiting for the VM display."_s;
+    const QString noTPM = u"Timed out waiting for swtpm socket."_s;
+    const QString good = QEMUStage::goodEmulator;
+
+    QTest::newRow("TPM exits") << good << u"stderr no rights; exit 1"_s << noTPM << u"swtpm: no rights"_s
+                               << VMState::error;
+    QTest::newRow("TPM hangs") << good << u"ignore-term; hang"_s << noTPM
+                               << u"swtpm did not end when asked to and is killed."_s << VMState::error;
+    QTest::newRow("QEMU exits") << u"stderr invalid accelerator hvf; exit 1"_s << QEMUStage::goodTPM
+                                << noDisplay << u"qemu-system-aarch64: invalid accelerator hvf"_s
+                                << VMState::poweredOff;
+    QTest::newRow("QEMU crashes after many words")
+        << u"flood 3; stderr out of memory; crash"_s << QEMUStage::goodTPM << noDisplay
+        << u"qemu-system-aarch64: out of memory"_s << VMState::poweredOff;
+    QTest::newRow("no display") << u"ignore-term; open-socket; serve-qmp"_s << QEMUStage::goodTPM << noDisplay
+                                << QString() << VMState::poweredOff;
+}
+
+void TestQEMUBackendController::endsFailedStartsCleanly()
+{
+    QFETCH(const QString, emulator);
+    QFETCH(const QString, tpm);
+    QFETCH(const QString, failure);
+    QFETCH(const QString, warning);
+    QFETCH(const VMState, finalState);
+    const ProcessCensus before = ProcessCensus::take();
+    {
+        const QEMUStage stage(emulator, tpm);
+        QEMUTimeouts timeouts = shortTimeouts;
+        const bool mustTimeOut = warning.isEmpty() || tpm.contains(u"hang"_s);
+        timeouts.display = mustTimeOut ? 300ms : 60s;
+        timeouts.swtpm.socket = mustTimeOut ? 300ms : 60s;
+        const auto controller = stage.makeController(timeouts);
+        configure(*controller, stage);
+
+        const EventLoopBeat beat;
+        QElapsedTimer time;
+        time.start();
+        VMState stateAtFailure = VMState::running;
+        const QString text = QCoro::waitFor(startAndNoteState(*controller, stateAtFailure));
+        QCOMPARE(text, failure);
+        QCOMPARE(stateAtFailure, VMState::error);
+        QVERIFY(time.elapsed() < 20000);
+        QVERIFY2(beat.longestPause() < 16ms, qPrintable(QString::number(beat.longestPause().count())));
+        QTRY_COMPARE(controller->state(), finalState);
+        QCOMPARE(stage.sockets(), QStringList());
+        QCOMPARE(ProcessCensus::take().children, before.children);
+        QVERIFY2(log().contains(u"[WARN]"_s) || warning.isEmpty(), qPrintable(log()));
+        QVERIFY2(log().contains(warning), qPrintable(log()));
+        QVERIFY2(log().contains(u"QEMU lifecycle error: "_s + failure), qPrintable(log()));
+        QVERIFY2(log().count(u'\n') < 50, qPrintable(log()));
+
+        // And the next one works.
+        ScriptedChild::install(stage.emulator(), QEMUStage::goodEmulator);
+        ScriptedChild::install(stage.tpm(), QEMUStage::goodTPM);
+        configure(*controller, stage);
+        QCOMPARE(start(*controller), QString());
+        QCOMPARE(stop(*controller), QString());
+    }
+    QTRY_COMPARE(ProcessCensus::take(), before);
+}
+
+void TestQEMUBackendController::neverTakesAForeignGuestForItsOwn_data()
+{
+    QTest::addColumn<QString>("foreignScript");
+    QTest::addColumn<QString>("failure");
+    QTest::newRow("port in use") << u"open-port %1; open-socket %2; serve-qmp"_s
+                                 << u"VNC port %1 is already in use."_s;
+    QTest::newRow("control channel in use")
+        << u"open-socket %2; serve-qmp"_s << u"This virtual machine is already running outside Kelvo."_s;
+}
+
+void TestQEMUBackendController::neverTakesAForeignGuestForItsOwn()
+{
+    QFETCH(const QString, foreignScript);
+    QFETCH(const QString, failure);
+    const QEMUStage stage;
+    const QString port = QString::number(stage.configuration.vncPort);
+    const QString socket = FileUrl::path(stage.configuration.qmpSocketURL());
+    ChildProcess::LaunchOptions options;
+    options.program = ScriptedChild::program();
+    options.arguments = {u"--script"_s,
+                         QString(foreignScript).replace(u"%1"_s, port).replace(u"%2"_s, socket)};
+    ChildProcess foreign(options);
+    QTRY_VERIFY(UnixSocketConnection::hasListener(socket));
+
+    const auto controller = stage.makeController(shortTimeouts);
+    configure(*controller, stage);
+    QCOMPARE(start(*controller), QString(failure).replace(u"%1"_s, port));
+    QCOMPARE(controller->state(), VMState::error);
+    QVERIFY(!QFile::exists(stage.tpm() + u".received"_s));
+    QCOMPARE(stage.emulatorProcesses(), QList<pid_t>());
+    QVERIFY2(UnixSocketConnection::hasListener(socket), "the foreign guest lost its control channel");
+    QVERIFY(foreign.isRunning());
+
+    foreign.kill();
+    QVERIFY(QCoro::waitFor(foreign.waitForExit()));
+    configure(*controller, stage);
+    QCOMPARE(start(*controller), QString());
+    QCOMPARE(stop(*controller), QString());
+}
+
+void TestQEMUBackendController::neverSharesAPort()
+{
+    const QEMUStage one;
+    QEMUStage other;
+    other.configuration.vncPort = one.configuration.vncPort;
+    const auto first = one.makeController(shortTimeouts);
+    const auto second = other.makeController(shortTimeouts);
+    configure(*first, one);
+    configure(*second, other);
+    bool isStarted = false;
+    QCoro::connect(first->start(), this, [&] { isStarted = true; });
+    const QString inUse = u"VNC port %1 is already in use."_s.arg(one.configuration.vncPort);
+    QCOMPARE(start(*second), inUse); // nobody listens yet
+    QTRY_VERIFY(isStarted);
+    QCOMPARE(start(*second), inUse);
+    QCOMPARE(stop(*first), QString());
+    QCOMPARE(start(*second), QString());
+    QCOMPARE(stop(*second), QString());
+}
+
+void TestQEMUBackendController::noticesThatQEMUEnded_data()
+{
+    QTest::addColumn<bool>("isPaused");
+    QTest::addColumn<int>("signal");
+    QTest::newRow("while it runs") << false << SIGKILL;
+    QTest::newRow("while it is paused") << true << SIGKILL;
+    QTest::newRow("terminated") << false << SIGTERM;
+}
+
+void TestQEMUBackendController::noticesThatQEMUEnded()
+{
+    QFETCH(const bool, isPaused);
+    QFETCH(const int, signal);
+    const ProcessCensus before = ProcessCensus::take();
+    {
+        const QEMUStage stage;
+        const auto controller = stage.makeController(shortTimeouts);
+        configure(*controller, stage);
+        QCOMPARE(start(*controller), QString());
+        if (isPaused)
+            QCOMPARE(pause(*controller), QString());
+        QCOMPARE(::kill(stage.emulatorProcesses().last(), signal), 0);
+        QTRY_COMPARE(controller->state(), VMState::poweredOff);
+        QCOMPARE(stage.sockets(), QStringList());
+        QCOMPARE(ProcessCensus::take().children, before.children);
+
+        configure(*controller, stage);
+        QCOMPARE(start(*controller), QString());
+        QCOMPARE(stop(*controller), QString());
+    }
+    QTRY_COMPARE(ProcessCensus::take(), before);
+}
+
+void TestQEMUBackendController::stopsWhateverQEMUDoes_data()
+{
+    QTest::addColumn<QString>("emulator");
+    QTest::addColumn<bool>("isKilled");
+    QTest::newRow("does not answer") << u"open-port; open-socket; hang"_s << false;
+    QTest::newRow("has no control channel") << u"open-port; hang"_s << false;
+    QTest::newRow("ignores everything") << u"ignore-term; open-port; open-socket; hang"_s << true;
+    QTest::newRow("floods") << u"open-port; open-socket; flood 100000"_s << false;
+}
+
+void TestQEMUBackendController::stopsWhateverQEMUDoes()
+{
+    QFETCH(const QString, emulator);
+    QFETCH(const bool, isKilled);
+    const ProcessCensus before = ProcessCensus::take();
+    {
+        const QEMUStage stage(emulator);
+        const auto controller = stage.makeController(shortTimeouts);
+        configure(*controller, stage);
+        QCOMPARE(start(*controller), QString());
+        const EventLoopBeat beat;
+        QCOMPARE(stop(*controller), QString());
+        QVERIFY2(beat.longestPause() < 16ms, qPrintable(QString::number(beat.longestPause().count())));
+        QCOMPARE(controller->state(), VMState::poweredOff);
+        QCOMPARE(stage.sockets(), QStringList());
+        QCOMPARE(log().contains(u"QEMU did not end when asked to and is killed."_s), isKilled);
+    }
+    QTRY_COMPARE(ProcessCensus::take(), before);
+}
+
+void TestQEMUBackendController::reportsWhatQEMURefuses()
+{
+    const QString refusing =
+        uR"(accept; send {"QMP": {}}; read-line; send {"return": {}}; read-line; send {"error": {"desc": "Not now"}};)"_s;
+    const QEMUStage stage(u"note-pid; open-port; open-socket;"_s + refusing + refusing + u"hang"_s);
+    const auto controller = stage.makeController(shortTimeouts);
+    configure(*controller, stage);
+    QCOMPARE(start(*controller), QString());
+    QCOMPARE(pause(*controller), u"Not now"_s);
+    QCOMPARE(controller->state(), VMState::paused);
+    QCOMPARE(resume(*controller), u"Not now"_s);
+    QCOMPARE(controller->state(), VMState::paused);
+    QCOMPARE(resume(*controller), u"Failed to read from QMP socket."_s); // it hangs by now
+    QCOMPARE(stop(*controller), QString());
+}
+
+void TestQEMUBackendController::letsOperationsEndWithoutTheController()
+{
+    const ProcessCensus before = ProcessCensus::take();
+    {
+        const QEMUStage stage;
+        auto controller = stage.makeController(shortTimeouts);
+        configure(*controller, stage);
+        bool isStarted = false;
+        QCoro::connect(controller->start(), this, [&] { isStarted = true; });
+        controller.reset();
+        QTRY_VERIFY(isStarted);
+        const pid_t process = stage.emulatorProcesses().last();
+        QVERIFY(isAlive(process));
+        QCOMPARE(::kill(process, SIGKILL), 0);
+        QTRY_VERIFY(!isAlive(process));
+
+        ScriptedChild::install(stage.tpm(), QEMUStage::goodTPM); // the first one is a stray now
+        controller = stage.makeController(shortTimeouts);
+        configure(*controller, stage);
+        QCOMPARE(start(*controller), QString());
+        bool isStopped = false;
+        QCoro::connect(controller->stop(), this, [&] { isStopped = true; });
+        controller.reset();
+        QTRY_VERIFY(isStopped);
+        QCOMPARE(stage.sockets(), QStringList());
+    }
+    QTRY_COMPARE(ProcessCensus::take(), before);
+}
+
+/// The application of the next test: one guest runs and another one is being started when it quits.
+static int runApplicationThatQuits(const QString &folder)
+{
+    const QEMUStage running(folder + u"/running"_s, QEMUStage::goodEmulator, QEMUStage::goodTPM);
+    const QEMUStage starting(folder + u"/starting"_s, u"note-pid; hang"_s, QEMUStage::goodTPM);
+    const auto runningController = running.makeController(shortTimeouts);
+    const auto startingController = starting.makeController(shortTimeouts);
+    configure(*runningController, running);
+    configure(*startingController, starting);
+    if (!start(*runningController).isNull())
+        return EXIT_FAILURE;
+    QCoro::connect(startingController->start(), QCoreApplication::instance(), [] {});
+    const bool isLaunched = QTest::qWaitFor([&] { return !starting.emulatorProcesses().isEmpty(); });
+    return isLaunched ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+void TestQEMUBackendController::leavesGuestsAloneWhenTheApplicationQuits()
+{
+    const QTemporaryDir folder;
+    QVERIFY(QDir(folder.path()).mkpath(u"running"_s) && QDir(folder.path()).mkpath(u"starting"_s));
+    ChildProcess::LaunchOptions options;
+    options.program = QCoreApplication::applicationFilePath();
+    options.arguments = {u"--application"_s, folder.path()};
+    const QByteArray sanitizerOptions = qgetenv("ASAN_OPTIONS");
+    qputenv("ASAN_OPTIONS", "detect_leaks=0"); // what is suspended at the exit never ends
+    ChildProcess application(options);
+    qputenv("ASAN_OPTIONS", sanitizerOptions);
+    QVERIFY(QCoro::waitFor(application.waitForExit(20s)));
+    QCOMPARE(*application.exit(), (ChildExit{ChildExit::Kind::exited, EXIT_SUCCESS}));
+
+    const auto processOf = [&](const QString &name) {
+        return ScriptedChild::received(folder.filePath(name + u"/bin/qemu-system-aarch64"_s))
+            .value(0)
+            .toInt();
+    };
+    const QString socket = folder.filePath(u"running/Windows 11.vm/qmp.sock"_s);
+    const QMPClient client(FileUrl::file(socket));
+    QVERIFY(isAlive(processOf(u"running"_s)));
+    QCOMPARE(QCoro::waitFor(outcomeOf(client.quit())), QString()); // and it still listens
+    QTRY_VERIFY(!isAlive(processOf(u"running"_s)));
+    ::kill(processOf(u"starting"_s), SIGKILL);
+    for (const auto &name : {u"running"_s, u"starting"_s}) {
+        UnixSocketConnection tpm(folder.filePath(name + u"/Windows 11.vm/tpm/swtpm.sock"_s), 1s);
+        tpm.write(QByteArrayView("\0\0\0\3", 4));
+    }
+}
+
+void TestQEMUBackendController::leavesNothingBehindAfterManyStarts()
+{
+    const QEMUStage stage;
+    const auto controller = stage.makeController(shortTimeouts);
+    const auto round = [&] {
+        configure(*controller, stage);
+        return start(*controller).isNull() && stop(*controller).isNull();
+    };
+    QVERIFY(round()); // what is made once and kept
+    QTest::qWait(50);
+    const ProcessCensus before = ProcessCensus::take();
+    for (int i = 0; i < 200; ++i)
+        QVERIFY(round());
+    QTRY_COMPARE(ProcessCensus::take(), before);
+    QCOMPARE(stage.sockets(), QStringList());
+}
+
+int main(int argc, char *argv[])
+{
+    if (!isHomeForTests())
+        return EXIT_FAILURE;
+    QCoreApplication application(argc, argv);
+    if (application.arguments().value(1) == u"--application")
+        return runApplicationThatQuits(application.arguments().value(2));
+    TestQEMUBackendController test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_qemubackendcontroller.moc"
