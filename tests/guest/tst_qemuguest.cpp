@@ -1,0 +1,244 @@
+#include "Platform/FileUrl.h"
+#include "Platform/UniqueDescriptor.h"
+#include "Services/DiagnosticLogger.h"
+#include "Virtualization/Backend/QEMUBackendController.h"
+#include "Virtualization/QEMU/UnixSocketConnection.h"
+#include "support/Expectations.h"
+#include "support/ProcessCensus.h"
+#include "support/QEMUStage.h"
+#include "support/TestMain.h"
+
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <sys/socket.h>
+
+#include <csignal>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+/// The controller with the real emulator, firmware and TPM of this host, as scripts/setup installs them.
+class TestQEMUGuest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void livesAWholeLife_data();
+    void livesAWholeLife();
+    void cleansUpAfterAKilledEmulator();
+    void startsAgainAfterTheTPMWasLeftAlone();
+    void saysWhyTheEmulatorDidNotStart();
+};
+
+namespace {
+
+constexpr QEMUTimeouts patient = {.display = 60s};
+
+/// A machine with an empty disk in a folder of its own.
+class Machine
+{
+public:
+    explicit Machine(const QString &name)
+    {
+        configuration = VMConfiguration::defaultConfiguration(name, GuestOperatingSystem::windows11ARM64);
+        const QString folder = m_folder.filePath(VMConfiguration::bundleFolderName(name));
+        configuration.storageDirectory = FileUrl::directory(folder);
+        configuration.cpuCount = 2;
+        configuration.memorySizeBytes = quint64(512) << 20;
+        configuration.vncPort = freePort();
+        FileManager &files = FileManager::defaultManager();
+        files.createDirectory(folder);
+        files.writeAtomically(diskPath(), {});
+        files.truncateFile(diskPath(), quint64(64) << 20);
+    }
+
+    VMConfiguration configuration;
+
+    [[nodiscard]] QString diskPath() const { return FileUrl::path(configuration.diskURL()); }
+
+    [[nodiscard]] QString start(QEMUBackendController &controller) const
+    {
+        controller.configure(configuration, VMBuildMode::normalBoot, std::nullopt);
+        return QCoro::waitFor(outcomeOf(controller.start()));
+    }
+
+    /// What QEMU answers on a connection of our own.
+    [[nodiscard]] QJsonValue ask(const QString &command) const
+    {
+        UnixSocketConnection connection(qmpSocket(), 10s);
+        connection.write("{\"execute\": \"qmp_capabilities\"}\n{\"execute\": \"" + command.toUtf8() +
+                         "\"}\n");
+        QByteArray received;
+        while (received.count("\"return\"") < 2 || !received.endsWith('\n'))
+            received += connection.read(4096);
+        for (const QByteArray &line : received.trimmed().split('\n')) {
+            const QJsonValue value = QJsonDocument::fromJson(line).object().value("return"_L1);
+            if (!value.isUndefined() && value != QJsonValue(QJsonObject()))
+                return value;
+        }
+        return {};
+    }
+
+    [[nodiscard]] QString status() const
+    {
+        return ask(u"query-status"_s).toObject().value("status"_L1).toString();
+    }
+
+    /// The emulator's own process (SO_PEERCRED, unix(7)).
+    [[nodiscard]] pid_t process() const
+    {
+        const UnixSocketConnection connection(qmpSocket(), 10s);
+        ucred credentials = {};
+        socklen_t size = sizeof credentials;
+        ::getsockopt(connection.fd(), SOL_SOCKET, SO_PEERCRED, &credentials, &size);
+        return credentials.pid;
+    }
+
+    /// The local paths that the emulator has open, as far as they are in the machine's folder.
+    [[nodiscard]] QStringList openFiles() const
+    {
+        const QString folder = u"/proc/%1/fd"_s.arg(process());
+        const QString bundle = FileUrl::path(configuration.storageDirectory);
+        QStringList paths;
+        for (const QFileInfo &entry :
+             QDir(folder).entryInfoList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System))
+            if (const QString target = entry.symLinkTarget(); target.startsWith(bundle))
+                paths.append(target.mid(bundle.size() + 1));
+        paths.removeDuplicates();
+        paths.sort();
+        return paths;
+    }
+
+    [[nodiscard]] bool hasSockets() const
+    {
+        return QFile::exists(qmpSocket()) || QFile::exists(FileUrl::path(tpmSocket()));
+    }
+
+private:
+    [[nodiscard]] QString qmpSocket() const { return FileUrl::path(configuration.qmpSocketURL()); }
+    [[nodiscard]] QUrl tpmSocket() const
+    {
+        return QEMURuntimePaths::forConfiguration(configuration).tpmSocket;
+    }
+
+    QTemporaryDir m_folder;
+};
+
+std::unique_ptr<QEMUBackendController> makeController()
+{
+    return std::make_unique<QEMUBackendController>(QEMUDependencyService(), FileManager::defaultManager(),
+                                                   patient);
+}
+
+QString log()
+{
+    return DiagnosticLogger::shared().formattedLog();
+}
+
+} // namespace
+
+void TestQEMUGuest::initTestCase()
+{
+    const QEMUDependencyStatus status = QEMUDependencyService().status();
+    QVERIFY2(status.isReady(),
+             qPrintable(u"Run scripts/setup first; missing: "_s + status.missingComponents.join(u", ")));
+}
+
+void TestQEMUGuest::init()
+{
+    DiagnosticLogger::shared().clear();
+}
+
+void TestQEMUGuest::livesAWholeLife_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("plain") << u"Windows 11"_s;
+    QTest::newRow("commas, blanks, quotes, umlauts") << u"Gerät, \"new\", 'x',,"_s;
+    QTest::newRow("equals sign") << u"id=7,k=v"_s;
+}
+
+void TestQEMUGuest::livesAWholeLife()
+{
+    QFETCH(const QString, name);
+    const Machine machine(name);
+    const ProcessCensus before = ProcessCensus::take();
+    {
+        const auto controller = makeController();
+        for (int round = 0; round < 2; ++round) {
+            QVERIFY2(machine.start(*controller).isNull(), qPrintable(log()));
+            QCOMPARE(controller->state(), VMState::running);
+            QVERIFY(LoopbackPort::isOpen(machine.configuration.vncPort));
+            QCOMPARE(machine.ask(u"query-name"_s).toObject().value("name"_L1).toString(), name);
+            QCOMPARE(machine.openFiles(), (QStringList{u"disk.img"_s, u"serial.log"_s, u"uefi_vars.fd"_s}));
+            QCOMPARE(machine.ask(u"query-tpm"_s).toArray().size(), 1);
+            QCOMPARE(machine.status(), u"running"_s);
+
+            QCOMPARE(QCoro::waitFor(outcomeOf(controller->pause())), QString());
+            QCOMPARE(machine.status(), u"paused"_s);
+            QCOMPARE(QCoro::waitFor(outcomeOf(controller->resume())), QString());
+            QCOMPARE(machine.status(), u"running"_s);
+
+            QCOMPARE(QCoro::waitFor(outcomeOf(controller->stop())), QString());
+            QCOMPARE(controller->state(), VMState::poweredOff);
+            QCOMPARE(ProcessCensus::take().children, before.children);
+            QVERIFY(!machine.hasSockets());
+            QVERIFY(!LoopbackPort::isOpen(machine.configuration.vncPort));
+        }
+    }
+    QTRY_COMPARE(ProcessCensus::take(), before);
+}
+
+void TestQEMUGuest::cleansUpAfterAKilledEmulator()
+{
+    const Machine machine(u"Killed"_s);
+    const ProcessCensus before = ProcessCensus::take();
+    const auto controller = makeController();
+    QVERIFY2(machine.start(*controller).isNull(), qPrintable(log()));
+    QCOMPARE(::kill(machine.process(), SIGKILL), 0);
+    QTRY_COMPARE(controller->state(), VMState::poweredOff);
+    QCOMPARE(ProcessCensus::take().children, before.children);
+    QVERIFY(!machine.hasSockets());
+
+    QVERIFY2(machine.start(*controller).isNull(), qPrintable(log()));
+    QCOMPARE(QCoro::waitFor(outcomeOf(controller->stop())), QString());
+}
+
+void TestQEMUGuest::startsAgainAfterTheTPMWasLeftAlone()
+{
+    const Machine machine(u"Stray, TPM"_s);
+    const ProcessCensus before = ProcessCensus::take();
+    auto controller = makeController();
+    QVERIFY2(machine.start(*controller).isNull(), qPrintable(log()));
+    controller.reset(); // as when the application quits
+    QCOMPARE(::kill(machine.process(), SIGKILL), 0);
+    QTRY_COMPARE(ProcessCensus::take().children, before.children + 1);
+
+    controller = makeController();
+    QVERIFY2(machine.start(*controller).isNull(), qPrintable(log()));
+    QCOMPARE(QCoro::waitFor(outcomeOf(controller->stop())), QString());
+    QTRY_COMPARE(ProcessCensus::take().children, before.children);
+}
+
+void TestQEMUGuest::saysWhyTheEmulatorDidNotStart()
+{
+    const Machine machine(u"Without, disk"_s);
+    QVERIFY(QFile::remove(machine.diskPath()));
+    const ProcessCensus before = ProcessCensus::take();
+    const auto controller = makeController();
+    QElapsedTimer time;
+    time.start();
+    QCOMPARE(machine.start(*controller), u"Timed out waiting for the VM display."_s);
+    QVERIFY(time.elapsed() < 30000);
+    QVERIFY2(log().contains(u"[WARN]"_s) && log().contains(machine.diskPath()), qPrintable(log()));
+    QTRY_COMPARE(controller->state(), VMState::poweredOff);
+    QCOMPARE(ProcessCensus::take().children, before.children);
+    QVERIFY(!machine.hasSockets());
+}
+
+KELVO_TEST_MAIN(TestQEMUGuest)
+#include "tst_qemuguest.moc"
