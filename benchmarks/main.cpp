@@ -1,4 +1,6 @@
 #include "FrameServer.h"
+#include "LibraryBenchmark.h"
+#include "LogBenchmark.h"
 #include "VNCBenchmark.h"
 
 #include "Platform/LocalizedError.h"
@@ -23,6 +25,8 @@ struct Command
 };
 
 constexpr std::array commands{
+    Command{"library", "finding and loading many machines", runLibraryBenchmark},
+    Command{"log", "entries into the diagnostic log", runLogBenchmark},
     Command{"vnc", "frames received from a VNC server", runVNCBenchmark},
     Command{"vnc-server", "a server for it, until it is killed", runFrameServer},
 };
