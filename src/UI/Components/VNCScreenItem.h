@@ -1,6 +1,6 @@
 #pragma once
 
-#include "VNCClient.h"
+#include "UI/Components/VNCClient.h"
 
 #include <QPointer>
 #include <QQuickItem>
