@@ -11,7 +11,10 @@
 #include <QCoroFuture>
 #include <QDeadlineTimer>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 /// The busy flag, for its own lifetime.
 class QEMUGuest::BusyMark
@@ -141,14 +144,16 @@ QCoro::Task<> QEMUGuest::waitForVNCPort(std::chrono::milliseconds timeout)
 {
     const qint64 port = m_plan->configuration.vncPort;
     const QDeadlineTimer deadline(timeout);
+    std::chrono::milliseconds interval = 5ms; // grows: a fast emulator is there at once
     bool hasExited = false;
     while (!deadline.hasExpired() && !hasExited) {
         const QCoro::Task<bool> probe = isPortOpen(port);
         const bool isOpen = co_await probe;
         if (isOpen && m_qemu.isRunning())
             co_return;
-        const QCoro::Task<bool> pause = m_qemu.waitForExit(m_timeouts.displayPoll);
+        const QCoro::Task<bool> pause = m_qemu.waitForExit(interval);
         hasExited = co_await pause;
+        interval = std::min(2 * interval, m_timeouts.displayPoll);
     }
     throw KelvoError::internalError(u"Timed out waiting for the VM display."_s);
 }

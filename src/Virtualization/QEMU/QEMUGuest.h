@@ -13,8 +13,8 @@
 struct QEMUTimeouts
 {
     std::chrono::milliseconds display = std::chrono::seconds(10);
-    std::chrono::milliseconds displayPoll = std::chrono::milliseconds(100);
-    std::chrono::milliseconds grace = ChildSupervision::defaultGrace; ///< after SIGTERM
+    std::chrono::milliseconds displayPoll = std::chrono::milliseconds(100); ///< at most
+    std::chrono::milliseconds grace = ChildSupervision::defaultGrace;       ///< after SIGTERM
     SWTPMTimeouts swtpm = {};
     QMPTimeouts qmp = {};
 };

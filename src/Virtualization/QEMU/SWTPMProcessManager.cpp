@@ -11,6 +11,8 @@
 #include <QCoroFuture>
 #include <QDeadlineTimer>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -108,11 +110,13 @@ QCoro::Task<> SWTPMProcessManager::waitForSocket(QString path)
 {
     const std::shared_ptr<ChildProcess> process = m_process;
     const QDeadlineTimer deadline(m_timeouts.socket);
+    std::chrono::milliseconds interval = 5ms; // it is usually there after a few
     while (!deadline.hasExpired() && process->isRunning()) {
         if (FileManager::defaultManager().fileExists(path))
             co_return;
-        const QCoro::Task<bool> pause = process->waitForExit(50ms);
+        const QCoro::Task<bool> pause = process->waitForExit(interval);
         co_await pause;
+        interval = std::min(2 * interval, 50ms);
     }
     throw KelvoError::internalError(u"Timed out waiting for swtpm socket."_s);
 }
