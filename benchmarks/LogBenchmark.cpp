@@ -29,12 +29,13 @@ double entriesPerSecond(int threadCount)
     DiagnosticLogger logger(std::make_unique<DiscardingLog>());
     QElapsedTimer timer;
     timer.start();
-    std::vector<std::jthread> threads;
-    for (int number = 0; number < threadCount; ++number)
-        threads.emplace_back([&logger] {
+    std::vector<std::jthread> threads(static_cast<std::size_t>(threadCount));
+    for (std::jthread &thread : threads) {
+        thread = std::jthread([&logger] {
             for (int entry = 0; entry < entriesPerThread; ++entry)
                 logger.log(u"QEMU VM running on VNC port 5901"_s, LogLevel::info);
         });
+    }
     threads.clear();
     return 1e9 * threadCount * entriesPerThread / static_cast<double>(timer.nsecsElapsed());
 }

@@ -1,6 +1,7 @@
 #include "FrameServer.h"
 #include "LibraryBenchmark.h"
 #include "LogBenchmark.h"
+#include "StartBenchmark.h"
 #include "VNCBenchmark.h"
 
 #include "Platform/LocalizedError.h"
@@ -27,6 +28,7 @@ struct Command
 constexpr std::array commands{
     Command{"library", "finding and loading many machines", runLibraryBenchmark},
     Command{"log", "entries into the diagnostic log", runLogBenchmark},
+    Command{"start", "from a controller's start to the running state", runStartBenchmark},
     Command{"vnc", "frames received from a VNC server", runVNCBenchmark},
     Command{"vnc-server", "a server for it, until it is killed", runFrameServer},
 };
