@@ -79,14 +79,15 @@ void DiagnosticLoggerTest::threadsLoseNothing()
 {
     DiagnosticLogger logger(std::make_unique<SilentLog>());
     constexpr int perThread = 60;
-    std::vector<std::jthread> threads;
-    for (int thread = 0; thread < 8; ++thread)
-        threads.emplace_back([&logger, thread] {
+    std::vector<std::jthread> threads(8);
+    for (int thread = 0; thread < 8; ++thread) {
+        threads[static_cast<std::size_t>(thread)] = std::jthread([&logger, thread] {
             for (int number = 0; number < perThread; ++number) {
                 logger.log(u"%1:%2"_s.arg(thread).arg(number), LogLevel::info);
                 (void)logger.formattedLog();
             }
         });
+    }
     threads.clear();
 
     QMap<QString, int> next;
