@@ -1,5 +1,6 @@
 #pragma once
 
+#include "App/DetailContent.h"
 #include "App/SidebarSection.h"
 #include "App/VMCommand.h"
 #include "Models/VirtualMachine.h"
@@ -7,6 +8,7 @@
 #include <QCoroTask>
 #include <QObject>
 #include <QPointer>
+#include <QTimer>
 
 #include <memory>
 
@@ -16,10 +18,12 @@ class VMManager;
 class AppState : public QObject
 {
     Q_OBJECT
+    Q_MOC_INCLUDE("Virtualization/VMManager.h")
     Q_PROPERTY(SidebarSectionEnum::SidebarSection selectedSection READ selectedSection WRITE
                    setSelectedSection NOTIFY selectedSectionChanged)
+    Q_PROPERTY(QString sectionTitle READ sectionTitle NOTIFY selectedSectionChanged)
+    Q_PROPERTY(DetailContentEnum::DetailContent detailContent READ detailContent NOTIFY detailContentChanged)
     Q_PROPERTY(VirtualMachine *selectedVM READ selectedVM NOTIFY selectedVMChanged)
-    Q_PROPERTY(QString selectedVMID READ selectedVMIDText NOTIFY selectedVMIDChanged)
     Q_PROPERTY(
         bool showingCreateVM READ showingCreateVM WRITE setShowingCreateVM NOTIFY showingCreateVMChanged)
     Q_PROPERTY(bool showingAppSettings READ showingAppSettings WRITE setShowingAppSettings NOTIFY
@@ -29,6 +33,8 @@ class AppState : public QObject
     Q_PROPERTY(VMManager *vmManager READ vmManager CONSTANT)
 
 public:
+    static constexpr std::chrono::milliseconds stateRefreshInterval{1000};
+
     explicit AppState(std::unique_ptr<VMManager> vmManager, QObject *parent = nullptr);
     ~AppState() override;
 
@@ -36,8 +42,9 @@ public:
 
     [[nodiscard]] SidebarSection selectedSection() const { return m_selectedSection; }
     void setSelectedSection(SidebarSection section);
+    [[nodiscard]] QString sectionTitle() const { return rawValue(m_selectedSection); }
+    [[nodiscard]] DetailContent detailContent() const;
     [[nodiscard]] std::optional<QUuid> selectedVMID() const { return m_selectedVMID; }
-    [[nodiscard]] QString selectedVMIDText() const;
     void setSelectedVMID(const std::optional<QUuid> &id);
     [[nodiscard]] bool showingCreateVM() const { return m_showingCreateVM; }
     void setShowingCreateVM(bool showing);
@@ -59,30 +66,43 @@ public:
 
     Q_INVOKABLE void load();
     Q_INVOKABLE void select(VirtualMachine *vm);
-    Q_INVOKABLE void clearSelection();
     Q_INVOKABLE void showSettings(VirtualMachine *vm);
     /// Runs the manager's operation; a failure becomes errorMessage().
     Q_INVOKABLE void perform(VirtualMachine *vm, VMCommandEnum::VMCommand command);
     /// The same on the selected machine; nothing without one.
     Q_INVOKABLE void performOnSelectedVM(VMCommandEnum::VMCommand command);
+    /// Asks for the console once the installation has begun.
     Q_INVOKABLE void installAndShowConsole(VirtualMachine *vm);
     Q_INVOKABLE void finishInstallation(VirtualMachine *vm);
-    /// Asks for the machine's console window.
     Q_INVOKABLE void showConsole(VirtualMachine *vm);
 
 Q_SIGNALS:
     void selectedSectionChanged();
+    void detailContentChanged();
     void selectedVMIDChanged();
     void selectedVMChanged();
+    void filteredVirtualMachinesChanged();
     void showingCreateVMChanged();
     void showingAppSettingsChanged();
     void showingConsoleChanged();
     void consoleVMIDChanged();
     void errorMessageChanged();
-    void consoleRequested(VirtualMachine *vm);
+    /// Each time somebody asks for the machine's console window, also when it is open already.
+    void consoleRequested(const QUuid &id);
 
 private:
-    [[nodiscard]] QCoro::Task<> run(QPointer<VirtualMachine> vm, VMCommand command, bool showsConsole);
+    enum class AfterSuccess
+    {
+        nothing,
+        showConsole
+    };
+
+    [[nodiscard]] QCoro::Task<> run(QPointer<VirtualMachine> vm, VMCommand command,
+                                    AfterSuccess afterSuccess);
+    [[nodiscard]] QCoro::Task<> operation(VirtualMachine *vm, VMCommand command);
+    void observeMachines();
+    void machineStateChanged();
+    void updateDerivedState();
 
     std::unique_ptr<VMManager> m_vmManager;
     SidebarSection m_selectedSection = SidebarSection::virtualMachines;
@@ -92,4 +112,9 @@ private:
     bool m_showingConsole = false;
     std::optional<QUuid> m_consoleVMID;
     QString m_errorMessage;
+
+    QTimer m_stateRefreshTimer;
+    QPointer<VirtualMachine> m_notifiedVM;
+    DetailContent m_notifiedDetailContent = DetailContent::MachineList;
+    QList<VirtualMachine *> m_notifiedList; ///< compared, never followed
 };

@@ -3,19 +3,18 @@
 #include <QObject>
 
 /// What a person can ask of a machine from a menu, a card or its console.
-class VMCommandEnum
-{
-    Q_GADGET
+namespace VMCommandEnum {
+Q_NAMESPACE
 
-public:
-    enum class VMCommand
-    {
-        install,
-        start,
-        stop,
-        pause,
-        resume
-    };
-    Q_ENUM(VMCommand)
+enum class VMCommand
+{
+    Install,
+    Start,
+    Stop,
+    Pause,
+    Resume
 };
+Q_ENUM_NS(VMCommand)
+
+} // namespace VMCommandEnum
 using VMCommand = VMCommandEnum::VMCommand;

@@ -1,0 +1,231 @@
+#include "App/AppState.h"
+
+#include "Platform/LocalizedError.h"
+#include "Virtualization/VMManager.h"
+
+#include <algorithm>
+
+namespace {
+
+bool runsOrIsPaused(const VirtualMachine *vm)
+{
+    return vm->state() == VMState::running || vm->state() == VMState::paused;
+}
+
+} // namespace
+
+AppState::AppState(std::unique_ptr<VMManager> vmManager, QObject *parent)
+    : QObject(parent)
+    , m_vmManager(std::move(vmManager))
+{
+    m_stateRefreshTimer.setInterval(stateRefreshInterval);
+    m_stateRefreshTimer.callOnTimeout(m_vmManager.get(), &VMManager::refreshStates);
+    connect(m_vmManager.get(), &VMManager::virtualMachinesChanged, this, &AppState::observeMachines);
+    observeMachines();
+}
+
+AppState::~AppState()
+{
+    // A manager that goes ends what it is still doing, and that changes its machines.
+    disconnect(m_vmManager.get(), nullptr, this, nullptr);
+    for (const VirtualMachine *vm : m_vmManager->virtualMachines())
+        disconnect(vm, nullptr, this, nullptr);
+    m_stateRefreshTimer.stop();
+    m_vmManager.reset();
+}
+
+void AppState::setSelectedSection(SidebarSection section)
+{
+    if (m_selectedSection == section)
+        return;
+    m_selectedSection = section;
+    Q_EMIT selectedSectionChanged();
+    updateDerivedState();
+}
+
+DetailContent AppState::detailContent() const
+{
+    switch (m_selectedSection) {
+    case SidebarSection::virtualMachines:
+    case SidebarSection::running:
+        return DetailContent::MachineList;
+    case SidebarSection::downloads:
+        return DetailContent::Downloads;
+    case SidebarSection::settings:
+        return selectedVM() ? DetailContent::MachineSettings : DetailContent::ApplicationSettings;
+    }
+    Q_UNREACHABLE();
+}
+
+void AppState::setSelectedVMID(const std::optional<QUuid> &id)
+{
+    if (m_selectedVMID == id)
+        return;
+    m_selectedVMID = id;
+    Q_EMIT selectedVMIDChanged();
+    updateDerivedState();
+}
+
+void AppState::setShowingCreateVM(bool showing)
+{
+    if (std::exchange(m_showingCreateVM, showing) != showing)
+        Q_EMIT showingCreateVMChanged();
+}
+
+void AppState::setShowingAppSettings(bool showing)
+{
+    if (std::exchange(m_showingAppSettings, showing) != showing)
+        Q_EMIT showingAppSettingsChanged();
+}
+
+void AppState::setShowingConsole(bool showing)
+{
+    if (std::exchange(m_showingConsole, showing) != showing)
+        Q_EMIT showingConsoleChanged();
+}
+
+void AppState::setConsoleVMID(const std::optional<QUuid> &id)
+{
+    if (m_consoleVMID == id)
+        return;
+    m_consoleVMID = id;
+    Q_EMIT consoleVMIDChanged();
+}
+
+void AppState::setErrorMessage(const QString &message)
+{
+    if (m_errorMessage == message)
+        return;
+    m_errorMessage = message;
+    Q_EMIT errorMessageChanged();
+}
+
+VirtualMachine *AppState::selectedVM() const
+{
+    return m_selectedVMID ? m_vmManager->virtualMachine(*m_selectedVMID) : nullptr;
+}
+
+QList<VirtualMachine *> AppState::filteredVirtualMachines() const
+{
+    const QList<VirtualMachine *> &all = m_vmManager->virtualMachines();
+    if (m_selectedSection != SidebarSection::running)
+        return all;
+    QList<VirtualMachine *> filtered;
+    std::ranges::copy_if(all, std::back_inserter(filtered), runsOrIsPaused);
+    return filtered;
+}
+
+void AppState::load()
+{
+    QCoro::connect(m_vmManager->loadVirtualMachines(), this, [] {});
+}
+
+void AppState::select(VirtualMachine *vm)
+{
+    setSelectedVMID(vm ? std::optional(vm->id()) : std::nullopt);
+}
+
+void AppState::showSettings(VirtualMachine *vm)
+{
+    select(vm);
+    setSelectedSection(SidebarSection::settings);
+}
+
+void AppState::perform(VirtualMachine *vm, VMCommand command)
+{
+    QCoro::connect(run(vm, command, AfterSuccess::nothing), this, [] {});
+}
+
+void AppState::performOnSelectedVM(VMCommand command)
+{
+    if (VirtualMachine *vm = selectedVM())
+        perform(vm, command);
+}
+
+void AppState::installAndShowConsole(VirtualMachine *vm)
+{
+    QCoro::connect(run(vm, VMCommand::Install, AfterSuccess::showConsole), this, [] {});
+}
+
+void AppState::finishInstallation(VirtualMachine *vm)
+{
+    try {
+        m_vmManager->completeInstallation(*vm);
+    } catch (const LocalizedError &error) {
+        setErrorMessage(error.localizedDescription());
+    }
+}
+
+void AppState::showConsole(VirtualMachine *vm)
+{
+    Q_EMIT consoleRequested(vm->id());
+}
+
+QCoro::Task<> AppState::run(QPointer<VirtualMachine> vm, VMCommand command, AfterSuccess afterSuccess)
+{
+    const QPointer<AppState> self(this);
+    QString failure;
+    try {
+        const QCoro::Task<> running = operation(vm, command);
+        co_await running;
+    } catch (const std::exception &error) {
+        failure = localizedDescription(error);
+    }
+    if (!self)
+        co_return;
+    if (!failure.isEmpty())
+        setErrorMessage(failure);
+    else if (afterSuccess == AfterSuccess::showConsole && vm)
+        showConsole(vm);
+}
+
+QCoro::Task<> AppState::operation(VirtualMachine *vm, VMCommand command)
+{
+    switch (command) {
+    case VMCommand::Install:
+        return m_vmManager->beginInstallation(vm);
+    case VMCommand::Start:
+        return m_vmManager->start(vm);
+    case VMCommand::Stop:
+        return m_vmManager->stop(vm);
+    case VMCommand::Pause:
+        return m_vmManager->pause(vm);
+    case VMCommand::Resume:
+        return m_vmManager->resume(vm);
+    }
+    Q_UNREACHABLE();
+}
+
+void AppState::observeMachines()
+{
+    for (const VirtualMachine *vm : m_vmManager->virtualMachines())
+        connect(vm, &VirtualMachine::stateChanged, this, &AppState::machineStateChanged,
+                Qt::UniqueConnection);
+    machineStateChanged();
+}
+
+void AppState::machineStateChanged()
+{
+    const bool anyRuns = std::ranges::any_of(m_vmManager->virtualMachines(), runsOrIsPaused);
+    if (anyRuns && !m_stateRefreshTimer.isActive())
+        m_stateRefreshTimer.start();
+    else if (!anyRuns)
+        m_stateRefreshTimer.stop();
+    updateDerivedState();
+}
+
+void AppState::updateDerivedState()
+{
+    if (QPointer<VirtualMachine> vm = selectedVM(); m_notifiedVM != vm) {
+        m_notifiedVM = vm;
+        Q_EMIT selectedVMChanged();
+    }
+    if (const DetailContent content = detailContent(); m_notifiedDetailContent != content) {
+        m_notifiedDetailContent = content;
+        Q_EMIT detailContentChanged();
+    }
+    if (QList<VirtualMachine *> list = filteredVirtualMachines(); m_notifiedList != list) {
+        m_notifiedList = std::move(list);
+        Q_EMIT filteredVirtualMachinesChanged();
+    }
+}
