@@ -1,0 +1,38 @@
+import QtQuick
+import QtQuick.Templates as T
+
+/// A scrolling column of sections, not wider than reads well.
+Flickable {
+    id: root
+
+    default property alias sections: column.data
+    property alias title: heading.text
+
+    contentWidth: width
+    contentHeight: column.implicitHeight + 2 * Theme.largeSpacing
+    boundsBehavior: Flickable.StopAtBounds
+    clip: true
+    T.ScrollBar.vertical: ScrollBar {}
+    activeFocusOnTab: true
+    Keys.onUpPressed: flick(0, 700)
+    Keys.onDownPressed: flick(0, -700)
+
+    Column {
+        id: column
+
+        x: Math.round((root.width - width) / 2)
+        y: Theme.largeSpacing
+        width: Math.min(root.width - 2 * Theme.largeSpacing, 680)
+        spacing: Theme.largeSpacing
+
+        Label {
+            id: heading
+
+            width: parent.width
+            visible: text !== ""
+            font.pixelSize: Theme.largeTitle
+            font.weight: Font.DemiBold
+            Accessible.role: Accessible.Heading
+        }
+    }
+}

@@ -1,0 +1,39 @@
+import QtQuick
+
+/// A titled group of rows.
+Column {
+    id: root
+
+    property string title: ""
+    default property alias rows: column.data
+
+    spacing: Theme.smallSpacing
+    Accessible.role: Accessible.Grouping
+    Accessible.name: root.title
+
+    Label {
+        visible: root.title !== ""
+        x: 4
+        width: parent.width - 8
+        text: root.title
+        font.pixelSize: Theme.subheadline
+        font.weight: Font.DemiBold
+        color: Theme.secondaryText
+        Accessible.role: Accessible.Heading
+    }
+
+    Rectangle {
+        width: parent.width
+        height: column.height
+        radius: Theme.groupRadius
+        color: Theme.groupBackground
+        border.width: 1
+        border.color: Theme.cardBorder
+
+        Column {
+            id: column
+
+            width: parent.width
+        }
+    }
+}

@@ -1,0 +1,25 @@
+import QtQuick
+import QtQuick.Templates as T
+
+T.MenuBar {
+    id: root
+
+    implicitWidth: contentWidth + leftPadding + rightPadding
+    implicitHeight: contentHeight + topPadding + bottomPadding
+    padding: 4
+    Accessible.name: qsTr("Menu bar")
+
+    delegate: MenuBarItem {}
+
+    contentItem: Row {
+        spacing: 2
+
+        Repeater {
+            model: root.contentModel
+        }
+    }
+
+    background: Rectangle {
+        color: Theme.sidebarBackground
+    }
+}

@@ -1,0 +1,27 @@
+import QtQuick
+import QtQuick.Templates as T
+import Kelvo.Components
+
+T.MenuBarItem {
+    id: root
+
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitHeight: Math.round(Theme.body * 1.9)
+    horizontalPadding: 10
+    Accessible.name: MnemonicText.plain(root.text)
+    Accessible.onPressAction: root.triggered()
+
+    contentItem: Text {
+        text: MnemonicText.underlined(root.text)
+        textFormat: Text.StyledText
+        font.pixelSize: Theme.subheadline
+        color: Theme.text
+        verticalAlignment: Text.AlignVCenter
+        Accessible.ignored: true
+    }
+
+    background: Rectangle {
+        radius: Theme.controlRadius - 1
+        color: root.down || root.highlighted ? Theme.selectionWash : root.hovered ? Theme.hoverWash : "transparent"
+    }
+}

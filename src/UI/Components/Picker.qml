@@ -1,0 +1,113 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Templates as T
+
+/// One choice out of a list of texts that opens below the button.
+T.ComboBox {
+    id: root
+
+    required property string label
+
+    implicitWidth: Math.max(150, implicitContentWidth + leftPadding + rightPadding)
+    implicitHeight: Theme.smallControlHeight
+    leftPadding: 12
+    rightPadding: 32
+    font.pixelSize: Theme.body
+    Accessible.name: root.label
+    Accessible.description: root.displayText
+    Accessible.onPressAction: if (root.enabled) root.popup.open()
+
+    contentItem: Text {
+        text: root.displayText
+        textFormat: Text.PlainText
+        font: root.font
+        color: root.enabled ? Theme.text : Theme.disabledText
+        elide: Text.ElideRight
+        verticalAlignment: Text.AlignVCenter
+        Accessible.ignored: true
+    }
+
+    indicator: Symbol {
+        x: root.width - width - 10
+        anchors.verticalCenter: parent.verticalCenter
+        name: "chevron.down"
+        color: root.enabled ? Theme.secondaryText : Theme.disabledText
+    }
+
+    background: Rectangle {
+        radius: Theme.controlRadius
+        color: !root.enabled ? Theme.controlDisabled : root.down ? Theme.controlPressed
+                             : root.hovered ? Theme.controlHovered : Theme.control
+        border.width: 1
+        border.color: Theme.controlBorder
+
+        FocusRing {
+            visible: root.visualFocus
+        }
+    }
+
+    delegate: T.ItemDelegate {
+        id: row
+
+        required property string modelData
+        required property int index
+
+        width: ListView.view ? ListView.view.width : 0
+        height: Theme.controlHeight
+        text: modelData
+        highlighted: root.highlightedIndex === index
+        Accessible.onPressAction: root.choose(row.index)
+
+        contentItem: Item {
+            Symbol {
+                x: 10
+                anchors.verticalCenter: parent.verticalCenter
+                visible: root.currentIndex === row.index
+                name: "checkmark"
+                color: Theme.text
+            }
+            Text {
+                x: 34
+                width: parent.width - x - 10
+                anchors.verticalCenter: parent.verticalCenter
+                text: row.text
+                textFormat: Text.PlainText
+                font: root.font
+                color: Theme.text
+                elide: Text.ElideRight
+                Accessible.ignored: true
+            }
+        }
+
+        background: Rectangle {
+            radius: Theme.controlRadius - 2
+            color: row.highlighted || row.hovered ? Theme.selectionWash : "transparent"
+        }
+    }
+
+    popup: T.Popup {
+        y: root.height + 4
+        width: Math.max(root.width, 160)
+        height: Math.min(contentItem.implicitHeight + 8, 320)
+        padding: 4
+        margins: 8
+
+        contentItem: ListView {
+            implicitHeight: contentHeight
+            clip: true
+            model: root.delegateModel // qmllint disable type
+            currentIndex: root.highlightedIndex
+            highlightMoveDuration: 0
+            T.ScrollBar.vertical: ScrollBar {}
+        }
+
+        background: PopupBackground {}
+    }
+
+    function choose(index: int): void {
+        root.popup.close();
+        root.currentIndex = index;
+        root.activated(index);
+    }
+}

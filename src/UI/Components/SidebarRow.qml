@@ -1,0 +1,40 @@
+import QtQuick
+import QtQuick.Templates as T
+
+T.ItemDelegate {
+    id: root
+
+    required property string symbol
+
+    implicitWidth: 180
+    implicitHeight: Math.round(Theme.body * 2.45)
+    horizontalPadding: 10
+    focusPolicy: Qt.NoFocus
+    Accessible.onPressAction: root.clicked()
+
+    contentItem: Item {
+        Symbol {
+            anchors.verticalCenter: parent.verticalCenter
+            name: root.symbol
+            color: root.highlighted ? Theme.linkText : Theme.secondaryText
+        }
+        Text {
+            x: Theme.smallSymbol + 10
+            width: parent.width - x
+            anchors.verticalCenter: parent.verticalCenter
+            text: root.text
+            textFormat: Text.PlainText
+            font.pixelSize: Theme.body
+            font.weight: root.highlighted ? Font.DemiBold : Font.Normal
+            color: Theme.text
+            elide: Text.ElideRight
+            Accessible.ignored: true
+        }
+    }
+
+    background: Rectangle {
+        radius: Theme.rowRadius
+        color: root.highlighted ? Theme.selectionWash : root.down ? Theme.pressedWash
+                                : root.hovered ? Theme.hoverWash : "transparent"
+    }
+}

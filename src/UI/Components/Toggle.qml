@@ -1,0 +1,60 @@
+import QtQuick
+import QtQuick.Templates as T
+
+T.Switch {
+    id: root
+
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitHeight: Theme.controlHeight
+    leftPadding: indicator.width + 10
+    font.pixelSize: Theme.body
+    Accessible.onPressAction: root.flip()
+    Accessible.onToggleAction: root.flip()
+    Keys.onReturnPressed: event => event.accepted = false
+
+    indicator: Rectangle {
+        anchors.verticalCenter: parent.verticalCenter
+        width: 38
+        height: 22
+        radius: 11
+        color: root.checked ? (root.enabled ? Theme.accent : Theme.disabledText) : Theme.toggleOff
+
+        Rectangle {
+            x: 2 + root.visualPosition * (parent.width - width - 4)
+            y: 2
+            width: 18
+            height: 18
+            radius: 9
+            color: "#ffffff"
+
+            Behavior on x {
+                enabled: !root.down
+                NumberAnimation {
+                    duration: Theme.quick
+                }
+            }
+        }
+
+        FocusRing {
+            visible: root.visualFocus
+            controlRadius: 11
+        }
+    }
+
+    contentItem: Text {
+        text: root.text
+        textFormat: Text.PlainText
+        font: root.font
+        color: root.enabled ? Theme.text : Theme.disabledText
+        verticalAlignment: Text.AlignVCenter
+        wrapMode: Text.Wrap
+        Accessible.ignored: true
+    }
+
+    function flip(): void {
+        if (!root.enabled)
+            return;
+        root.toggle();
+        root.toggled();
+    }
+}

@@ -1,0 +1,28 @@
+import QtQuick
+import QtQuick.Templates as T
+
+T.ToolTip {
+    id: root
+
+    x: parent ? Math.round((parent.width - implicitWidth) / 2) : 0
+    y: parent ? parent.height + 6 : 0
+    implicitWidth: contentWidth + leftPadding + rightPadding
+    implicitHeight: contentHeight + topPadding + bottomPadding
+    margins: 6
+    horizontalPadding: 8
+    verticalPadding: 5
+    delay: 600
+    closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutsideParent | T.Popup.CloseOnReleaseOutsideParent
+
+    contentItem: Text {
+        text: root.text
+        textFormat: Text.PlainText
+        font.pixelSize: Theme.caption
+        color: Theme.toolTipText
+    }
+
+    background: Rectangle {
+        radius: 6
+        color: Theme.toolTipBackground
+    }
+}
