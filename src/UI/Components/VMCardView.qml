@@ -1,0 +1,235 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Kelvo.Components
+import Kelvo.UI
+
+/// One machine: what it is, how it stands, and what can be done with it.
+Item {
+    id: root
+
+    required property VirtualMachine vm
+    property bool selected: false
+    property bool current: false
+    property bool showsFocus: false
+
+    signal tapped
+
+    readonly property int tabPolicy: current ? Qt.StrongFocus : Qt.ClickFocus
+
+    Accessible.role: Accessible.ListItem
+    Accessible.name: presenter.shown.name
+    Accessible.description: presenter.shown.guestName + ", " + presenter.shown.stateText
+    Accessible.selectable: true
+    Accessible.selected: selected
+    Accessible.onPressAction: AppState.select(root.vm)
+
+    VMPresenter {
+        id: presenter
+
+        vm: root.vm
+    }
+
+    TapHandler {
+        onTapped: {
+            AppState.select(root.vm);
+            root.tapped();
+        }
+        onDoubleTapped: AppState.showConsole(root.vm)
+    }
+
+    HoverHandler {
+        id: hover
+    }
+
+    Rectangle {
+        anchors.fill: parent
+        anchors.topMargin: 1
+        anchors.bottomMargin: -1
+        radius: Theme.cardRadius
+        color: Theme.shadow
+        visible: !root.selected
+    }
+
+    Rectangle {
+        anchors.fill: parent
+        radius: Theme.cardRadius
+        color: Theme.cardBackground
+        border.width: root.selected ? 2 : 1
+        border.color: root.selected ? Theme.focus : hover.hovered ? Theme.popupBorder : Theme.cardBorder
+    }
+
+    FocusRing {
+        visible: root.showsFocus
+        controlRadius: Theme.cardRadius
+    }
+
+    Text {
+        id: name
+
+        x: Theme.spacing
+        y: Theme.spacing
+        width: badge.x - x - Theme.smallSpacing
+        text: presenter.shown.name
+        textFormat: Text.PlainText
+        font.pixelSize: Theme.title3
+        font.weight: Font.DemiBold
+        color: Theme.text
+        elide: Text.ElideRight
+        maximumLineCount: 1
+        Accessible.ignored: true
+    }
+
+    Text {
+        id: guest
+
+        anchors.top: name.bottom
+        anchors.topMargin: 1
+        x: Theme.spacing
+        width: name.width
+        text: presenter.shown.guestName
+        textFormat: Text.PlainText
+        font.pixelSize: Theme.subheadline
+        color: Theme.secondaryText
+        elide: Text.ElideRight
+        Accessible.ignored: true
+    }
+
+    VMStateBadge {
+        id: badge
+
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.spacing
+        y: Theme.spacing
+        presenter: presenter
+    }
+
+    Grid {
+        id: facts
+
+        anchors.top: guest.bottom
+        anchors.topMargin: Theme.mediumSpacing
+        x: Theme.spacing
+        columns: 2
+        columnSpacing: 16
+        rowSpacing: 6
+
+        SymbolText {
+            symbol: "cpu"
+            text: presenter.shown.architecture
+            pixelSize: Theme.subheadline
+        }
+        SymbolText {
+            symbol: "square.grid.2x2"
+            text: presenter.shown.cpuText
+            pixelSize: Theme.subheadline
+        }
+        SymbolText {
+            symbol: "memorychip"
+            text: presenter.shown.memoryText
+            pixelSize: Theme.subheadline
+        }
+        SymbolText {
+            symbol: "internaldrive"
+            text: presenter.shown.diskText
+            pixelSize: Theme.subheadline
+        }
+    }
+
+    Column {
+        anchors.top: facts.bottom
+        anchors.topMargin: Theme.mediumSpacing
+        x: Theme.spacing
+        width: root.width - 2 * Theme.spacing
+        spacing: 4
+
+        Text {
+            width: parent.width
+            visible: text !== ""
+            text: presenter.shown.hostUsageText
+            textFormat: Text.PlainText
+            font.pixelSize: Theme.caption
+            color: Theme.secondaryText
+            elide: Text.ElideRight
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+        SymbolText {
+            width: parent.width
+            visible: text !== ""
+            symbol: "opticaldisc"
+            text: presenter.shown.installationText
+        }
+        SymbolText {
+            width: parent.width
+            symbol: presenter.shown.backendSymbol
+            text: presenter.shown.backendText
+        }
+    }
+
+    Row {
+        anchors.bottom: manage.top
+        anchors.bottomMargin: 6
+        x: Theme.spacing
+        spacing: 6
+
+        PushButton {
+            small: true
+            prominent: true
+            visible: presenter.shown.showsInstall
+            focusPolicy: root.tabPolicy
+            text: qsTr("Install")
+            onClicked: AppState.installAndShowConsole(root.vm)
+        }
+        PushButton {
+            small: true
+            enabled: presenter.shown.startEnabled
+            focusPolicy: root.tabPolicy
+            text: qsTr("Start")
+            onClicked: AppState.perform(root.vm, VMCommand.Start)
+        }
+        PushButton {
+            small: true
+            enabled: presenter.shown.stopEnabled
+            focusPolicy: root.tabPolicy
+            text: qsTr("Stop")
+            onClicked: AppState.perform(root.vm, VMCommand.Stop)
+        }
+        PushButton {
+            small: true
+            enabled: presenter.shown.pauseEnabled
+            focusPolicy: root.tabPolicy
+            text: qsTr("Pause")
+            onClicked: AppState.perform(root.vm, VMCommand.Pause)
+        }
+    }
+
+    Row {
+        id: manage
+
+        anchors.bottom: parent.bottom
+        anchors.bottomMargin: Theme.spacing
+        x: Theme.spacing
+        spacing: 6
+
+        PushButton {
+            small: true
+            focusPolicy: root.tabPolicy
+            text: qsTr("Console")
+            onClicked: AppState.showConsole(root.vm)
+        }
+        PushButton {
+            small: true
+            focusPolicy: root.tabPolicy
+            text: qsTr("Settings")
+            onClicked: AppState.showSettings(root.vm)
+        }
+        PushButton {
+            small: true
+            visible: presenter.shown.showsFinishInstall
+            focusPolicy: root.tabPolicy
+            text: qsTr("Finish Install")
+            onClicked: AppState.finishInstallation(root.vm)
+        }
+    }
+}

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "Models/VirtualMachine.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QtQml/qqmlregistration.h>
+
+class VMManager;
+
+/// What a console window shows below its buttons: the guest's screen, or a panel with a title, a message and
+/// the next useful action.
+class ConsolePresenter : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    Q_MOC_INCLUDE("Virtualization/VMManager.h")
+    Q_PROPERTY(VirtualMachine *vm READ vm WRITE setVM NOTIFY vmChanged)
+    Q_PROPERTY(VMManager *manager READ manager WRITE setManager NOTIFY managerChanged)
+    Q_PROPERTY(Display display READ display NOTIFY displayChanged)
+    Q_PROPERTY(QString vncHost READ vncHost NOTIFY displayChanged)
+    Q_PROPERTY(int vncPort READ vncPort NOTIFY displayChanged)
+    Q_PROPERTY(QString statusTitle READ statusTitle NOTIFY statusChanged)
+    Q_PROPERTY(QString statusMessage READ statusMessage NOTIFY statusChanged)
+    Q_PROPERTY(bool offersInstall READ offersInstall NOTIFY statusChanged)
+    Q_PROPERTY(bool offersStart READ offersStart NOTIFY statusChanged)
+    Q_PROPERTY(bool offersFinishInstall READ offersFinishInstall NOTIFY statusChanged)
+
+public:
+    enum Display
+    {
+        StatusPanel,
+        VNC
+    };
+    Q_ENUM(Display)
+
+    [[nodiscard]] VirtualMachine *vm() const { return m_vm; }
+    void setVM(VirtualMachine *vm);
+    [[nodiscard]] VMManager *manager() const { return m_manager; }
+    void setManager(VMManager *manager);
+
+    [[nodiscard]] Display display() const { return m_display.kind; }
+    [[nodiscard]] QString vncHost() const { return m_display.vncHost; }
+    [[nodiscard]] int vncPort() const { return m_display.vncPort; }
+    [[nodiscard]] QString statusTitle() const { return m_status.title; }
+    [[nodiscard]] QString statusMessage() const { return m_status.message; }
+    [[nodiscard]] bool offersInstall() const { return m_status.offersInstall; }
+    [[nodiscard]] bool offersStart() const { return m_status.offersStart; }
+    [[nodiscard]] bool offersFinishInstall() const { return m_status.offersFinishInstall; }
+
+    /// Looks anew, also for what notifies nobody: the controller's display and the QEMU tools.
+    Q_INVOKABLE void refresh();
+
+Q_SIGNALS:
+    void vmChanged();
+    void managerChanged();
+    void displayChanged();
+    void statusChanged();
+
+private:
+    struct DisplaySource
+    {
+        Display kind = StatusPanel;
+        QString vncHost;
+        int vncPort = 0;
+
+        bool operator==(const DisplaySource &) const = default;
+    };
+    struct Status
+    {
+        QString title;
+        QString message;
+        bool offersInstall = false;
+        bool offersStart = false;
+        bool offersFinishInstall = false;
+
+        bool operator==(const Status &) const = default;
+    };
+
+    [[nodiscard]] DisplaySource displaySource() const;
+    [[nodiscard]] Status status() const;
+    [[nodiscard]] QString message() const;
+
+    QPointer<VirtualMachine> m_vm;
+    QPointer<VMManager> m_manager;
+    DisplaySource m_display;
+    Status m_status;
+};

@@ -1,0 +1,32 @@
+import QtQuick
+import QtQuick.Templates as T
+import Kelvo.Components
+import Kelvo.UI
+
+/// One machine's console, or a line that says that there is no such machine.
+T.ApplicationWindow {
+    id: root
+
+    property VirtualMachine vm: null
+
+    title: vm ? vm.name : qsTr("VM Console")
+    width: Math.min(1120, Screen.desktopAvailableWidth)
+    height: Math.min(760, Screen.desktopAvailableHeight)
+    minimumWidth: Math.min(vm ? 960 : 640, Screen.desktopAvailableWidth)
+    minimumHeight: Math.min(vm ? 640 : 480, Screen.desktopAvailableHeight)
+    color: Theme.windowBackground
+
+    VMConsoleView {
+        anchors.fill: parent
+        visible: root.vm !== null
+        focus: true
+        vm: root.vm
+    }
+
+    Label {
+        anchors.centerIn: parent
+        visible: root.vm === null
+        text: qsTr("Virtual machine not found.")
+        color: Theme.secondaryText
+    }
+}

@@ -1,0 +1,107 @@
+import QtQuick
+import QtQuick.Templates as T
+import Kelvo.Components
+import Kelvo.UI
+
+/// The main window's content: the sidebar and what its selection shows.
+SidebarSplitView {
+    id: root
+
+    Sidebar {
+        T.SplitView.minimumWidth: 180
+        T.SplitView.preferredWidth: 210
+    }
+
+    Rectangle {
+        T.SplitView.fillWidth: true
+        T.SplitView.minimumWidth: 320
+        color: Theme.windowBackground
+
+        Item {
+            id: header
+
+            width: parent.width
+            height: Theme.headerHeight
+
+            Label {
+                x: Theme.largeSpacing
+                width: newButton.x - x - Theme.spacing
+                anchors.verticalCenter: parent.verticalCenter
+                text: AppState.sectionTitle
+                font.pixelSize: Theme.title3
+                font.weight: Font.DemiBold
+                Accessible.role: Accessible.Heading
+            }
+            PushButton {
+                id: newButton
+
+                anchors.right: parent.right
+                anchors.rightMargin: Theme.largeSpacing
+                anchors.verticalCenter: parent.verticalCenter
+                visible: AppState.detailContent === DetailContent.MachineList
+                symbol: "plus"
+                text: qsTr("New Virtual Machine")
+                onClicked: AppState.showingCreateVM = true
+            }
+        }
+
+        Divider {
+            anchors.top: header.bottom
+            width: parent.width
+        }
+
+        Loader {
+            id: detail
+
+            anchors.top: header.bottom
+            anchors.topMargin: 1
+            anchors.bottom: parent.bottom
+            width: parent.width
+        }
+    }
+
+    Component {
+        id: machineList
+
+        VMListView {
+            machines: VMListModel {
+                source: AppState
+            }
+            columns: AdaptiveGrid {
+                minimumColumnWidth: 320
+                maximumColumnWidth: 420
+                spacing: 16
+            }
+        }
+    }
+    Connections {
+        target: AppState
+
+        function onDetailContentChanged(): void {
+            root.showDetail();
+        }
+        function onSelectedVMChanged(): void {
+            if (AppState.detailContent === DetailContent.MachineSettings)
+                root.showDetail();
+        }
+    }
+
+    Component.onCompleted: root.showDetail()
+
+    function showDetail(): void {
+        switch (AppState.detailContent) {
+        case DetailContent.MachineList:
+            detail.sourceComponent = machineList;
+            break;
+        case DetailContent.Downloads:
+            detail.setSource("DownloadsPlaceholderView.qml");
+            break;
+        case DetailContent.MachineSettings:
+            detail.setSource("VMSettingsView.qml", {vm: AppState.selectedVM});
+            break;
+        case DetailContent.ApplicationSettings:
+            detail.setSource("AppSettingsView.qml");
+            break;
+        }
+    }
+}

@@ -1,0 +1,98 @@
+import QtQuick
+import Kelvo.Components
+import Kelvo.UI
+
+FocusScope {
+    id: root
+
+    required property CreateVMModel wizard
+
+    implicitHeight: column.implicitHeight
+
+    Column {
+        id: column
+
+        width: parent.width
+        spacing: Theme.spacing
+
+        Label {
+            width: parent.width
+            text: qsTr("Installation Media")
+            font.pixelSize: Theme.title2
+            font.weight: Font.DemiBold
+            Accessible.role: Accessible.Heading
+        }
+        SegmentedControl {
+            width: parent.width
+            focus: true
+            label: qsTr("Media Type")
+            segments: root.wizard.mediaTypeNames
+            currentIndex: root.wizard.mediaTypeIndex
+            onActivated: index => root.wizard.mediaTypeIndex = index
+        }
+        Label {
+            visible: root.wizard.offersISO
+            width: parent.width
+            wrapMode: Text.Wrap
+            text: qsTr("Select a legitimate Windows 11 ARM64 ISO. Kelvo does not download copyrighted images.")
+            color: Theme.secondaryText
+        }
+        FileRow {
+            visible: root.wizard.offersISO
+            width: parent.width
+            fileName: root.wizard.isoName
+            hasFile: root.wizard.offersInstallation
+            buttonText: qsTr("Choose ISO…")
+            onChooseRequested: isoPanel.open()
+            onDropped: file => root.wizard.isoURL = file
+        }
+        Divider {
+            visible: root.wizard.offersDrivers
+            width: parent.width
+        }
+        Column {
+            visible: root.wizard.offersDrivers
+            width: parent.width
+            spacing: Theme.tightSpacing
+
+            Label {
+                width: parent.width
+                wrapMode: Text.Wrap
+                text: qsTr("Virtio drivers (recommended for Windows on QEMU)")
+                font.weight: Font.DemiBold
+                Accessible.role: Accessible.Heading
+            }
+            Label {
+                width: parent.width
+                wrapMode: Text.Wrap
+                text: qsTr("Download the ARM64 virtio-win ISO from Fedora, then attach it here so Windows can see the virtual disk and network during setup.")
+                font.pixelSize: Theme.caption
+                color: Theme.secondaryText
+            }
+        }
+        FileRow {
+            visible: root.wizard.offersDrivers
+            width: parent.width
+            fileName: root.wizard.virtioDriversName
+            hasFile: root.wizard.hasDrivers
+            buttonText: qsTr("Choose Virtio ISO…")
+            onChooseRequested: driversPanel.open()
+            onDropped: file => root.wizard.virtioDriversURL = file
+        }
+    }
+
+    PanelLoader {
+        id: isoPanel
+
+        panel: "FilePanel.qml"
+        title: qsTr("Choose ISO")
+        onPicked: file => root.wizard.isoURL = file
+    }
+    PanelLoader {
+        id: driversPanel
+
+        panel: "FilePanel.qml"
+        title: qsTr("Select the ARM64 virtio-win driver ISO")
+        onPicked: file => root.wizard.virtioDriversURL = file
+    }
+}

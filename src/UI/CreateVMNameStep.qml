@@ -1,0 +1,60 @@
+import QtQuick
+import Kelvo.Components
+import Kelvo.UI
+
+FocusScope {
+    id: root
+
+    required property CreateVMModel wizard
+
+    implicitHeight: column.implicitHeight
+
+    Column {
+        id: column
+
+        width: parent.width
+        spacing: Theme.spacing
+
+        FormSection {
+            width: parent.width
+
+            FormRow {
+                label: qsTr("Virtual Machine Name")
+                announcesLabel: false
+
+                TextField {
+                    width: Math.min(280, column.width - 220)
+                    focus: true
+                    text: root.wizard.vmName
+                    Accessible.name: qsTr("Virtual Machine Name")
+                    onTextEdited: root.wizard.vmName = text
+                    Component.onCompleted: selectAll()
+                }
+            }
+            FormRow {
+                label: qsTr("Storage Location")
+                value: root.wizard.storageLocationPath
+                elidesInMiddle: true
+            }
+            FormRow {
+                label: ""
+                announcesLabel: false
+
+                PushButton {
+                    small: true
+                    symbol: "folder"
+                    text: qsTr("Choose Location…")
+                    onClicked: locationPanel.open()
+                }
+            }
+        }
+    }
+
+    PanelLoader {
+        id: locationPanel
+
+        panel: "FolderPanel.qml"
+        title: qsTr("Choose Location")
+        onPicked: folder => root.wizard.storageLocation = folder
+    }
+}

@@ -1,0 +1,78 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Kelvo.Components
+import Kelvo.UI
+
+FocusScope {
+    id: root
+
+    required property CreateVMModel wizard
+
+    implicitHeight: column.implicitHeight
+
+    Column {
+        id: column
+
+        width: parent.width
+        spacing: Theme.spacing
+
+        Label {
+            width: parent.width
+            text: qsTr("Summary")
+            font.pixelSize: Theme.title2
+            font.weight: Font.DemiBold
+            Accessible.role: Accessible.Heading
+        }
+        Column {
+            width: parent.width
+            spacing: Theme.smallSpacing
+
+            Repeater {
+                model: root.wizard.summaryRows
+
+                Item {
+                    id: row
+
+                    required property labeledValue modelData
+
+                    width: parent ? parent.width : 0
+                    height: value.implicitHeight
+
+                    Label {
+                        width: 120
+                        text: row.modelData.label
+                        color: Theme.secondaryText
+                        Accessible.ignored: true
+                    }
+                    Label {
+                        id: value
+
+                        x: 120
+                        width: parent.width - x
+                        wrapMode: Text.Wrap
+                        elide: Text.ElideNone
+                        text: row.modelData.value
+                        Accessible.name: row.modelData.label + ": " + row.modelData.value
+                    }
+                }
+            }
+        }
+        Label {
+            width: parent.width
+            visible: text !== ""
+            wrapMode: Text.Wrap
+            text: root.wizard.summaryHint
+            font.pixelSize: Theme.caption
+            color: Theme.secondaryText
+        }
+        Toggle {
+            width: parent.width
+            focus: true
+            visible: root.wizard.offersInstallation
+            text: qsTr("Start installation after creating the virtual machine")
+            checked: root.wizard.startInstallationAfterCreate
+            onToggled: root.wizard.startInstallationAfterCreate = checked
+        }
+    }
+}

@@ -1,0 +1,149 @@
+import QtQuick
+import QtQuick.Templates as T
+import Kelvo.Components
+import Kelvo.UI
+
+/// The sheet that describes and creates a new machine.
+Sheet {
+    id: root
+
+    title: qsTr("New Virtual Machine")
+    visible: AppState.showingCreateVM
+    dismissible: !model.isCreating
+
+    CreateVMModel {
+        id: model
+
+        appState: AppState
+    }
+
+    FocusScope {
+        anchors.fill: parent
+        focus: true
+        Keys.onReturnPressed: root.goOn()
+        Keys.onEnterPressed: root.goOn()
+
+        Label {
+            id: heading
+
+            anchors.horizontalCenter: parent.horizontalCenter
+            y: Theme.mediumSpacing
+            text: root.title
+            font.weight: Font.DemiBold
+            Accessible.role: Accessible.Heading
+        }
+
+        ProgressBar {
+            id: progress
+
+            anchors.top: heading.bottom
+            anchors.topMargin: Theme.mediumSpacing
+            width: parent.width
+            implicitHeight: 3
+            from: 0
+            to: model.stepCount
+            value: model.step + 1
+            Accessible.name: qsTr("Step %1 of %2").arg(model.step + 1).arg(model.stepCount)
+        }
+
+        Flickable {
+            id: page
+
+            anchors.top: progress.bottom
+            anchors.bottom: divider.top
+            width: parent.width
+            contentWidth: width
+            contentHeight: stepLoader.height + 2 * Theme.largeSpacing
+            boundsBehavior: Flickable.StopAtBounds
+            clip: true
+            T.ScrollBar.vertical: ScrollBar {}
+
+            Loader {
+                id: stepLoader
+
+                x: Theme.largeSpacing
+                y: Theme.largeSpacing
+                width: page.width - 2 * Theme.largeSpacing
+                focus: true
+                onLoaded: {
+                    page.contentY = 0;
+                    (item as FocusScope).forceActiveFocus(Qt.TabFocusReason);
+                }
+            }
+        }
+
+        Divider {
+            id: divider
+
+            anchors.bottom: buttons.top
+            width: parent.width
+        }
+
+        Item {
+            id: buttons
+
+            anchors.bottom: parent.bottom
+            width: parent.width
+            height: Theme.controlHeight + 2 * Theme.mediumSpacing
+
+            PushButton {
+                x: Theme.spacing
+                anchors.verticalCenter: parent.verticalCenter
+                visible: model.step >= 1
+                text: qsTr("Back")
+                onClicked: model.goBack()
+            }
+            PushButton {
+                anchors.right: parent.right
+                anchors.rightMargin: Theme.spacing
+                anchors.verticalCenter: parent.verticalCenter
+                visible: !model.isLastStep
+                enabled: model.canContinue
+                prominent: true
+                text: qsTr("Continue")
+                onClicked: model.goForward()
+            }
+            PushButton {
+                anchors.right: parent.right
+                anchors.rightMargin: Theme.spacing
+                anchors.verticalCenter: parent.verticalCenter
+                visible: model.isLastStep
+                enabled: !model.isCreating
+                prominent: true
+                text: qsTr("Create Virtual Machine")
+                onClicked: model.create()
+            }
+        }
+    }
+
+    Alert {
+        id: alert
+
+        title: qsTr("Could Not Create VM")
+        message: model.errorMessage
+        visible: model.errorMessage !== ""
+        onClosed: model.errorMessage = ""
+    }
+
+    Connections {
+        target: model
+
+        function onStepChanged(): void {
+            root.showStep();
+        }
+    }
+
+    Component.onCompleted: root.showStep()
+
+    function showStep(): void {
+        const pages = ["OS", "Media", "Hardware", "Name", "Summary"];
+        stepLoader.setSource("CreateVM" + pages[model.step] + "Step.qml", {wizard: model});
+    }
+
+    function goOn(): void {
+        if (model.isLastStep)
+            model.create();
+        else
+            model.goForward();
+    }
+}

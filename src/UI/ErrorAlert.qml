@@ -1,0 +1,8 @@
+import Kelvo.Components
+import Kelvo.UI
+
+Alert {
+    title: "Kelvo"
+    message: AppState.errorMessage
+    visible: AppState.errorMessage !== ""
+}

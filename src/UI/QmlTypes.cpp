@@ -1,0 +1,8 @@
+#include "UI/QmlTypes.h"
+
+AppState *AppStateForeign::create(QQmlEngine *, QJSEngine *)
+{
+    Q_ASSERT(instance);
+    QQmlEngine::setObjectOwnership(instance, QQmlEngine::CppOwnership);
+    return instance;
+}

@@ -1,0 +1,25 @@
+import QtQuick
+import QtQuick.Templates as T
+import Kelvo.Components
+import Kelvo.UI
+
+T.ApplicationWindow {
+    id: root
+
+    title: qsTr("Settings")
+    width: Math.min(720, Screen.desktopAvailableWidth)
+    height: Math.min(680, Screen.desktopAvailableHeight)
+    minimumWidth: Math.min(420, Screen.desktopAvailableWidth)
+    minimumHeight: Math.min(360, Screen.desktopAvailableHeight)
+    color: Theme.windowBackground
+
+    AppSettingsView {
+        anchors.fill: parent
+        focus: true
+    }
+
+    Shortcut {
+        sequences: ["Esc", "Ctrl+W"]
+        onActivated: root.close()
+    }
+}

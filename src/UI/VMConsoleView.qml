@@ -1,0 +1,149 @@
+import QtQuick
+import Kelvo.Components
+import Kelvo.UI
+
+/// A machine's buttons and state above its screen, or above a panel that says why there is none.
+Item {
+    id: root
+
+    required property VirtualMachine vm
+
+    VMPresenter {
+        id: presenter
+
+        vm: root.vm
+    }
+
+    ConsolePresenter {
+        id: consolePresenter
+
+        vm: root.vm
+        manager: AppState.vmManager
+    }
+
+    Rectangle {
+        id: toolbar
+
+        width: parent.width
+        height: Theme.smallControlHeight + 16
+        color: Theme.sidebarBackground
+        Accessible.role: Accessible.ToolBar
+        Accessible.name: qsTr("Virtual machine controls")
+
+        Row {
+            id: buttons
+
+            x: 12
+            y: 8
+            height: Theme.smallControlHeight
+            spacing: 6
+
+            PushButton {
+                small: true
+                prominent: true
+                visible: presenter.shown.showsInstall
+                text: qsTr("Install")
+                onClicked: AppState.perform(root.vm, VMCommand.Install)
+            }
+            PushButton {
+                small: true
+                symbol: "play"
+                enabled: presenter.shown.startEnabled
+                text: qsTr("Start")
+                onClicked: AppState.perform(root.vm, VMCommand.Start)
+            }
+            PushButton {
+                small: true
+                symbol: "pause"
+                enabled: presenter.shown.pauseEnabled
+                text: qsTr("Pause")
+                onClicked: AppState.perform(root.vm, VMCommand.Pause)
+            }
+            PushButton {
+                small: true
+                symbol: "play"
+                enabled: presenter.shown.resumeEnabled
+                text: qsTr("Resume")
+                onClicked: AppState.perform(root.vm, VMCommand.Resume)
+            }
+            PushButton {
+                small: true
+                symbol: "stop"
+                enabled: presenter.shown.stopEnabled
+                text: qsTr("Stop")
+                onClicked: AppState.perform(root.vm, VMCommand.Stop)
+            }
+            Item {
+                width: 13
+                height: parent.height
+
+                Divider {
+                    anchors.centerIn: parent
+                    height: 20
+                }
+            }
+        }
+        Label {
+            anchors.left: buttons.right
+            anchors.right: badge.left
+            anchors.rightMargin: Theme.spacing
+            anchors.verticalCenter: parent.verticalCenter
+            text: presenter.shown.backendText
+            font.pixelSize: Theme.caption
+            color: Theme.secondaryText
+        }
+        VMStateBadge {
+            id: badge
+
+            anchors.right: parent.right
+            anchors.rightMargin: 12
+            anchors.verticalCenter: parent.verticalCenter
+            presenter: presenter
+        }
+    }
+
+    Divider {
+        id: divider
+
+        anchors.top: toolbar.bottom
+        width: parent.width
+    }
+
+    VNCConsoleView {
+        anchors.top: divider.bottom
+        anchors.bottom: parent.bottom
+        width: parent.width
+        visible: active
+        active: consolePresenter.display === ConsolePresenter.VNC
+        host: consolePresenter.vncHost
+        port: consolePresenter.vncPort
+    }
+
+    ContentUnavailableView {
+        anchors.top: divider.bottom
+        anchors.bottom: parent.bottom
+        width: parent.width
+        visible: consolePresenter.display === ConsolePresenter.StatusPanel
+        label: consolePresenter.statusTitle
+        symbol: "display"
+        description: consolePresenter.statusMessage
+
+        PushButton {
+            visible: consolePresenter.offersInstall
+            prominent: true
+            text: qsTr("Install Windows")
+            onClicked: AppState.perform(root.vm, VMCommand.Install)
+        }
+        PushButton {
+            visible: consolePresenter.offersStart
+            prominent: true
+            text: qsTr("Start")
+            onClicked: AppState.perform(root.vm, VMCommand.Start)
+        }
+        PushButton {
+            visible: consolePresenter.offersFinishInstall
+            text: qsTr("Finish Install")
+            onClicked: AppState.finishInstallation(root.vm)
+        }
+    }
+}

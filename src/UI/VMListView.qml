@@ -1,0 +1,115 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Templates as T
+import Kelvo.Components
+import Kelvo.UI
+
+/// The machines as a grid of cards.
+Item {
+    id: root
+
+    required property VMListModel machines
+    required property AdaptiveGrid columns
+
+    readonly property int padding: Theme.largeSpacing
+
+    Binding {
+        target: root.columns
+        property: "availableWidth"
+        value: root.width - 2 * root.padding
+    }
+
+    ContentUnavailableView {
+        anchors.fill: parent
+        anchors.margins: root.padding
+        visible: root.machines.count === 0
+        label: qsTr("No Virtual Machines")
+        symbol: "desktopcomputer.trianglebadge.exclamationmark"
+        description: qsTr("Create a virtual machine to run Windows 11 ARM64 or other ARM64 operating systems.")
+
+        PushButton {
+            text: qsTr("New Virtual Machine")
+            symbol: "plus"
+            prominent: true
+            onClicked: AppState.showingCreateVM = true
+        }
+    }
+
+    GridView {
+        id: grid
+
+        anchors.fill: parent
+        visible: count > 0
+        model: root.machines
+        leftMargin: Math.floor((width - root.columns.columns * cellWidth + root.columns.spacing) / 2)
+        topMargin: root.padding
+        bottomMargin: root.padding - root.columns.spacing
+        cellWidth: root.columns.columnWidth + root.columns.spacing
+        cellHeight: cardHeight + root.columns.spacing
+        cacheBuffer: 400
+        reuseItems: true
+        activeFocusOnTab: true
+        keyNavigationEnabled: true
+        boundsBehavior: Flickable.StopAtBounds
+        currentIndex: -1
+        T.ScrollBar.vertical: ScrollBar {}
+        Accessible.role: Accessible.List
+        Accessible.name: AppState.sectionTitle
+        Accessible.focusable: true
+
+        readonly property int cardHeight: 2 * Theme.spacing + Math.round(Theme.title3 * 1.35)
+                                          + Math.round(Theme.body * 1.3)
+                                          + 2 * Math.max(20, Math.round(Theme.body * 1.4)) + 6
+                                          + 3 * Math.round(Theme.body * 1.45)
+                                          + 3 * Theme.mediumSpacing
+                                          + 2 * Theme.smallControlHeight + 6
+
+        property bool isKeyboardUsed: true
+
+        Keys.onPressed: isKeyboardUsed = true
+        onActiveFocusChanged: if (activeFocus && currentIndex < 0) currentIndex = 0
+        onCurrentIndexChanged: if (activeFocus) AppState.select(root.machines.machineAt(currentIndex))
+        Keys.onReturnPressed: root.openCurrent()
+        Keys.onEnterPressed: root.openCurrent()
+
+        delegate: Item {
+            id: cell
+
+            required property VirtualMachine vm
+            required property int index
+
+            width: grid.cellWidth
+            height: grid.cellHeight
+
+            VMCardView {
+                width: root.columns.columnWidth
+                height: grid.cardHeight
+                vm: cell.vm
+                selected: AppState.selectedVM === cell.vm
+                current: cell.GridView.isCurrentItem
+                showsFocus: grid.activeFocus && grid.isKeyboardUsed && current
+                onTapped: {
+                    grid.isKeyboardUsed = false;
+                    grid.forceActiveFocus(Qt.MouseFocusReason);
+                }
+            }
+        }
+
+        Connections {
+            target: AppState
+
+            function onSelectedVMChanged(): void {
+                grid.currentIndex = root.machines.rowOf(AppState.selectedVM);
+            }
+        }
+
+        Component.onCompleted: currentIndex = root.machines.rowOf(AppState.selectedVM)
+    }
+
+    function openCurrent(): void {
+        const vm = root.machines.machineAt(grid.currentIndex);
+        if (vm)
+            AppState.showConsole(vm);
+    }
+}

@@ -1,0 +1,83 @@
+#include "UI/VMPresenter.h"
+
+#include "UI/ByteCount.h"
+
+using namespace Qt::StringLiterals;
+
+VMPresentation presentationOf(const VirtualMachine &vm)
+{
+    const VMConfiguration configuration = vm.configuration();
+    const VMInstallationState installation = vm.installationState();
+
+    VMPresentation shown;
+    shown.name = configuration.name;
+    shown.guestName = rawValue(configuration.guestOS);
+    shown.architecture = architecture(configuration.guestOS);
+    shown.cpuText = VMPresenter::tr("%1 cores").arg(configuration.cpuCount);
+    shown.memoryText = VMPresenter::tr("%1 GB RAM").arg(configuration.memorySizeGB());
+    shown.diskText = VMPresenter::tr("%1 GB disk").arg(configuration.diskSizeGB());
+    if (const std::optional<quint64> bytes = vm.actualDiskUsageBytes())
+        shown.hostUsageText = VMPresenter::tr("Host usage: %1").arg(ByteCount::fileStyle(*bytes));
+    if (installation != VMInstallationState::completed)
+        shown.installationText = displayName(installation);
+    shown.backendText = displayName(configuration.backend);
+    shown.backendSymbol = configuration.backend == VMBackendType::qemuHVF ? u"terminal"_s : u"apple.logo"_s;
+    shown.stateText = displayName(vm.state());
+    shown.badgeTone = int(badgeTone(vm.state()));
+
+    shown.showsInstall = vm.canInstall();
+    shown.startEnabled = vm.canStart() && !vm.needsInstallation();
+    shown.stopEnabled = vm.canStop();
+    shown.pauseEnabled = vm.canPause();
+    shown.resumeEnabled = vm.canResume();
+    shown.showsFinishInstall =
+        installation == VMInstallationState::inProgress && vm.state() == VMState::poweredOff;
+    return shown;
+}
+
+BadgeTone::Tone badgeTone(VMState state)
+{
+    switch (state) {
+    case VMState::poweredOff:
+    case VMState::suspended:
+        return BadgeTone::Tone::Neutral;
+    case VMState::starting:
+    case VMState::stopping:
+        return BadgeTone::Tone::Yellow;
+    case VMState::running:
+        return BadgeTone::Tone::Green;
+    case VMState::paused:
+        return BadgeTone::Tone::Orange;
+    case VMState::error:
+        return BadgeTone::Tone::Red;
+    }
+    Q_UNREACHABLE();
+}
+
+void VMPresenter::setVM(VirtualMachine *vm)
+{
+    if (m_vm == vm)
+        return;
+    if (m_vm)
+        m_vm->disconnect(this);
+    m_vm = vm;
+    if (m_vm) {
+        connect(m_vm, &VirtualMachine::configurationChanged, this, &VMPresenter::update);
+        connect(m_vm, &VirtualMachine::stateChanged, this, &VMPresenter::update);
+        connect(m_vm, &VirtualMachine::installationStateChanged, this, &VMPresenter::update);
+        connect(m_vm, &VirtualMachine::actualDiskUsageBytesChanged, this, &VMPresenter::update);
+        connect(m_vm, &VirtualMachine::operationInProgressChanged, this, &VMPresenter::update);
+        connect(m_vm, &QObject::destroyed, this, &VMPresenter::update);
+    }
+    Q_EMIT vmChanged();
+    update();
+}
+
+void VMPresenter::update()
+{
+    VMPresentation shown = m_vm ? presentationOf(*m_vm) : VMPresentation();
+    if (m_shown == shown)
+        return;
+    m_shown = std::move(shown);
+    Q_EMIT shownChanged();
+}
