@@ -1,0 +1,105 @@
+#include "App/KelvoApp.h"
+
+#include "UI/Components/SymbolImageProvider.h"
+#include "UI/QmlTypes.h"
+#include "Virtualization/VMManager.h"
+
+#include <QGuiApplication>
+#include <QQmlComponent>
+#include <QQuickWindow>
+
+using namespace Qt::StringLiterals;
+
+KelvoApp::KelvoApp(std::unique_ptr<AppState> state, QObject *parent)
+    : QObject(parent)
+    , m_state(std::move(state))
+{
+    AppStateForeign::instance = m_state.get();
+    m_engine.addImageProvider(u"symbol"_s, new SymbolImageProvider);
+    connect(&m_engine, &QQmlEngine::quit, qGuiApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    connect(m_state.get(), &AppState::consoleRequested, this, &KelvoApp::showConsole);
+    connect(m_state.get(), &AppState::showingConsoleChanged, this, &KelvoApp::handleConsoleRequest);
+    connect(m_state.get(), &AppState::showingAppSettingsChanged, this, &KelvoApp::handleSettingsRequest);
+    connect(m_state->vmManager(), &VMManager::virtualMachinesChanged, this, &KelvoApp::updateConsoleMachines);
+}
+
+KelvoApp::~KelvoApp()
+{
+    // Views hold machines and the state, so they go first.
+    for (const QPointer<QQuickWindow> &window : std::as_const(m_consoleWindows))
+        delete window;
+    delete m_settingsWindow;
+    delete m_mainWindow;
+}
+
+bool KelvoApp::start()
+{
+    m_state->load();
+    m_mainWindow = makeWindow(u"MainWindow"_s);
+    if (!m_mainWindow)
+        return false;
+    m_mainWindow->show();
+    return true;
+}
+
+void KelvoApp::showConsole(const QUuid &id)
+{
+    QPointer<QQuickWindow> &window = m_consoleWindows[id];
+    if (!window) {
+        VirtualMachine *vm = m_state->vmManager()->virtualMachine(id);
+        window = makeWindow(u"ConsoleWindow"_s, {{u"vm"_s, QVariant::fromValue(vm)}});
+    }
+    raise(window);
+}
+
+void KelvoApp::showSettings()
+{
+    if (!m_settingsWindow)
+        m_settingsWindow = makeWindow(u"SettingsWindow"_s);
+    raise(m_settingsWindow);
+}
+
+QQuickWindow *KelvoApp::makeWindow(const QString &type, const QVariantMap &properties)
+{
+    QQmlComponent component(&m_engine);
+    component.loadUrl(QUrl(u"qrc:/qt-project.org/imports/Kelvo/UI/"_s + type + u".qml"_s));
+    if (!component.isReady()) {
+        qCritical("%s", qUtf8Printable(component.errorString()));
+        return nullptr;
+    }
+    return qobject_cast<QQuickWindow *>(component.createWithInitialProperties(properties));
+}
+
+void KelvoApp::handleConsoleRequest()
+{
+    if (!m_state->showingConsole())
+        return;
+    if (const std::optional<QUuid> id = m_state->consoleVMID())
+        showConsole(*id);
+    m_state->setShowingConsole(false);
+}
+
+void KelvoApp::handleSettingsRequest()
+{
+    if (!m_state->showingAppSettings())
+        return;
+    showSettings();
+    m_state->setShowingAppSettings(false);
+}
+
+void KelvoApp::updateConsoleMachines()
+{
+    for (auto console = m_consoleWindows.cbegin(); console != m_consoleWindows.cend(); ++console)
+        if (console.value())
+            console.value()->setProperty(
+                "vm", QVariant::fromValue(m_state->vmManager()->virtualMachine(console.key())));
+}
+
+void KelvoApp::raise(QQuickWindow *window)
+{
+    if (!window)
+        return;
+    window->show();
+    window->raise();
+    window->requestActivate();
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "App/AppState.h"
+
+#include <QHash>
+#include <QObject>
+#include <QPointer>
+#include <QQmlApplicationEngine>
+#include <QQuickWindow>
+
+#include <memory>
+
+/// The application's windows: the main one, the settings, and one console for each machine. It reacts to what
+/// the shared state asks to be shown. Main thread.
+class KelvoApp : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit KelvoApp(std::unique_ptr<AppState> state, QObject *parent = nullptr);
+    ~KelvoApp() override;
+
+    /// Loads the machines and shows the main window; false when it could not be made.
+    [[nodiscard]] bool start();
+
+    [[nodiscard]] AppState &state() { return *m_state; }
+    [[nodiscard]] QQuickWindow *mainWindow() const { return m_mainWindow; }
+    [[nodiscard]] QQuickWindow *settingsWindow() const { return m_settingsWindow; }
+    /// Null until it is asked for.
+    [[nodiscard]] QQuickWindow *consoleWindow(const QUuid &id) const { return m_consoleWindows.value(id); }
+
+    /// A window that is open already is raised.
+    void showConsole(const QUuid &id);
+    void showSettings();
+
+private:
+    [[nodiscard]] QQuickWindow *makeWindow(const QString &type, const QVariantMap &properties = {});
+    void handleConsoleRequest();
+    void handleSettingsRequest();
+    void updateConsoleMachines();
+    static void raise(QQuickWindow *window);
+
+    std::unique_ptr<AppState> m_state;
+    QQmlApplicationEngine m_engine;
+    QPointer<QQuickWindow> m_mainWindow;
+    QPointer<QQuickWindow> m_settingsWindow;
+    QHash<QUuid, QPointer<QQuickWindow>> m_consoleWindows;
+};

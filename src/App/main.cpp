@@ -1,0 +1,68 @@
+#include "App/CommandLine.h"
+#include "App/KelvoApp.h"
+#include "UI/Components/AppearancePortal.h"
+#include "UI/Components/SymbolCatalogue.h"
+#include "Virtualization/VMManager.h"
+
+#include <QFont>
+#include <QGuiApplication>
+#include <QQuickWindow>
+#include <QtQml/qqmlextensionplugin.h>
+
+#include <cstdio>
+
+Q_IMPORT_QML_PLUGIN(Kelvo_ComponentsPlugin)
+Q_IMPORT_QML_PLUGIN(Kelvo_UIPlugin)
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void useReadableFont()
+{
+    // Without a desktop's own setting the toolkit takes the first sans-serif font there is, at nine points.
+    if (QGuiApplication::font().family() != "Sans Serif"_L1)
+        return;
+    QFont font = QGuiApplication::font();
+    font.setFamilies({u"Inter"_s, u"Cantarell"_s, u"Noto Sans"_s, u"Sans Serif"_s});
+    font.setPixelSize(14);
+    QGuiApplication::setFont(font);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QStringList arguments;
+    for (int index = 0; index < argc; ++index)
+        arguments.append(QString::fromLocal8Bit(argv[index]));
+    const CommandLine commandLine = CommandLine::parse(arguments);
+    if (!commandLine.problem.isEmpty()) {
+        std::fprintf(stderr, "kelvo: %s\n", qUtf8Printable(commandLine.problem));
+        return EXIT_FAILURE;
+    }
+    if (!commandLine.output.isEmpty()) {
+        std::fputs(qUtf8Printable(commandLine.output), stdout);
+        return EXIT_SUCCESS;
+    }
+
+    QGuiApplication application(argc, argv);
+    QGuiApplication::setApplicationName(u"kelvo"_s);
+    QGuiApplication::setApplicationDisplayName(u"Kelvo"_s);
+    QGuiApplication::setApplicationVersion(QLatin1StringView(KELVO_VERSION));
+    QGuiApplication::setDesktopFileName(u"vostarn.id.Kelvo"_s);
+    useReadableFont();
+    SymbolCatalogue::useIconThemes();
+    QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
+
+    Appearance::shared().setOverride(commandLine.colorScheme);
+    AppearancePortal portal(Appearance::shared());
+    if (commandLine.colorScheme == ColorScheme::system)
+        portal.start();
+
+    auto manager = std::make_unique<VMManager>(VMManager::defaultCollaborators());
+    KelvoApp kelvo(std::make_unique<AppState>(std::move(manager)));
+    if (!kelvo.start())
+        return EXIT_FAILURE;
+    return QGuiApplication::exec();
+}
