@@ -89,6 +89,7 @@ private Q_SLOTS:
     void leavesImagesInOtherHandsAlone();
     void saysWhyTheProtocolStopped_data();
     void saysWhyTheProtocolStopped();
+    void triesEveryAddressOfAName();
     void saysWhyItCannotConnect_data();
     void saysWhyItCannotConnect();
     void saysThatTheConnectionBroke();
@@ -240,6 +241,16 @@ void TestVNCClient::saysWhyTheProtocolStopped()
     QTRY_COMPARE(server.received(), received);
     QVERIFY(client.isConnected());
     QVERIFY(client.image().isNull());
+}
+
+void TestVNCClient::triesEveryAddressOfAName()
+{
+    // Its first address is often ::1, where the server does not listen.
+    ScriptedServer server;
+    VNCClient client;
+    client.connect(u"localhost"_s, server.port());
+    QTRY_VERIFY(client.isConnected());
+    QCOMPARE(client.errorMessage(), QString());
 }
 
 void TestVNCClient::saysWhyItCannotConnect_data()
