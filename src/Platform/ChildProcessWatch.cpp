@@ -10,10 +10,10 @@
 
 namespace {
 
-constexpr std::size_t readBytes = 64 * 1024;
+constexpr std::size_t readBytes = 65536;
 
 /// A pipe's largest capacity for an unprivileged process (pipe(7)): no child leaves more behind when it ends.
-constexpr qint64 maximumPipeBytes = 1024 * 1024;
+constexpr qint64 maximumPipeBytes = 1 << 20;
 
 } // namespace
 

@@ -14,7 +14,7 @@ template<typename Work>
     using Result = std::invoke_result_t<Work>;
     QPromise<Result> promise;
     promise.start();
-    const QFuture<Result> future = promise.future();
+    QFuture<Result> future = promise.future();
     std::thread([promise = std::move(promise), work = std::move(work)]() mutable {
         try {
             if constexpr (std::is_void_v<Result>)

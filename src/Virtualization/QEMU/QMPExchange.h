@@ -10,7 +10,7 @@ class QJsonObject;
 class QMPExchange
 {
 public:
-    static constexpr qsizetype maximumLineBytes = 1024 * 1024;
+    static constexpr qsizetype maximumLineBytes = 1 << 20;
 
     /// `command` is put into the message as it is.
     explicit QMPExchange(const QString &command);
