@@ -77,7 +77,7 @@ public:
         while (received.count("\"return\"") < 2 || !received.endsWith('\n'))
             received += connection.read(4096);
         for (const QByteArray &line : received.trimmed().split('\n')) {
-            const QJsonValue value = QJsonDocument::fromJson(line).object().value("return"_L1);
+            QJsonValue value = QJsonDocument::fromJson(line).object().value("return"_L1);
             if (!value.isUndefined() && value != QJsonValue(QJsonObject()))
                 return value;
         }

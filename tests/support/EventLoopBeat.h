@@ -11,6 +11,12 @@
 class EventLoopBeat
 {
 public:
+    /// One picture of a 60 Hz screen.
+    static constexpr std::chrono::milliseconds unnoticed{16};
+    /// Also when children are launched meanwhile: posix_spawn(3) waits until the child has been given a
+    /// processor, which a busy host may put off.
+    static constexpr std::chrono::milliseconds unnoticedWithLaunch{60};
+
     EventLoopBeat()
     {
         m_timer.callOnTimeout([this] {

@@ -80,7 +80,7 @@ void note(const std::string &text)
 void flood(const std::string &megabytes)
 {
     std::string block;
-    while (block.size() < 1024 * 1024)
+    while (block.size() < 1 << 20)
         block += "the same warning over and over again\n";
     for (int i = 0; i < std::stoi(megabytes); ++i)
         writeAll(STDERR_FILENO, block);
@@ -155,7 +155,7 @@ void repeat(const std::string &line)
 
 void endlessLine(const std::string &megabytes)
 {
-    const std::string block(1024 * 1024, 'x');
+    const std::string block(1 << 20, 'x');
     for (int i = 0; i < std::stoi(megabytes); ++i)
         if (!sendIfConnected(block))
             return;

@@ -1,7 +1,6 @@
 #include "Platform/ChildProcess.h"
 #include "Platform/FileUrl.h"
 #include "Services/DiagnosticLogger.h"
-#include "Virtualization/Backend/KelvoError.h"
 #include "Virtualization/QEMU/QEMUProcessRunner.h"
 #include "Virtualization/QEMU/SWTPMProcessManager.h"
 #include "support/EventLoopBeat.h"
@@ -27,16 +26,12 @@ private Q_SLOTS:
     void init();
     void startsTheTPM_data();
     void startsTheTPM();
-    void failsWhenTheTPMDoesNotComeUp_data();
-    void failsWhenTheTPMDoesNotComeUp();
     void removesWhatAnEarlierTPMLeft_data();
     void removesWhatAnEarlierTPMLeft();
-    void killsATPMThatDoesNotListen();
     void reportsTheEndOfQEMU_data();
     void reportsTheEndOfQEMU();
     void endsTheEarlierQEMUFirst();
     void stopsQEMU();
-    void failsWhenQEMUCannotBeLaunched();
 };
 
 namespace {
@@ -112,39 +107,6 @@ void TestProcessRunners::startsTheTPM()
     QTRY_COMPARE(ProcessCensus::take(), before);
 }
 
-void TestProcessRunners::failsWhenTheTPMDoesNotComeUp_data()
-{
-    QTest::addColumn<QString>("script");
-    QTest::addColumn<bool>("isRunningAfterwards");
-    QTest::addColumn<QString>("logged");
-    QTest::newRow("never opens its socket") << u"hang"_s << true << u""_s;
-    QTest::newRow("exits") << u"stderr Need read/write rights; exit 1"_s << false << u"[WARN] "_s;
-    QTest::newRow("crashes") << u"crash"_s << false << u""_s;
-}
-
-void TestProcessRunners::failsWhenTheTPMDoesNotComeUp()
-{
-    QFETCH(const QString, script);
-    QFETCH(const bool, isRunningAfterwards);
-    QFETCH(const QString, logged);
-    const ProcessCensus before = ProcessCensus::take();
-    const Stage stage(script);
-    const auto socketTime = isRunningAfterwards ? 200ms : 20s;
-    SWTPMProcessManager manager({.socket = socketTime});
-    const EventLoopBeat beat;
-    QElapsedTimer time;
-    time.start();
-    QCOMPARE(stage.startTPM(manager), u"Timed out waiting for swtpm socket."_s);
-    QVERIFY2(isRunningAfterwards ? time.elapsed() >= 200 : time.elapsed() < 10000, "waited the wrong time");
-    QVERIFY2(beat.longestPause() < 16ms, qPrintable(QString::number(beat.longestPause().count())));
-    if (!logged.isEmpty())
-        QVERIFY2(log().contains(logged) && log().contains(u"swtpm: Need read/write rights"_s),
-                 qPrintable(log()));
-    QCOMPARE(ProcessCensus::take().children, before.children + (isRunningAfterwards ? 1 : 0));
-    QCoro::waitFor(manager.stop());
-    QCOMPARE(ProcessCensus::take().children, before.children);
-}
-
 void TestProcessRunners::removesWhatAnEarlierTPMLeft_data()
 {
     QTest::addColumn<bool>("isAlive");
@@ -171,17 +133,6 @@ void TestProcessRunners::removesWhatAnEarlierTPMLeft()
     QCOMPARE(ScriptedChild::received(earlier.program), isAlive ? QStringList{u"shutdown"_s} : QStringList());
     QVERIFY(QFile::exists(stage.socket));
     QCoro::waitFor(manager.stop());
-}
-
-void TestProcessRunners::killsATPMThatDoesNotListen()
-{
-    const Stage stage(u"ignore-term; open-socket; serve-tpm"_s);
-    SWTPMProcessManager manager({.grace = 100ms});
-    QCOMPARE(stage.startTPM(manager), QString());
-    const EventLoopBeat beat;
-    QCoro::waitFor(manager.stop());
-    QVERIFY2(beat.longestPause() < 16ms, qPrintable(QString::number(beat.longestPause().count())));
-    QVERIFY2(log().contains(u"swtpm did not end when asked to and is killed."_s), qPrintable(log()));
 }
 
 void TestProcessRunners::reportsTheEndOfQEMU_data()
@@ -243,7 +194,8 @@ void TestProcessRunners::stopsQEMU()
     QTRY_VERIFY(isReady(1));
     const EventLoopBeat beat;
     QCoro::waitFor(runner.stop());
-    QVERIFY2(beat.longestPause() < 16ms, qPrintable(QString::number(beat.longestPause().count())));
+    QVERIFY2(beat.longestPause() < EventLoopBeat::unnoticed,
+             qPrintable(QString::number(beat.longestPause().count())));
     QVERIFY2(log().contains(u"[WARN]"_s) && log().contains(u"QEMU did not end"_s), qPrintable(log()));
     QVERIFY(!runner.isRunning());
 
@@ -253,17 +205,6 @@ void TestProcessRunners::stopsQEMU()
     QVERIFY(!runner.isRunning());
     QCOMPARE(statuses, (QList<qint32>{SIGKILL, SIGKILL}));
     QCoro::waitFor(runner.forceStop());
-}
-
-void TestProcessRunners::failsWhenQEMUCannotBeLaunched()
-{
-    QEMUProcessRunner runner;
-    const QUrl absent = FileUrl::file(u"/nonexistent/qemu"_s);
-    const QString failure =
-        QCoro::waitFor(outcomeOf(runner.start(absent, QStringList(), FileUrl::directory(u"/"_s))));
-    QVERIFY2(failure.contains(u"/nonexistent/qemu"_s), qPrintable(failure));
-    QVERIFY(!runner.isRunning());
-    QCoro::waitFor(runner.stop());
 }
 
 KELVO_TEST_MAIN(TestProcessRunners)

@@ -116,7 +116,7 @@ void TestQMPExchange::talksToAPeer()
 void TestQMPExchange::refusesAnEndlessLine()
 {
     QMPExchange exchange(u"stop"_s);
-    const QByteArray block(64 * 1024, 'x');
+    const QByteArray block(65536, 'x');
     qsizetype taken = 0;
     try {
         for (; taken <= 2 * QMPExchange::maximumLineBytes; taken += block.size())
