@@ -17,7 +17,9 @@ enum class SecurityType : std::uint8_t
 };
 enum class Encoding : std::int32_t
 {
-    Raw = 0
+    Raw = 0,
+    /// No pixels: the rectangle's size is the framebuffer's new one (section 7.8.2).
+    DesktopSize = -223
 };
 /// Whether the server may leave out what did not change since its last update.
 enum class UpdateKind : std::uint8_t

@@ -9,8 +9,9 @@
 
 namespace rfb {
 
-DisplayConversation::DisplayConversation(BufferSource bufferSource)
+DisplayConversation::DisplayConversation(BufferSource bufferSource, Purpose purpose)
     : m_bufferSource(std::move(bufferSource))
+    , m_purpose(purpose)
 {
     expect(State::ProtocolVersion, protocolVersion().size());
 }
@@ -33,6 +34,11 @@ std::optional<Frame> DisplayConversation::takeFrame()
     return std::exchange(m_finished, std::nullopt);
 }
 
+std::optional<DisplayConversation::ScreenSize> DisplayConversation::takeScreenSize()
+{
+    return std::exchange(m_screenSize, std::nullopt);
+}
+
 void DisplayConversation::advance()
 {
     switch (m_state) {
@@ -51,8 +57,7 @@ void DisplayConversation::advance()
     case State::ServerInit:
         return readServerInit();
     case State::DesktopName:
-        send(setEncodings(std::array{Encoding::Raw}));
-        return requestUpdate();
+        return startUpdates();
     case State::MessageType:
         return readMessageType();
     case State::MessageHeader:
@@ -105,9 +110,21 @@ void DisplayConversation::readServerInit()
     skip(State::DesktopName, m_init.nameLength);
 }
 
-void DisplayConversation::requestUpdate()
+void DisplayConversation::startUpdates()
 {
-    send(framebufferUpdateRequest(UpdateKind::Full, {.width = m_init.width, .height = m_init.height}));
+    if (m_purpose == Purpose::SizeWatch) {
+        send(setEncodings(std::array{Encoding::DesktopSize}));
+        m_screenSize = ScreenSize{m_init.width, m_init.height};
+    } else {
+        send(setEncodings(std::array{Encoding::Raw}));
+    }
+    awaitUpdate();
+}
+
+void DisplayConversation::awaitUpdate()
+{
+    if (m_purpose == Purpose::Display)
+        send(framebufferUpdateRequest(UpdateKind::Full, {.width = m_init.width, .height = m_init.height}));
     expect(State::MessageType, 1);
 }
 
@@ -124,7 +141,7 @@ void DisplayConversation::readMessageHeader()
     case ServerMessage::FramebufferUpdate:
         m_rectanglesLeft = rectangleCount(header.first<3>());
         if (m_rectanglesLeft == 0)
-            return requestUpdate();
+            return awaitUpdate();
         return expect(State::RectangleHeader, RectangleHeader::size);
     case ServerMessage::SetColourMapEntries:
         return skip(State::SkippedBody, colourMapSize(header.first<5>()));
@@ -138,14 +155,20 @@ void DisplayConversation::readMessageHeader()
 
 void DisplayConversation::readRectangleHeader()
 {
-    const Rectangle area = RectangleHeader::parse(m_reader.block().first<RectangleHeader::size>()).area;
+    const auto [area, encoding] = RectangleHeader::parse(m_reader.block().first<RectangleHeader::size>());
+    m_receiving = {};
+    const bool isSize = encoding == static_cast<std::int32_t>(Encoding::DesktopSize);
+    if (m_purpose == Purpose::SizeWatch && isSize) {
+        m_screenSize = ScreenSize{area.width, area.height};
+        return finishRectangle();
+    }
+
     const std::uint64_t pixelCount = std::uint64_t{area.width} * area.height;
     const std::uint64_t sentPerPixel =
         std::max<std::uint64_t>(Frame::bytesPerPixel, m_init.format.bitsPerPixel / 8);
     const std::uint64_t frameBytes = pixelCount * Frame::bytesPerPixel;
 
-    m_receiving = {};
-    if (pixelCount > 0 && frameBytes <= maxFrameBytes) {
+    if (m_purpose == Purpose::Display && pixelCount > 0 && frameBytes <= maxFrameBytes) {
         m_receiving = {
             .buffer = m_bufferSource(Frame::bufferSize(area.width, area.height)),
             .width = area.width,
@@ -168,7 +191,7 @@ void DisplayConversation::finishRectangle()
         m_finished = std::move(m_receiving);
     --m_rectanglesLeft;
     if (m_rectanglesLeft == 0)
-        return requestUpdate();
+        return awaitUpdate();
     expect(State::RectangleHeader, RectangleHeader::size);
 }
 

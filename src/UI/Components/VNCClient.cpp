@@ -6,8 +6,6 @@
 #include <QPointer>
 #include <QSocketNotifier>
 
-#include <algorithm>
-#include <limits>
 #include <utility>
 
 namespace {
@@ -34,11 +32,9 @@ void VNCClient::connect(const QString &host, qint64 port)
     disconnect();
     if (!self)
         return;
-    const auto clampedPort =
-        static_cast<quint16>(std::clamp<qint64>(port, 0, std::numeric_limits<quint16>::max()));
     m_notifier.reset();
     try {
-        m_connection = std::make_unique<VNCConnection>(host, clampedPort);
+        m_connection = std::make_unique<VNCConnection>(host, port);
     } catch (const std::exception &error) {
         setErrorMessage(localizedDescription(error));
         return;
@@ -70,6 +66,7 @@ void VNCClient::handleEvent()
     std::visit(Overloaded{
                    [this](VNCConnected) { setConnected(true); },
                    [this](QImage &image) { setImage(std::move(image)); },
+                   [](VNCScreenSize) {},
                    [this](const VNCProtocolFailure &failure) { setErrorMessage(failure.message); },
                    [this, &self](const VNCConnectionFailure &failure) {
                        if (!failure.message.isEmpty())

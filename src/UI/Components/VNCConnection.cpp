@@ -1,8 +1,9 @@
 #include "UI/Components/VNCConnection.h"
 
 #include "Platform/LocalizedError.h"
-#include "RemoteFramebuffer/DisplayConversation.h"
 
+#include <algorithm>
+#include <limits>
 #include <thread>
 #include <utility>
 
@@ -22,10 +23,11 @@ QString describe(rfb::DisplayConversation::Failure failure)
 }
 
 /// Returns at the end of the stream, or when the protocol cannot go on.
-std::optional<rfb::DisplayConversation::Failure> converse(TCPConnection &stream, VNCMailbox &mailbox)
+std::optional<rfb::DisplayConversation::Failure> converse(TCPConnection &stream, VNCMailbox &mailbox,
+                                                          rfb::DisplayConversation::Purpose purpose)
 {
-    rfb::DisplayConversation conversation(
-        [&mailbox](std::size_t bytes) { return mailbox.takeBuffer(bytes); });
+    rfb::DisplayConversation conversation([&mailbox](std::size_t bytes) { return mailbox.takeBuffer(bytes); },
+                                          purpose);
     while (!conversation.failure()) {
         const std::size_t count = stream.receive(conversation.space());
         if (count == 0)
@@ -34,18 +36,20 @@ std::optional<rfb::DisplayConversation::Failure> converse(TCPConnection &stream,
         stream.send(conversation.takeOutput());
         if (auto frame = conversation.takeFrame())
             mailbox.post(std::move(*frame));
+        if (const auto screen = conversation.takeScreenSize())
+            mailbox.post(VNCScreenSize{{screen->width, screen->height}});
     }
     return conversation.failure();
 }
 
-void run(TCPConnection &stream, VNCMailbox &mailbox)
+void run(TCPConnection &stream, VNCMailbox &mailbox, rfb::DisplayConversation::Purpose purpose)
 {
     bool isExplained = false;
     try {
         if (!stream.open())
             return;
         mailbox.post(VNCConnected{});
-        if (const auto failure = converse(stream, mailbox)) {
+        if (const auto failure = converse(stream, mailbox, purpose)) {
             mailbox.post(VNCProtocolFailure{describe(*failure)});
             isExplained = true;
         }
@@ -57,11 +61,14 @@ void run(TCPConnection &stream, VNCMailbox &mailbox)
 
 } // namespace
 
-VNCConnection::VNCConnection(const QString &host, quint16 port)
+VNCConnection::VNCConnection(const QString &host, qint64 port, rfb::DisplayConversation::Purpose purpose)
     : m_mailbox(std::make_shared<VNCMailbox>())
-    , m_stream(std::make_shared<TCPConnection>(host, port))
+    , m_stream(std::make_shared<TCPConnection>(
+          host, static_cast<quint16>(std::clamp<qint64>(port, 0, std::numeric_limits<quint16>::max()))))
 {
-    std::thread([stream = m_stream, mailbox = m_mailbox] { run(*stream, *mailbox); }).detach();
+    std::thread([stream = m_stream, mailbox = m_mailbox, purpose] {
+        run(*stream, *mailbox, purpose);
+    }).detach();
 }
 
 VNCConnection::~VNCConnection()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/TCPConnection.h"
+#include "RemoteFramebuffer/DisplayConversation.h"
 #include "UI/Components/VNCMailbox.h"
 
 #include <QString>
@@ -13,9 +14,10 @@
 class VNCConnection
 {
 public:
-    /// Starts connecting. Throws a LocalizedError or std::system_error when the process has no descriptors or
-    /// threads left.
-    VNCConnection(const QString &host, quint16 port);
+    /// Starts connecting; `port` is clamped to 0…65535. Throws a LocalizedError or std::system_error when the
+    /// process has no descriptors or threads left.
+    VNCConnection(const QString &host, qint64 port,
+                  rfb::DisplayConversation::Purpose purpose = rfb::DisplayConversation::Purpose::Display);
     /// Closes the connection; no event comes any more.
     ~VNCConnection();
     Q_DISABLE_COPY_MOVE(VNCConnection)

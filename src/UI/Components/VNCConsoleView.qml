@@ -20,6 +20,12 @@ Rectangle {
         id: vnc
     }
 
+    VNCSizeWatch {
+        id: sizeWatch
+
+        onSizeKnown: vnc.connect(root.host, root.port)
+    }
+
     VNCScreenItem {
         id: screen
 
@@ -44,9 +50,12 @@ Rectangle {
     Component.onDestruction: vnc.disconnect()
 
     function follow(): void {
-        if (root.active)
+        if (root.active) {
             vnc.connect(root.host, root.port);
-        else
+            sizeWatch.watch(root.host, root.port);
+        } else {
+            sizeWatch.stop();
             vnc.disconnect();
+        }
     }
 }

@@ -66,6 +66,11 @@ void VNCMailbox::post(VNCEvent event)
         return;
     if (std::holds_alternative<QImage>(event))
         ++m_framesUnderway;
+    const bool isSize = std::holds_alternative<VNCScreenSize>(event);
+    if (isSize && !m_events.empty() && std::holds_alternative<VNCScreenSize>(m_events.back())) {
+        m_events.back() = std::move(event);
+        return;
+    }
     m_events.push_back(std::move(event));
     ::eventfd_write(m_eventCount.get(), 1);
 }

@@ -4,6 +4,7 @@
 #include "RemoteFramebuffer/Frame.h"
 
 #include <QImage>
+#include <QSize>
 
 #include <condition_variable>
 #include <deque>
@@ -17,6 +18,12 @@
 struct VNCConnected
 {};
 
+/// The server's screen has this size, at first or from now on.
+struct VNCScreenSize
+{
+    QSize size;
+};
+
 /// The protocol cannot go on, for the reason that `message` says.
 struct VNCProtocolFailure
 {
@@ -29,7 +36,7 @@ struct VNCConnectionFailure
     QString message;
 };
 
-using VNCEvent = std::variant<VNCConnected, QImage, VNCProtocolFailure, VNCConnectionFailure>;
+using VNCEvent = std::variant<VNCConnected, QImage, VNCScreenSize, VNCProtocolFailure, VNCConnectionFailure>;
 
 /// What one connection's reader thread hands to the main thread, and the memory that goes round between them:
 /// the images stand on the buffers that were received into, and give them back when their last copy goes, on
@@ -48,6 +55,7 @@ public:
     [[nodiscard]] rfb::PixelBuffer takeBuffer(std::size_t bytes);
     /// Reader thread.
     void post(rfb::Frame frame);
+    /// Of several sizes that wait only the last one counts.
     void post(VNCEvent event);
 
     /// Readable as long as an event waits.
