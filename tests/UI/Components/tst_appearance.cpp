@@ -1,0 +1,237 @@
+#include "UI/Components/AdaptiveGrid.h"
+#include "UI/Components/Appearance.h"
+#include "UI/Components/AppearancePortal.h"
+#include "UI/Components/MnemonicText.h"
+#include "UI/Components/SymbolCatalogue.h"
+#include "UI/Components/SymbolImageProvider.h"
+#include "support/TestMain.h"
+
+#include <QDBusVariant>
+#include <QPalette>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QSignalSpy>
+#include <QtQml/qqmlextensionplugin.h>
+
+#include <cmath>
+
+Q_IMPORT_QML_PLUGIN(Kelvo_ComponentsPlugin)
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+double channelLuminance(double value)
+{
+    return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+}
+
+/// WCAG 2.1, "relative luminance" and "contrast ratio".
+double contrast(const QColor &first, const QColor &second)
+{
+    const auto luminance = [](const QColor &color) {
+        return 0.2126 * channelLuminance(color.redF()) + 0.7152 * channelLuminance(color.greenF()) +
+               0.0722 * channelLuminance(color.blueF());
+    };
+    const auto [darker, lighter] = std::minmax(luminance(first), luminance(second));
+    return (lighter + 0.05) / (darker + 0.05);
+}
+
+QColor over(const QColor &background, const QColor &color, double alpha)
+{
+    const auto mix = [alpha](double below, double above) {
+        return below + (above - below) * alpha;
+    };
+    return QColor::fromRgbF(float(mix(background.redF(), color.redF())),
+                            float(mix(background.greenF(), color.greenF())),
+                            float(mix(background.blueF(), color.blueF())));
+}
+
+} // namespace
+
+class AppearanceTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void schemeComesFromOverridePortalThenPalette();
+    void portalValuesAreUnwrapped_data();
+    void portalValuesAreUnwrapped();
+    void textsAreReadable_data();
+    void textsAreReadable();
+    void everySymbolIsDrawnInItsColor();
+    void gridFitsItsColumns_data();
+    void gridFitsItsColumns();
+    void mnemonicsAreMarked_data();
+    void mnemonicsAreMarked();
+};
+
+void AppearanceTest::schemeComesFromOverridePortalThenPalette()
+{
+    Appearance &appearance = Appearance::shared();
+    const QSignalSpy spy(&appearance, &Appearance::darkChanged);
+    QVERIFY(!appearance.isDark());
+    QPalette dark;
+    dark.setColor(QPalette::Window, Qt::black);
+    dark.setColor(QPalette::WindowText, Qt::white);
+    QGuiApplication::setPalette(dark);
+    QTRY_VERIFY(appearance.isDark());
+    appearance.setPortalPreference(Appearance::PortalPreference::light);
+    QVERIFY(!appearance.isDark());
+    appearance.setOverride(ColorScheme::dark);
+    appearance.setPortalPreference(Appearance::PortalPreference::light);
+    QVERIFY(appearance.isDark());
+    appearance.setOverride(ColorScheme::system);
+    QVERIFY(!appearance.isDark());
+    appearance.setPortalPreference(Appearance::PortalPreference::none);
+    QVERIFY(appearance.isDark());
+    QCOMPARE(spy.count(), 5);
+    QGuiApplication::setPalette(QPalette());
+}
+
+void AppearanceTest::portalValuesAreUnwrapped_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<int>("preference"); // −1: none could be read
+    const auto wrapped = [](const QVariant &value) {
+        return QVariant::fromValue(QDBusVariant(value));
+    };
+    QTest::newRow("dark") << QVariant(1U) << 1;
+    QTest::newRow("light in two variants") << wrapped(wrapped(2U)) << 2;
+    QTest::newRow("no preference") << wrapped(0U) << 0;
+    QTest::newRow("unknown number") << QVariant(7U) << 0;
+    QTest::newRow("signed") << QVariant(1) << -1;
+    QTest::newRow("text") << wrapped(u"1"_s) << -1;
+    QTest::newRow("nothing") << QVariant() << -1;
+}
+
+void AppearanceTest::portalValuesAreUnwrapped()
+{
+    QFETCH(const QVariant, value);
+    const auto preference = AppearancePortal::preference(value);
+    QTEST(preference ? int(*preference) : -1, "preference");
+}
+
+void AppearanceTest::textsAreReadable_data()
+{
+    QTest::addColumn<ColorScheme>("scheme");
+    QTest::newRow("light") << ColorScheme::light;
+    QTest::newRow("dark") << ColorScheme::dark;
+}
+
+void AppearanceTest::textsAreReadable()
+{
+    QFETCH(const ColorScheme, scheme);
+    Appearance::shared().setOverride(scheme);
+    QQmlEngine engine;
+    QQmlComponent component(&engine);
+    component.setData("import QtQml\nimport Kelvo.Components\nQtObject { property QtObject theme: Theme }",
+                      {});
+    const std::unique_ptr<QObject> holder(component.create());
+    QVERIFY2(holder, qPrintable(component.errorString()));
+    auto *theme = holder->property("theme").value<QObject *>();
+    QVERIFY(theme);
+    const auto color = [theme](const char *name) {
+        const QVariant value = theme->property(name);
+        if (!value.canConvert<QColor>())
+            qFatal("the theme has no color %s", name);
+        return value.value<QColor>();
+    };
+    const auto check = [](const QString &what, const QColor &foreground, const QColor &background,
+                          double least) {
+        const double ratio = contrast(foreground, background);
+        QVERIFY2(ratio >= least, qPrintable(u"%1: %2"_s.arg(what).arg(ratio)));
+    };
+
+    for (const char *surface :
+         {"windowBackground", "sidebarBackground", "cardBackground", "popupBackground", "groupBackground"}) {
+        for (const char *text : {"text", "secondaryText", "linkText"})
+            check(QString::fromLatin1(text) + u" on "_s + QLatin1StringView(surface), color(text),
+                  color(surface), 4.5);
+        check(u"focus on "_s + QLatin1StringView(surface), color("focus"), color(surface), 3);
+        check(u"field border on "_s + QLatin1StringView(surface), color("toggleOff"), color(surface), 3);
+    }
+    for (const char *control : {"control", "controlHovered", "controlPressed"})
+        check(QString::fromLatin1(control), color("text"), color(control), 4.5);
+    for (const char *accent : {"accent", "accentHovered", "accentPressed"})
+        check(QString::fromLatin1(accent), color("accentText"), color(accent), 4.5);
+    check(u"tool tip"_s, color("toolTipText"), color("toolTipBackground"), 4.5);
+    check(u"screen"_s, color("screenText"), color("screen"), 4.5);
+
+    for (const char *tone : {"neutralTone", "greenTone", "yellowTone", "orangeTone", "redTone"})
+        for (const char *surface : {"cardBackground", "sidebarBackground"})
+            check(QString::fromLatin1(tone) + u" on "_s + QLatin1StringView(surface), color(tone),
+                  over(color(surface), color(tone), 0.15), 4.5);
+    Appearance::shared().setOverride(ColorScheme::system);
+}
+
+void AppearanceTest::everySymbolIsDrawnInItsColor()
+{
+    SymbolCatalogue::useIconThemes();
+    SymbolImageProvider provider;
+    const QStringList symbols = SymbolCatalogue::symbols();
+    QVERIFY(symbols.size() > 10);
+    for (const QString &symbol : symbols) {
+        for (const int extent : {16, 22, 66}) {
+            QSize size;
+            const QImage image = provider.requestImage(u"%1/%2/#ff0000"_s.arg(symbol).arg(extent), &size,
+                                                       QSize(extent, extent));
+            QCOMPARE(size, QSize(extent, extent));
+            int drawn = 0;
+            for (int y = 0; y < extent; ++y)
+                for (int x = 0; x < extent; ++x)
+                    if (const QColor pixel = image.pixelColor(x, y); pixel.alpha() > 128) {
+                        ++drawn;
+                        QVERIFY2(pixel.red() > 250 && pixel.green() < 5 && pixel.blue() < 5,
+                                 qPrintable(symbol));
+                    }
+            QVERIFY2(drawn > extent / 2 && drawn < extent * extent * 7 / 10,
+                     qPrintable(u"%1 at %2: %3 pixels"_s.arg(symbol).arg(extent).arg(drawn)));
+        }
+    }
+    QVERIFY(provider.requestImage(u"no.such.symbol/16/#ff0000"_s, nullptr, {}).pixelColor(8, 8).alpha() == 0);
+}
+
+void AppearanceTest::gridFitsItsColumns_data()
+{
+    QTest::addColumn<int>("available");
+    QTest::addColumn<int>("columns");
+    QTest::addColumn<int>("columnWidth");
+    QTest::newRow("nothing") << 0 << 1 << 0;
+    QTest::newRow("less than one") << 300 << 1 << 300;
+    QTest::newRow("one, at its widest") << 600 << 1 << 420;
+    QTest::newRow("just not two") << 655 << 1 << 420;
+    QTest::newRow("two, at their narrowest") << 656 << 2 << 320;
+    QTest::newRow("three") << 1134 << 3 << 367;
+    QTest::newRow("wide") << 3792 << 11 << 330;
+}
+
+void AppearanceTest::gridFitsItsColumns()
+{
+    QFETCH(const int, available);
+    AdaptiveGrid grid;
+    grid.setAvailableWidth(available);
+    QTEST(grid.columns(), "columns");
+    QTEST(int(grid.columnWidth()), "columnWidth");
+}
+
+void AppearanceTest::mnemonicsAreMarked_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("plain");
+    QTest::addColumn<QString>("underlined");
+    QTest::newRow("first") << u"&File"_s << u"File"_s << u"<u>F</u>ile"_s;
+    QTest::newRow("none") << u"File"_s << u"File"_s << u"File"_s;
+    QTest::newRow("markup") << u"<b> &&& &c"_s << u"<b> & c"_s << u"&lt;b&gt; &amp;<u> </u><u>c</u>"_s;
+    QTest::newRow("last") << u"a&"_s << u"a&"_s << u"a&amp;"_s;
+}
+
+void AppearanceTest::mnemonicsAreMarked()
+{
+    QFETCH(const QString, text);
+    QTEST(MnemonicText::plain(text), "plain");
+    QTEST(MnemonicText::underlined(text), "underlined");
+}
+
+KELVO_GUI_TEST_MAIN(AppearanceTest)
+#include "tst_appearance.moc"

@@ -1,0 +1,258 @@
+#include "App/AppStage.h"
+#include "App/KelvoApp.h"
+#include "UI/Components/Appearance.h"
+#include "UI/Components/SymbolCatalogue.h"
+#include "support/TestMain.h"
+
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTcpServer>
+#include <QtQml/qqmlextensionplugin.h>
+
+Q_IMPORT_QML_PLUGIN(Kelvo_ComponentsPlugin)
+Q_IMPORT_QML_PLUGIN(Kelvo_UIPlugin)
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QStringList warnings;
+QtMessageHandler previousHandler = nullptr;
+
+void collectWarnings(QtMsgType type, const QMessageLogContext &context, const QString &text)
+{
+    const bool isOfThePlatform = text == u"This plugin does not support raise()";
+    if ((type == QtWarningMsg || type == QtCriticalMsg) && !isOfThePlatform)
+        warnings.append(text);
+    previousHandler(type, context, text);
+}
+
+/// The visible item of that accessible name or text, anywhere below.
+QQuickItem *findItem(QQuickItem *root, const QString &text)
+{
+    for (QQuickItem *child : root->childItems()) {
+        if (!child->isVisible())
+            continue;
+        if (child->property("text").toString() == text && child->isEnabled())
+            return child;
+        if (QQuickItem *found = findItem(child, text))
+            return found;
+    }
+    return nullptr;
+}
+
+void click(QQuickWindow *window, const QString &text)
+{
+    QQuickItem *item = nullptr;
+    QVERIFY2(QTest::qWaitFor([&] { return (item = findItem(window->contentItem(), text)) != nullptr; }, 3000),
+             qPrintable(u"no visible, enabled item reads "_s + text));
+    const QPointF center = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
+    QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, center.toPoint());
+}
+
+} // namespace
+
+/// Every window in every state, without a warning of the QML engine; what a person does goes through real
+/// events.
+class WindowsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void mainWindowShowsEverySection();
+    void wizardGoesFromFirstToLastStep();
+    void escapeDismissesTheWizardUnlessItCreates();
+    void alertShowsTheTextUntilItIsAnswered();
+    void consoleFollowsItsMachine();
+    void consoleOfAnUnknownMachineSaysSo();
+    void settingsWindowOpensOnRequest();
+    void cardsAreSelectedAndCommanded();
+    void arrowsMoveTheSelection();
+
+private:
+    [[nodiscard]] QQuickWindow *mainWindow() const { return m_app->mainWindow(); }
+
+    AppStage *m_stage = nullptr;
+    std::unique_ptr<AppStage> m_host;
+    std::unique_ptr<KelvoApp> m_app;
+};
+
+void WindowsTest::initTestCase()
+{
+    SymbolCatalogue::useIconThemes();
+    previousHandler = qInstallMessageHandler(collectWarnings);
+}
+
+void WindowsTest::init()
+{
+    warnings.clear();
+    m_host = std::make_unique<AppStage>();
+    m_stage = m_host.get();
+    m_stage->host.write(u"setup.iso"_s, "image");
+    m_stage->add(u"first"_s);
+    m_stage->add(u"second"_s, m_stage->host.path(u"setup.iso"_s));
+    m_app = std::make_unique<KelvoApp>(std::move(m_stage->state));
+    QVERIFY(m_app->start());
+    QVERIFY(QTest::qWaitForWindowExposed(mainWindow()));
+}
+
+void WindowsTest::cleanup()
+{
+    QTest::qWait(50);
+    m_app.reset();
+    m_host.reset();
+    QCOMPARE(warnings, QStringList());
+}
+
+void WindowsTest::mainWindowShowsEverySection()
+{
+    for (const ColorScheme scheme : {ColorScheme::light, ColorScheme::dark}) {
+        Appearance::shared().setOverride(scheme);
+        for (const SidebarSection section : allSidebarSections) {
+            m_app->state().setSelectedSection(section);
+            m_app->state().select(section == SidebarSection::settings
+                                      ? m_app->state().vmManager()->virtualMachines().first()
+                                      : nullptr);
+            QTest::qWait(20);
+        }
+        m_app->state().select(nullptr);
+        QTest::qWait(20);
+    }
+    Appearance::shared().setOverride(ColorScheme::system);
+    m_app->state().setSelectedSection(SidebarSection::running);
+    QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"No Virtual Machines"_s));
+    QCOMPARE(mainWindow()->title(), u"Running"_s);
+}
+
+void WindowsTest::wizardGoesFromFirstToLastStep()
+{
+    m_app->state().setSelectedSection(SidebarSection::downloads);
+    QTest::keyClick(mainWindow(), Qt::Key_N, Qt::ControlModifier);
+    QVERIFY(m_app->state().showingCreateVM());
+    click(mainWindow(), u"Linux ARM64"_s);
+    QTest::keyClick(mainWindow(), Qt::Key_Return);
+    click(mainWindow(), u"Existing VM disk"_s);
+    click(mainWindow(), u"Continue"_s);
+    click(mainWindow(), u"Continue"_s);
+    QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"Choose Location…"_s));
+    click(mainWindow(), u"Back"_s);
+    QTest::keyClick(mainWindow(), Qt::Key_Return);
+    QTest::keyClick(mainWindow(), Qt::Key_Return);
+    QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"Summary"_s));
+    QTest::keyClick(mainWindow(), Qt::Key_Return); // this host has no hypervisor for it
+    QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"Could Not Create VM"_s));
+    QTest::keyClick(mainWindow(), Qt::Key_Return);
+    QTRY_VERIFY(!findItem(mainWindow()->contentItem(), u"Could Not Create VM"_s));
+    QVERIFY(m_app->state().showingCreateVM());
+}
+
+void WindowsTest::escapeDismissesTheWizardUnlessItCreates()
+{
+    for (int time = 0; time < 2; ++time) {
+        m_app->state().setShowingCreateVM(true);
+        QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"Choose Operating System"_s));
+        QTest::keyClick(mainWindow(), Qt::Key_Escape);
+        QTRY_VERIFY(!m_app->state().showingCreateVM());
+        QTRY_VERIFY(!findItem(mainWindow()->contentItem(), u"Choose Operating System"_s));
+    }
+}
+
+void WindowsTest::alertShowsTheTextUntilItIsAnswered()
+{
+    m_app->state().setErrorMessage(u"first text"_s);
+    QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"first text"_s));
+    m_app->state().setErrorMessage(u"second text"_s);
+    QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"second text"_s));
+    click(mainWindow(), u"OK"_s);
+    QTRY_VERIFY(m_app->state().errorMessage().isEmpty());
+    QTRY_VERIFY(!findItem(mainWindow()->contentItem(), u"OK"_s));
+    m_app->state().setErrorMessage(u"third text"_s);
+    QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"third text"_s));
+    QTest::keyClick(mainWindow(), Qt::Key_Escape);
+    QTRY_VERIFY(m_app->state().errorMessage().isEmpty());
+}
+
+void WindowsTest::consoleFollowsItsMachine()
+{
+    QTcpServer silentDisplay;
+    QVERIFY(silentDisplay.listen(QHostAddress::LocalHost));
+    VirtualMachine *vm = m_app->state().vmManager()->virtualMachines().first();
+    VMConfiguration configuration = vm->configuration();
+    configuration.vncPort = silentDisplay.serverPort();
+    vm->setConfiguration(configuration);
+    m_app->state().showConsole(vm);
+    QPointer<QQuickWindow> console = m_app->consoleWindow(vm->id());
+    QVERIFY(console && QTest::qWaitForWindowExposed(console));
+    QCOMPARE(console->title(), vm->name());
+    m_app->state().showConsole(vm);
+    QCOMPARE(m_app->consoleWindow(vm->id()), console.data());
+
+    click(console, u"Start"_s);
+    QTRY_COMPARE(vm->state(), VMState::running);
+    QTRY_VERIFY(findItem(console->contentItem(), u"Connecting to VM display…"_s));
+    click(console, u"Pause"_s);
+    click(console, u"Resume"_s);
+    click(console, u"Stop"_s);
+    QTRY_VERIFY(findItem(console->contentItem(), u"Virtual Machine is Off"_s));
+
+    const QUuid id = vm->id();
+    m_app->state().load(); // other objects for the same machines
+    QTest::qWait(20);
+    VirtualMachine *reloaded = m_app->state().vmManager()->virtualMachine(id);
+    reloaded->setLastError(u"it broke"_s);
+    QTRY_VERIFY(findItem(console->contentItem(), u"it broke"_s));
+}
+
+void WindowsTest::consoleOfAnUnknownMachineSaysSo()
+{
+    const QUuid id = QUuid::createUuid();
+    m_app->state().setConsoleVMID(id);
+    m_app->state().setShowingConsole(true);
+    QQuickWindow *console = m_app->consoleWindow(id);
+    QVERIFY(console);
+    QTRY_VERIFY(findItem(console->contentItem(), u"Virtual machine not found."_s));
+    QVERIFY(!m_app->state().showingConsole());
+}
+
+void WindowsTest::settingsWindowOpensOnRequest()
+{
+    QTest::keyClick(mainWindow(), Qt::Key_Comma, Qt::ControlModifier);
+    QQuickWindow *settings = m_app->settingsWindow();
+    QVERIFY(settings && settings->isVisible());
+    QTRY_VERIFY(findItem(settings->contentItem(), u"Copy Diagnostics"_s));
+    settings->close();
+    mainWindow()->requestActivate();
+    QVERIFY(QTest::qWaitForWindowActive(mainWindow()));
+    QTest::keyClick(mainWindow(), Qt::Key_Comma, Qt::ControlModifier);
+    QCOMPARE(m_app->settingsWindow(), settings);
+    QVERIFY(settings->isVisible());
+}
+
+void WindowsTest::cardsAreSelectedAndCommanded()
+{
+    VirtualMachine *second = m_app->state().vmManager()->virtualMachines().at(1);
+    click(mainWindow(), u"second"_s);
+    QTRY_COMPARE(m_app->state().selectedVM(), second);
+    click(mainWindow(), u"Install"_s);
+    QTRY_COMPARE(second->state(), VMState::running);
+    QTRY_VERIFY(m_app->consoleWindow(second->id()));
+}
+
+void WindowsTest::arrowsMoveTheSelection()
+{
+    const QList<VirtualMachine *> machines = m_app->state().vmManager()->virtualMachines();
+    click(mainWindow(), u"first"_s);
+    QTRY_COMPARE(m_app->state().selectedVM(), machines.at(0));
+    QTest::keyClick(mainWindow(), Qt::Key_Right);
+    QTRY_COMPARE(m_app->state().selectedVM(), machines.at(1));
+    QTest::keyClick(mainWindow(), Qt::Key_Left);
+    QTRY_COMPARE(m_app->state().selectedVM(), machines.at(0));
+    QTest::keyClick(mainWindow(), Qt::Key_Return);
+    QTRY_VERIFY(m_app->consoleWindow(machines.at(0)->id()));
+}
+
+KELVO_GUI_TEST_MAIN(WindowsTest)
+#include "tst_windows.moc"
