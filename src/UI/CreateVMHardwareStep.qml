@@ -7,6 +7,8 @@ FocusScope {
 
     required property CreateVMModel wizard
 
+    signal submitted
+
     implicitHeight: column.implicitHeight
 
     Column {
@@ -44,6 +46,7 @@ FocusScope {
                     model: root.wizard.memoryLabels
                     currentIndex: root.wizard.memoryIndex
                     onActivated: index => root.wizard.memoryIndex = index
+                    onSubmitted: root.submitted()
                 }
             }
         }
@@ -59,6 +62,7 @@ FocusScope {
                     model: root.wizard.diskLabels
                     currentIndex: root.wizard.diskIndex
                     onActivated: index => root.wizard.diskIndex = index
+                    onSubmitted: root.submitted()
                 }
             }
         }
@@ -74,6 +78,7 @@ FocusScope {
                     model: root.wizard.networkNames
                     currentIndex: root.wizard.networkIndex
                     onActivated: index => root.wizard.networkIndex = index
+                    onSubmitted: root.submitted()
                 }
             }
         }

@@ -67,7 +67,7 @@ Sheet {
                 focus: true
                 onLoaded: {
                     page.contentY = 0;
-                    (item as FocusScope).forceActiveFocus(Qt.TabFocusReason);
+                    (item as FocusScope).forceActiveFocus(Qt.OtherFocusReason);
                 }
             }
         }
@@ -123,6 +123,15 @@ Sheet {
         message: model.errorMessage
         visible: model.errorMessage !== ""
         onClosed: model.errorMessage = ""
+    }
+
+    Connections {
+        target: stepLoader.item
+        ignoreUnknownSignals: true
+
+        function onSubmitted(): void {
+            root.goOn();
+        }
     }
 
     Connections {

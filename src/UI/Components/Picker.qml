@@ -9,6 +9,9 @@ T.ComboBox {
 
     required property string label
 
+    /// Return was pressed while the list is closed, where it belongs to the form.
+    signal submitted
+
     implicitWidth: Math.max(150, implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: Theme.smallControlHeight
     leftPadding: 12
@@ -17,6 +20,9 @@ T.ComboBox {
     Accessible.name: root.label
     Accessible.description: root.displayText
     Accessible.onPressAction: if (root.enabled) root.popup.open()
+
+    Keys.onReturnPressed: event => root.submit(event)
+    Keys.onEnterPressed: event => root.submit(event)
 
     contentItem: Text {
         text: root.displayText
@@ -103,6 +109,12 @@ T.ComboBox {
         }
 
         background: PopupBackground {}
+    }
+
+    function submit(event: var): void {
+        event.accepted = !root.popup.visible;
+        if (event.accepted)
+            root.submitted();
     }
 
     function choose(index: int): void {

@@ -4,7 +4,7 @@ import QtQuick
 import QtQuick.Templates as T
 
 /// One choice out of a few, all of them visible side by side.
-Item {
+FocusScope {
     id: root
 
     required property string label
@@ -68,6 +68,7 @@ Item {
                 Accessible.onToggleAction: root.choose(index)
                 Keys.onLeftPressed: root.choose(index - 1)
                 Keys.onRightPressed: root.choose(index + 1)
+                focus: checked
                 activeFocusOnTab: checked
 
                 contentItem: Text {
