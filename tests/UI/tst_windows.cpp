@@ -46,6 +46,10 @@ void click(QQuickWindow *window, const QString &text)
     QQuickItem *item = nullptr;
     QVERIFY2(QTest::qWaitFor([&] { return (item = findItem(window->contentItem(), text)) != nullptr; }, 3000),
              qPrintable(u"no visible, enabled item reads "_s + text));
+    // What has just appeared gets its place with the next frame.
+    QSignalSpy frames(window, &QQuickWindow::frameSwapped);
+    window->update();
+    QVERIFY(frames.wait(3000));
     const QPointF center = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
     QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, center.toPoint());
 }
@@ -239,6 +243,13 @@ void WindowsTest::cardsAreSelectedAndCommanded()
     click(mainWindow(), u"Install"_s);
     QTRY_COMPARE(second->state(), VMState::running);
     QTRY_VERIFY(m_app->consoleWindow(second->id()));
+    QQuickWindow *console = m_app->consoleWindow(second->id());
+    click(console, u"Stop"_s);
+    click(console, u"Install Windows"_s);
+    QTRY_COMPARE(second->state(), VMState::running);
+    click(console, u"Stop"_s);
+    click(console, u"Finish Install"_s);
+    QTRY_COMPARE(second->installationState(), VMInstallationState::completed);
 }
 
 void WindowsTest::arrowsMoveTheSelection()

@@ -55,13 +55,12 @@ Item {
         Item {
             width: 1
             height: Theme.smallSpacing
-            visible: actionRow.visible
+            visible: actionRow.implicitHeight > 0
         }
         Row {
             id: actionRow
 
             anchors.horizontalCenter: parent.horizontalCenter
-            visible: visibleChildren.length > 0
             spacing: Theme.smallSpacing
         }
     }
