@@ -1,5 +1,6 @@
 """Drives a program from outside as a person does: finds what it shows, presses, types and looks (AT-SPI and X)."""
 
+import re
 import subprocess
 import time
 
@@ -105,12 +106,15 @@ class Element:
         if not self._ask(lambda: self._accessible.do_action(0), False):
             raise NotFound(f"\"{self.name}\" ({self.role}) has no action")
 
-    def click(self):
+    def click(self, times=1):
         """With the mouse, in its middle."""
         from gi.repository import Atspi
-        place = self._accessible.get_extents(Atspi.CoordType.SCREEN)
+        place = self._ask(lambda: self._accessible.get_extents(Atspi.CoordType.SCREEN), None)
+        if place is None:
+            raise NotFound(f"\"{self.name}\" has gone before the click")
         self._application.desktop.run(["xdotool", "mousemove", str(place.x + place.width // 2),
-                                       str(place.y + place.height // 2), "click", "1"])
+                                       str(place.y + place.height // 2),
+                                       "click", "--repeat", str(times), "--delay", "60", "1"])
 
     def outline(self, depth=0):
         """The tree below it as indented text, for people who look into a failure."""
@@ -122,12 +126,12 @@ class Element:
 class Application(Element):
     """A running program on a desktop. Leaving its context ends it, as closing its last window would, or harder."""
 
-    def __init__(self, desktop, command, environment, log):
+    def __init__(self, desktop, command, environment, log, folder=None):
         self.desktop = desktop
         self._log = log
         settings = {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1", "QT_QPA_PLATFORM": "xcb", "QT_QUICK_BACKEND": "software"}
         self._process = desktop.spawn(["/usr/bin/env", *(f"{k}={v}" for k, v in (settings | environment).items()),
-                                       *command], log=log)
+                                       *command], log=log, cwd=folder)
         super().__init__(None, self)
         try:
             self._accessible = wait_until(self._registered, 60, f"{command[0]} to appear on the accessibility bus")
@@ -168,7 +172,7 @@ class Application(Element):
                           f"the window \"{title}\"")
 
     def has_window(self, title):
-        return any(window.name == title for window in self.children)
+        return any(window.name == title and window.is_showing for window in self.children)
 
     def keys(self, *names):
         """Presses keys on the window with the focus; names as xdotool(1) has them: "ctrl+n", "Return"."""
@@ -183,6 +187,12 @@ class Application(Element):
         self.desktop.run(["xdotool", "windowactivate", "--sync", number])
         return number
 
+    def close(self, title):
+        """Closes the window with this title by the window manager's keys."""
+        self.activate(title)
+        self.keys("alt+F4")
+        wait_until(lambda: not self.has_window(title), 10, f"the window \"{title}\" to close")
+
     def picture(self, title):
         """What the window with this title shows."""
         return Picture(self.desktop.run(["import", "-silent", "-window", self.activate(title), "ppm:-"]))
@@ -192,9 +202,12 @@ class Application(Element):
         self.desktop.run(["import", "-silent", "-window", self.activate(title), str(path)])
 
     def _window_number(self, title):
+        # The toolkit adds the program's name to a window's own title.
+        pattern = f"^{re.escape(title)}( — .*)?$"
+
         def search():
             done = subprocess.run(["xdotool", "search", "--onlyvisible", "--all", "--pid", str(self.process_id), "--name",
-                                   f"^{title}$"], env=self.desktop.environment, capture_output=True, check=False)
+                                   pattern], env=self.desktop.environment, capture_output=True, check=False)
             return done.stdout.split()
         return wait_until(search, 10, f"an X window \"{title}\"")[0].decode()
 

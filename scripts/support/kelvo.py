@@ -1,0 +1,81 @@
+"""Kelvo, used as a person uses it: the wizard, the cards and the consoles."""
+
+from application import Application, wait_until
+
+MACHINES = "Virtual Machines"
+
+
+class Kelvo(Application):
+    """A running Kelvo whose machines are in the given home folder, which is also where its file panels open."""
+
+    def __init__(self, desktop, program, home):
+        self.home = home
+        self.log = home / "kelvo.log"
+        super().__init__(desktop, [str(program), "--color-scheme", "light"], {"HOME": str(home)}, self.log, home)
+
+    def create_windows_machine(self, image):
+        """Goes through the wizard, which then starts the installation. The image lies below the home folder."""
+        main = self.window(MACHINES)
+        main.find("New Virtual Machine", "push button").press()
+        wizard = main.find("New Virtual Machine", "dialog")
+        wizard.find("Windows 11 ARM64", "radio button").press()
+        wizard.find("Continue").press()
+        wizard.find("Choose ISO…").press()
+        self._choose_file(main.find("Choose ISO", "dialog"), image)
+        main.wait_gone("Choose ISO", "dialog")
+        wizard.find(image.name, "label")
+        for next_page in ("CPU", "Virtual Machine Name", "Summary"):
+            wizard.find("Continue").press()
+            wizard.find(next_page)
+        install = wizard.find("Start installation after creating the virtual machine", "check box")
+        if not install.is_checked:
+            install.press()
+        wizard.find("Create Virtual Machine").press()
+        # The disk image and the first start take their time on a busy computer; a refusal is an alert instead.
+        wait_until(lambda: not main.has("New Virtual Machine", "dialog") or main.has("Could Not Create VM", "dialog"),
+                   60, "the wizard to create the machine")
+        alert = main.find_now("Could Not Create VM", "dialog")
+        if alert is not None:
+            raise RuntimeError(f"Kelvo refused: {alert.outline()}")
+
+    def card(self, name, timeout=10):
+        """The machine's card in the list; its state and facts are labels in it."""
+        return self.window(MACHINES).find(MACHINES, "list").find(name, "list item", timeout)
+
+    def cards(self):
+        shown = self.window(MACHINES).find(MACHINES, "list").descendants()
+        return [element for element in shown if element.role == "list item"]
+
+    def console(self, name, timeout=10):
+        """The console's window with the name as its title, which must be open or about to be."""
+        return self.window(name, timeout)
+
+    def wait_for_picture(self, name, shows, timeout, what):
+        """A picture of the console once `shows(picture)` holds."""
+        self.console(name).find("Guest screen", timeout=timeout)
+
+        def look():
+            picture = self.picture(name)
+            return picture if shows(picture) else None
+        return wait_until(look, timeout, what)
+
+    def stop(self, name):
+        """Presses the console's Stop and waits until the machine is off."""
+        console = self.console(name)
+        console.find("Stop", "push button").press()
+        console.find("Powered Off", "label", timeout=30)
+
+    def quit(self):
+        """Closes every window, the main one last, and expects Kelvo to end well."""
+        for window in sorted(filter(lambda window: window.is_showing, self.children), key=lambda window: window.name == MACHINES):
+            self.close(window.name)
+        status = self.wait_for_end()
+        if status != 0:
+            raise RuntimeError(f"Kelvo ended with status {status}")
+
+    def _choose_file(self, panel, path):
+        *folders, name = path.relative_to(self.home).parts
+        for folder in folders:
+            panel.find(folder, "label").click(times=2)
+        panel.find(name, "label").click()
+        panel.find("Open", "push button").click()

@@ -1,0 +1,69 @@
+#!/usr/bin/python3
+"""A machine's whole life as its owner sees it, from the wizard to the next start of the application."""
+
+import os
+
+from stage import EMULATOR, TPM, check, display_port, guest_status, is_listening, run
+
+NAME = "Windows 11"
+
+
+YELLOW, CYAN = (255, 255, 0), (0, 255, 255)
+# Where the headings of the firmware's shell begin on a console that shows the guest's whole screen.
+HEADINGS = (0.1, 0.1, 0.3, 0.6)
+
+
+def shows_firmware(picture):
+    """Its shell has headings that are yellow, and that would be cyan with red and blue taken for each other."""
+    return (picture.share((0, 0, 0)) > 0.7 and picture.share(YELLOW, HEADINGS, tolerance=90) > 0.001
+            and picture.share(CYAN, tolerance=90) == 0)
+
+
+def life_of_a_machine(stage):
+    # Nothing to boot from: the firmware stays on its own screens.
+    image = stage.home / "Images" / "windows.iso"
+    image.parent.mkdir()
+    with open(image, "wb") as file:
+        os.truncate(file.fileno(), 1 << 20)
+    bundle = stage.home / "Virtual Machines" / f"{NAME}.vm"
+
+    with stage.kelvo() as kelvo:
+        kelvo.create_windows_machine(image)
+        console = kelvo.console(NAME, timeout=30)
+        kelvo.wait_for_picture(NAME, shows_firmware, 60, "the firmware's screen in the console")
+        emulators = stage.guests(EMULATOR)
+        check(len(emulators) == 1 and len(stage.guests(TPM)) == 1, f"not one guest runs: {stage.desktop.processes()}")
+        port = display_port(emulators[0])
+        check(is_listening(port), f"nothing listens on the display's port {port}")
+        check(stage.sockets() == ["qmp.sock", "swtpm.sock"], f"the guest's sockets are {stage.sockets()}")
+        check(guest_status(bundle / "qmp.sock") == "running", "the guest does not run")
+
+        console.find("Pause").press()
+        console.find("Paused", "label")
+        check(guest_status(bundle / "qmp.sock") == "paused", "the guest runs on after Pause")
+        console.find("Resume").press()
+        console.find("Running", "label")
+        check(guest_status(bundle / "qmp.sock") == "running", "the guest stands still after Resume")
+        check(shows_firmware(kelvo.picture(NAME)), "the firmware's screen has gone from the console")
+
+        kelvo.stop(NAME)
+        stage.check_nothing_left(port)
+        card = labels(kelvo.card(NAME))
+        kelvo.quit()
+
+    documents = {path.name: path.read_bytes() for path in bundle.glob("*.json")}
+    with stage.kelvo() as kelvo:
+        check(labels(kelvo.card(NAME)) == card, f"the card was {card} and is {labels(kelvo.card(NAME))}")
+        cards = kelvo.cards()
+        check(len(cards) == 1, f"there are {len(cards)} machines")
+        kelvo.quit()
+    check(documents == {path.name: path.read_bytes() for path in bundle.glob("*.json")},
+          "looking at the machine changed its documents")
+
+
+def labels(card):
+    return [element.name for element in card.descendants() if element.role == "label"]
+
+
+if __name__ == "__main__":
+    run(life_of_a_machine, 240)

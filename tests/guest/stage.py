@@ -1,0 +1,102 @@
+"""What the tests of whole guests have in common: an application to use, and what is left of a guest to look for."""
+
+import json
+import shutil
+import signal
+import socket
+import sys
+from contextlib import contextmanager
+from itertools import islice
+from pathlib import Path
+
+from desktop import Desktop
+from kelvo import Kelvo
+
+EMULATOR = "qemu-system-aarch64"
+TPM = "swtpm"
+
+
+class Stage:
+    """A desktop with a home folder. What a failed test showed is kept in the given folder as picture, tree and log."""
+
+    def __init__(self, desktop, program, kept):
+        self.desktop = desktop
+        self.home = desktop.folder / "home"
+        self.home.mkdir()
+        self._program = program
+        self._kept = kept
+
+    @contextmanager
+    def kelvo(self):
+        with Kelvo(self.desktop, self._program, self.home) as kelvo:
+            try:
+                yield kelvo
+            except BaseException:
+                self._keep(kelvo)
+                raise
+
+    def guests(self, program):
+        """Command lines of the running emulators or TPMs."""
+        return [command for command in self.desktop.processes().values() if command and Path(command[0]).name == program]
+
+    def sockets(self):
+        """Names of the socket files in all machines."""
+        return sorted(path.name for path in self.home.rglob("*") if path.is_socket())
+
+    def check_nothing_left(self, port):
+        """Of a stopped guest whose display was on that port."""
+        check(not self.guests(EMULATOR) and not self.guests(TPM), f"left behind: {self.desktop.processes()}")
+        check(not self.sockets(), f"left behind: {self.sockets()}")
+        check(not is_listening(port), f"something still listens on the display's port {port}")
+
+    def _keep(self, kelvo):
+        self._kept.mkdir(parents=True, exist_ok=True)
+        self.desktop.run(["import", "-silent", "-window", "root", str(self._kept / "screen.png")])
+        (self._kept / "tree.txt").write_text(kelvo.outline() + "\n")
+        shutil.copy(kelvo.log, self._kept / "kelvo.log")
+        print(f"What it showed is in {self._kept}.\n{kelvo.log.read_text()}", file=sys.stderr)
+
+
+def display_port(command):
+    """The port of the display that an emulator's command line asks for ("-display vnc=127.0.0.1:NUMBER,…")."""
+    return 5900 + int(command[command.index("-display") + 1].partition(",")[0].rpartition(":")[2])
+
+
+def is_listening(port):
+    with socket.socket() as client:
+        client.settimeout(5)
+        return client.connect_ex(("127.0.0.1", port)) == 0
+
+
+def guest_status(qmp_socket):
+    """What the emulator itself says that its guest does: "running", "paused" (QMP, query-status)."""
+    with socket.socket(socket.AF_UNIX) as client:
+        client.settimeout(10)
+        client.connect(str(qmp_socket))
+        with client.makefile("rw") as lines:
+            for command in ("qmp_capabilities", "query-status"):
+                lines.write(json.dumps({"execute": command}) + "\n")
+            lines.flush()
+            # Besides the answers there are the greeting and events.
+            answers = (json.loads(line) for line in lines)
+            returned = [answer["return"] for answer in islice((a for a in answers if "return" in a), 2)]
+    return returned[-1]["status"]
+
+
+def check(condition, what):
+    if not condition:
+        raise AssertionError(what)
+
+
+def run(test, seconds):
+    """Runs test(stage) with the command line PROGRAM KEPT_FOLDER; nothing of it outlives the given time."""
+    def give_up(*_):
+        raise TimeoutError(f"the test took longer than {seconds} s")
+
+    signal.signal(signal.SIGALRM, give_up)
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
+    signal.alarm(seconds)
+    program, kept = Path(sys.argv[1]).resolve(), Path(sys.argv[2])
+    shutil.rmtree(kept, ignore_errors=True)
+    with Desktop() as desktop:
+        test(Stage(desktop, program, kept))
