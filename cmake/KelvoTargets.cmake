@@ -45,10 +45,11 @@ function(kelvo_library name)
     qt_extract_metatypes(${target})
 endfunction()
 
-# kelvo_test(<name> SOURCES <files…> [LINKS <targets…>] [LABELS <labels…>] [TIMEOUT <seconds>]):
-# a Qt Test program that CTest runs with a home folder of its own and without a display.
+# kelvo_test(<name> SOURCES <files…> [LINKS <targets…>] [LABELS <labels…>] [TIMEOUT <seconds>] [ALONE]):
+# a Qt Test program that CTest runs with a home folder of its own and without a display. ALONE is for tests that measure
+# time or memory: no other test runs beside them.
 function(kelvo_test name)
-    cmake_parse_arguments(arg "" "TIMEOUT" "SOURCES;LINKS;LABELS" ${ARGN})
+    cmake_parse_arguments(arg "ALONE" "TIMEOUT" "SOURCES;LINKS;LABELS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
     target_link_libraries(${name} PRIVATE Kelvo::TestSupport ${arg_LINKS})
@@ -60,6 +61,7 @@ function(kelvo_test name)
     file(MAKE_DIRECTORY "${home}")
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${arg_TIMEOUT}
+        RUN_SERIAL ${arg_ALONE}
         LABELS "${arg_LABELS}"
         ENVIRONMENT "HOME=${home};QT_QPA_PLATFORM=offscreen;QT_QUICK_BACKEND=software;LC_ALL=C.UTF-8;TZ=UTC")
 endfunction()
