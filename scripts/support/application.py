@@ -189,9 +189,15 @@ class Application(Element):
 
     def close(self, title):
         """Closes the window with this title by the window manager's keys."""
-        self.activate(title)
-        self.keys("alt+F4")
-        wait_until(lambda: not self.has_window(title), 10, f"the window \"{title}\" to close")
+        def press_keys():
+            self.activate(title)
+            self.keys("alt+F4")
+            time_to_close = time.monotonic() + 5
+            while self.has_window(title) and time.monotonic() < time_to_close:
+                time.sleep(0.1)
+            return not self.has_window(title)
+        # On a busy desktop keys that follow upon a change of the active window may be lost.
+        wait_until(press_keys, 30, f"the window \"{title}\" to close")
 
     def picture(self, title):
         """What the window with this title shows."""
