@@ -65,8 +65,7 @@ void AppearancePortal::start()
 void AppearancePortal::ask()
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
-    bus.connect(service, path, interface, u"SettingChanged"_s, this,
-                SLOT(settingChanged(QString, QString, QDBusVariant)));
+    bus.connect(service, path, interface, u"SettingChanged"_s, this, SLOT(settingChanged(QDBusMessage)));
     QDBusMessage read = QDBusMessage::createMethodCall(service, path, interface, u"Read"_s);
     read.setArguments({appearanceNamespace, colorSchemeKey});
     auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(read), this);
@@ -78,10 +77,11 @@ void AppearancePortal::ask()
     });
 }
 
-void AppearancePortal::settingChanged(const QString &nameSpace, const QString &key, const QDBusVariant &value)
+void AppearancePortal::settingChanged(const QDBusMessage &message)
 {
-    if (nameSpace == appearanceNamespace && key == colorSchemeKey)
-        take(value.variant());
+    const QList<QVariant> arguments = message.arguments();
+    if (arguments.value(0) == appearanceNamespace && arguments.value(1) == colorSchemeKey)
+        take(arguments.value(2));
 }
 
 void AppearancePortal::take(const QVariant &value)

@@ -2,7 +2,7 @@
 
 #include "UI/Components/Appearance.h"
 
-#include <QDBusVariant>
+#include <QDBusMessage>
 #include <QObject>
 
 #include <optional>
@@ -24,7 +24,7 @@ public:
     [[nodiscard]] static std::optional<Appearance::PortalPreference> preference(const QVariant &value);
 
 private Q_SLOTS:
-    void settingChanged(const QString &nameSpace, const QString &key, const QDBusVariant &value);
+    void settingChanged(const QDBusMessage &message);
 
 private:
     void ask();

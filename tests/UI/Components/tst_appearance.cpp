@@ -137,6 +137,13 @@ void AppearanceTest::textsAreReadable()
             qFatal("the theme has no color %s", name);
         return value.value<QColor>();
     };
+    QCOMPARE(theme->property("dark").toBool(), scheme == ColorScheme::dark);
+    const QColor windowColor = color("windowBackground");
+    Appearance::shared().setOverride(scheme == ColorScheme::dark ? ColorScheme::light : ColorScheme::dark);
+    QVERIFY(color("windowBackground") != windowColor);
+    Appearance::shared().setOverride(scheme);
+    QCOMPARE(color("windowBackground"), windowColor);
+
     const auto check = [](const QString &what, const QColor &foreground, const QColor &background,
                           double least) {
         const double ratio = contrast(foreground, background);
