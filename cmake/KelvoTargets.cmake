@@ -45,15 +45,15 @@ function(kelvo_library name)
     qt_extract_metatypes(${target})
 endfunction()
 
-# kelvo_test(<name> SOURCES <files…> [LINKS <targets…>] [LABELS <labels…>] [TIMEOUT <seconds>] [ALONE]):
-# a Qt Test program that CTest runs with a home folder of its own and without a display. ALONE is for tests that measure
-# time or memory: no other test runs beside them.
+# kelvo_test(<name> SOURCES <files…> [LINKS <targets…>] [LABELS <labels…>] [TIMEOUT <seconds>] [LAUNCHER <command…>]
+#            [ALONE]): a Qt Test program that CTest runs with a home folder of its own and without a display. ALONE is for
+# tests that measure time or memory: no other test runs beside them.
 function(kelvo_test name)
-    cmake_parse_arguments(arg "ALONE" "TIMEOUT" "SOURCES;LINKS;LABELS" ${ARGN})
+    cmake_parse_arguments(arg "ALONE" "TIMEOUT" "SOURCES;LINKS;LABELS;LAUNCHER" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
     target_link_libraries(${name} PRIVATE Kelvo::TestSupport ${arg_LINKS})
-    add_test(NAME ${name} COMMAND ${name})
+    add_test(NAME ${name} COMMAND ${arg_LAUNCHER} $<TARGET_FILE:${name}>)
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 120)
     endif()

@@ -74,8 +74,5 @@ class Kelvo(Application):
             raise RuntimeError(f"Kelvo ended with status {status}")
 
     def _choose_file(self, panel, path):
-        *folders, name = path.relative_to(self.home).parts
-        for folder in folders:
-            panel.find(folder, "label").click(times=2)
-        panel.find(name, "label").click()
-        panel.find("Open", "push button").click()
+        for name in path.relative_to(self.home).parts:
+            panel.find(name, "list item").press()

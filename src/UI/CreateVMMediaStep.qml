@@ -43,7 +43,7 @@ FocusScope {
             fileName: root.wizard.isoName
             hasFile: root.wizard.offersInstallation
             buttonText: qsTr("Choose ISO…")
-            onChooseRequested: isoPanel.open()
+            onChooseRequested: isoChooser.open()
             onDropped: file => root.wizard.isoURL = file
         }
         Divider {
@@ -76,23 +76,25 @@ FocusScope {
             fileName: root.wizard.virtioDriversName
             hasFile: root.wizard.hasDrivers
             buttonText: qsTr("Choose Virtio ISO…")
-            onChooseRequested: driversPanel.open()
+            onChooseRequested: driversChooser.open()
             onDropped: file => root.wizard.virtioDriversURL = file
         }
     }
 
-    PanelLoader {
-        id: isoPanel
+    FileChooser {
+        id: isoChooser
 
-        panel: "FilePanel.qml"
         title: qsTr("Choose ISO")
+        startFolder: root.wizard.startFolder
+        patterns: root.wizard.imagePatterns
         onPicked: file => root.wizard.isoURL = file
     }
-    PanelLoader {
-        id: driversPanel
+    FileChooser {
+        id: driversChooser
 
-        panel: "FilePanel.qml"
         title: qsTr("Select the ARM64 virtio-win driver ISO")
+        startFolder: root.wizard.startFolder
+        patterns: root.wizard.imagePatterns
         onPicked: file => root.wizard.virtioDriversURL = file
     }
 }

@@ -6,6 +6,8 @@
 #include "Virtualization/Backend/KelvoError.h"
 #include "Virtualization/VMManager.h"
 
+#include <QStandardPaths>
+
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -182,6 +184,18 @@ void CreateVMModel::setMediaTypeIndex(int index)
 {
     if (isIndexOf(mediaTypes, index))
         set(m_mediaType, mediaTypes.at(static_cast<std::size_t>(index)));
+}
+
+QStringList CreateVMModel::imagePatterns() const
+{
+    return {u"*.iso"_s, u"*.img"_s, u"*.dmg"_s, u"*.raw"_s};
+}
+
+QUrl CreateVMModel::startFolder() const
+{
+    if (m_isoURL.isValid())
+        return FileUrl::deletingLastComponent(m_isoURL);
+    return QUrl::fromLocalFile(QStandardPaths::writableLocation(QStandardPaths::DownloadLocation));
 }
 
 bool CreateVMModel::offersDrivers() const

@@ -33,6 +33,8 @@ class CreateVMModel : public QObject
     Q_PROPERTY(QList<QString> networkNames READ networkNames CONSTANT)
     Q_PROPERTY(int guestOSIndex READ guestOSIndex WRITE setGuestOSIndex NOTIFY changed)
     Q_PROPERTY(int mediaTypeIndex READ mediaTypeIndex WRITE setMediaTypeIndex NOTIFY changed)
+    Q_PROPERTY(QList<QString> imagePatterns READ imagePatterns CONSTANT)
+    Q_PROPERTY(QUrl startFolder READ startFolder NOTIFY changed)
     Q_PROPERTY(bool offersISO READ offersISO NOTIFY changed)
     Q_PROPERTY(bool offersDrivers READ offersDrivers NOTIFY changed)
     Q_PROPERTY(QUrl isoURL READ isoURL WRITE setISOURL NOTIFY changed)
@@ -84,6 +86,10 @@ public:
     void setGuestOSIndex(int index);
     [[nodiscard]] int mediaTypeIndex() const;
     void setMediaTypeIndex(int index);
+    /// File names that a picker shows at first; every other file may be chosen too.
+    [[nodiscard]] QStringList imagePatterns() const;
+    /// Where a picker for an image begins: beside the last image, else where downloads go.
+    [[nodiscard]] QUrl startFolder() const;
     [[nodiscard]] bool offersISO() const { return m_mediaType == InstallationMediaType::iso; }
     [[nodiscard]] bool offersDrivers() const;
     [[nodiscard]] QUrl isoURL() const { return m_isoURL; }

@@ -44,17 +44,18 @@ FocusScope {
                     small: true
                     symbol: "folder"
                     text: qsTr("Choose Location…")
-                    onClicked: locationPanel.open()
+                    onClicked: locationChooser.open()
                 }
             }
         }
     }
 
-    PanelLoader {
-        id: locationPanel
+    FileChooser {
+        id: locationChooser
 
-        panel: "FolderPanel.qml"
         title: qsTr("Choose Location")
+        picksFolder: true
+        startFolder: root.wizard.storageLocation
         onPicked: folder => root.wizard.storageLocation = folder
     }
 }

@@ -68,6 +68,7 @@ private Q_SLOTS:
     void cleanup();
     void mainWindowShowsEverySection();
     void wizardGoesFromFirstToLastStep();
+    void wizardTakesAnImageByItsPath();
     void escapeDismissesTheWizardUnlessItCreates();
     void alertShowsTheTextUntilItIsAnswered();
     void consoleFollowsItsMachine();
@@ -151,6 +152,24 @@ void WindowsTest::wizardGoesFromFirstToLastStep()
     QTest::keyClick(mainWindow(), Qt::Key_Return);
     QTRY_VERIFY(!findItem(mainWindow()->contentItem(), u"Could Not Create VM"_s));
     QVERIFY(m_app->state().showingCreateVM());
+}
+
+void WindowsTest::wizardTakesAnImageByItsPath()
+{
+    m_app->state().setShowingCreateVM(true);
+    click(mainWindow(), u"Continue"_s);
+    click(mainWindow(), u"Choose ISO…"_s);
+    QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"Choose ISO"_s));
+    for (const QChar &character : m_stage->host.path(u"none"_s))
+        QTest::keyClick(mainWindow(), character.toLatin1());
+    QTest::keyClick(mainWindow(), Qt::Key_Return);
+    QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"There is no such file or folder."_s));
+    QTest::keyClick(mainWindow(), Qt::Key_A, Qt::ControlModifier);
+    for (const QChar &character : m_stage->host.path(u"setup.iso"_s))
+        QTest::keyClick(mainWindow(), character.toLatin1());
+    QTest::keyClick(mainWindow(), Qt::Key_Return);
+    QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"setup.iso"_s));
+    QTRY_VERIFY(!findItem(mainWindow()->contentItem(), u"Choose ISO"_s));
 }
 
 void WindowsTest::escapeDismissesTheWizardUnlessItCreates()

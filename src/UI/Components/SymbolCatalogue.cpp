@@ -25,6 +25,7 @@ const QHash<QString, QStringList> &catalogue()
         {u"plus"_s, {u"list-add-symbolic"_s, u"list-add"_s}},
         {u"minus"_s, {u"list-remove-symbolic"_s, u"list-remove"_s}},
         {u"checkmark"_s, {u"object-select-symbolic"_s, u"checkmark"_s}},
+        {u"arrow.up"_s, {u"go-up-symbolic"_s, u"go-up"_s}},
         {u"chevron.down"_s, {u"pan-down-symbolic"_s, u"go-down"_s}},
         {u"chevron.right"_s, {u"pan-end-symbolic"_s, u"go-next"_s}},
         {u"folder"_s, {u"folder-symbolic"_s, u"folder-open"_s}},

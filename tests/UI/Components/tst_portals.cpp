@@ -1,0 +1,217 @@
+#include "UI/Components/AppearancePortal.h"
+#include "UI/Components/FileChooserPortal.h"
+#include "support/TestMain.h"
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusVariant>
+#include <QSignalSpy>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString portalPath = u"/org/freedesktop/portal/desktop"_s;
+
+} // namespace
+
+/// What "org.freedesktop.portal.Settings" answers, and its signal.
+class FakeSettings : public QDBusAbstractAdaptor
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
+
+public:
+    explicit FakeSettings(QObject *portal)
+        : QDBusAbstractAdaptor(portal)
+    {}
+
+    uint scheme = 0;
+
+public Q_SLOTS:
+    QDBusVariant Read(const QString &nameSpace, const QString &key) // NOLINT: the name on the bus
+    {
+        const bool isKnown = nameSpace == u"org.freedesktop.appearance" && key == u"color-scheme";
+        return QDBusVariant(QVariant::fromValue(QDBusVariant(isKnown ? QVariant(scheme) : QVariant(false))));
+    }
+
+Q_SIGNALS:
+    void SettingChanged(const QString &nameSpace, const QString &key, const QDBusVariant &value);
+};
+
+/// Answers a request with what the test has prepared, a moment after the call returned.
+class FakeFileChooser : public QDBusAbstractAdaptor
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.FileChooser")
+
+public:
+    explicit FakeFileChooser(QObject *portal)
+        : QDBusAbstractAdaptor(portal)
+    {}
+
+    uint response = 0;
+    QStringList uris;
+    QString title;
+    QVariantMap options;
+
+public Q_SLOTS:
+    QDBusObjectPath OpenFile(const QString &, const QString &title_, const QVariantMap &options_,
+                             const QDBusMessage &call) // NOLINT: the name on the bus
+    {
+        title = title_;
+        options = options_;
+        const QString sender = call.service().mid(1).replace(u'.', u'_');
+        const QString path =
+            portalPath + u"/request/%1/%2"_s.arg(sender, options.value(u"handle_token"_s).toString());
+        QDBusMessage answer = QDBusMessage::createTargetedSignal(
+            call.service(), path, u"org.freedesktop.portal.Request"_s, u"Response"_s);
+        answer.setArguments({response, QVariantMap{{u"uris"_s, uris}}});
+        QTimer::singleShot(10, this, [answer] { QDBusConnection(u"portal"_s).send(answer); });
+        return QDBusObjectPath(path);
+    }
+};
+
+/// The desktop's portals, played by this process over a bus of its own.
+class PortalsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void schemeIsReadAndFollowed();
+    void missingPortalChangesNothing();
+    void fileIsPickedOrNot_data();
+    void fileIsPickedOrNot();
+    void folderIsAskedForWithoutFilters();
+    void missingChooserIsSaidAtOnce();
+
+private:
+    void publish();
+
+    QDBusConnection m_bus{QString()};
+    std::unique_ptr<QObject> m_portal;
+    FakeSettings *m_settings = nullptr;
+    FakeFileChooser *m_fileChooser = nullptr;
+};
+
+void PortalsTest::initTestCase()
+{
+    m_bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"portal"_s);
+    QVERIFY2(m_bus.isConnected(), "this test wants a session bus of its own (dbus-run-session)");
+}
+
+void PortalsTest::init()
+{
+    m_portal = std::make_unique<QObject>();
+    m_settings = new FakeSettings(m_portal.get());
+    m_fileChooser = new FakeFileChooser(m_portal.get());
+    Appearance::shared().setPortalPreference(Appearance::PortalPreference::none);
+}
+
+void PortalsTest::cleanup()
+{
+    m_bus.unregisterObject(portalPath);
+    m_bus.unregisterService(u"org.freedesktop.portal.Desktop"_s);
+    m_portal.reset();
+}
+
+void PortalsTest::publish()
+{
+    QVERIFY(m_bus.registerObject(portalPath, m_portal.get(), QDBusConnection::ExportAdaptors));
+    QVERIFY(m_bus.registerService(u"org.freedesktop.portal.Desktop"_s));
+}
+
+void PortalsTest::schemeIsReadAndFollowed()
+{
+    publish();
+    m_settings->scheme = 1;
+    AppearancePortal portal(Appearance::shared());
+    portal.start();
+    QTRY_VERIFY(Appearance::shared().isDark());
+    const auto change = [this](const QString &nameSpace, const QVariant &value) {
+        Q_EMIT m_settings->SettingChanged(nameSpace, u"color-scheme"_s, QDBusVariant(value));
+    };
+    change(u"org.freedesktop.appearance"_s, 2U);
+    QTRY_VERIFY(!Appearance::shared().isDark());
+    change(u"org.example"_s, 1U);
+    change(u"org.freedesktop.appearance"_s, u"dark"_s);
+    QTest::qWait(50);
+    QVERIFY(!Appearance::shared().isDark());
+    change(u"org.freedesktop.appearance"_s, 1U);
+    QTRY_VERIFY(Appearance::shared().isDark());
+}
+
+void PortalsTest::missingPortalChangesNothing()
+{
+    const QSignalSpy spy(&Appearance::shared(), &Appearance::darkChanged);
+    AppearancePortal portal(Appearance::shared());
+    portal.start();
+    QTest::qWait(100);
+    QCOMPARE(spy.count(), 0);
+}
+
+void PortalsTest::fileIsPickedOrNot_data()
+{
+    QTest::addColumn<uint>("response");
+    QTest::addColumn<QStringList>("uris");
+    QTest::addColumn<QUrl>("picked");
+    const QUrl none;
+    QTest::newRow("picked") << 0U << QStringList{u"file:///media/Win%2011%23.iso"_s}
+                            << QUrl::fromLocalFile(u"/media/Win 11#.iso"_s);
+    QTest::newRow("cancelled") << 1U << QStringList() << none;
+    QTest::newRow("ended") << 2U << QStringList{u"file:///x"_s} << none;
+    QTest::newRow("nothing in it") << 0U << QStringList() << none;
+    QTest::newRow("not a file here") << 0U << QStringList{u"https://example.org/x.iso"_s} << none;
+}
+
+void PortalsTest::fileIsPickedOrNot()
+{
+    QFETCH(const QUrl, picked);
+    publish();
+    QFETCH(const uint, response);
+    QFETCH(const QStringList, uris);
+    m_fileChooser->response = response;
+    m_fileChooser->uris = uris;
+    FileChooserPortal chooser;
+    QSignalSpy pickedSpy(&chooser, &FileChooserPortal::picked);
+    const QSignalSpy dismissed(&chooser, &FileChooserPortal::dismissed);
+    for (int time = 1; time <= 2; ++time) {
+        chooser.open(nullptr, u"Choose"_s, QUrl::fromLocalFile(u"/media"_s), false, {u"*.iso"_s});
+        QTRY_COMPARE(pickedSpy.count() + dismissed.count(), time);
+    }
+    QCOMPARE(pickedSpy.isEmpty(), picked.isEmpty());
+    if (!pickedSpy.isEmpty())
+        QCOMPARE(pickedSpy.first().first().toUrl(), picked);
+    QCOMPARE(m_fileChooser->title, u"Choose"_s);
+    QCOMPARE(m_fileChooser->options.value(u"current_folder"_s).toByteArray(), QByteArray("/media\0", 7));
+    QVERIFY(m_fileChooser->options.contains(u"filters"_s));
+}
+
+void PortalsTest::folderIsAskedForWithoutFilters()
+{
+    publish();
+    m_fileChooser->uris = QStringList{u"file:///media/disk"_s};
+    FileChooserPortal chooser;
+    const QSignalSpy picked(&chooser, &FileChooserPortal::picked);
+    chooser.open(nullptr, u"Choose"_s, {}, true, {});
+    QTRY_COMPARE(picked.count(), 1);
+    QCOMPARE(m_fileChooser->options.value(u"directory"_s).toBool(), true);
+    QVERIFY(!m_fileChooser->options.contains(u"filters"_s));
+}
+
+void PortalsTest::missingChooserIsSaidAtOnce()
+{
+    FileChooserPortal chooser;
+    const QSignalSpy unavailable(&chooser, &FileChooserPortal::unavailable);
+    chooser.open(nullptr, u"Choose"_s, {}, false, {});
+    QTRY_COMPARE_WITH_TIMEOUT(unavailable.count(), 1, 1000);
+}
+
+KELVO_GUI_TEST_MAIN(PortalsTest)
+#include "tst_portals.moc"
