@@ -7,8 +7,8 @@ T.ApplicationWindow {
     id: root
 
     title: AppState.detailContent === DetailContent.MachineList ? AppState.sectionTitle : "Kelvo"
-    width: 1120
-    height: 740
+    width: Math.min(1120, Screen.desktopAvailableWidth)
+    height: Math.min(740, Screen.desktopAvailableHeight)
     minimumWidth: Math.min(900, Screen.desktopAvailableWidth)
     minimumHeight: Math.min(600, Screen.desktopAvailableHeight)
     color: Theme.windowBackground
