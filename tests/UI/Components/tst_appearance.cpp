@@ -33,8 +33,9 @@ double contrast(const QColor &first, const QColor &second)
         return 0.2126 * channelLuminance(color.redF()) + 0.7152 * channelLuminance(color.greenF()) +
                0.0722 * channelLuminance(color.blueF());
     };
-    const auto [darker, lighter] = std::minmax(luminance(first), luminance(second));
-    return (lighter + 0.05) / (darker + 0.05);
+    const double one = luminance(first);
+    const double other = luminance(second);
+    return (std::max(one, other) + 0.05) / (std::min(one, other) + 0.05);
 }
 
 QColor over(const QColor &background, const QColor &color, double alpha)
