@@ -109,8 +109,6 @@ void WindowsTest::cleanup()
     QTest::qWait(50);
     m_app.reset();
     m_host.reset();
-    // The scene graph lets go of its textures later, which after the last test would be never.
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QCOMPARE(warnings, QStringList());
 }
 
