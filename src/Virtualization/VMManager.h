@@ -85,6 +85,9 @@ Q_SIGNALS:
 
 private:
     class Operation;
+    using ControllerOperation = QCoro::Task<> (VMBackendController::*)();
+
+    [[nodiscard]] QCoro::Task<> performOnController(VirtualMachine *vm, ControllerOperation operation);
 
     void updateMetadata(const VirtualMachine &vm, const std::function<void(VMPersistedMetadata &)> &change);
     void setActive(VMBackendController *controller, const std::optional<QUuid> &id);

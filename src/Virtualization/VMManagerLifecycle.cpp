@@ -103,26 +103,23 @@ QCoro::Task<> VMManager::stop(VirtualMachine *vm)
 
 QCoro::Task<> VMManager::pause(VirtualMachine *vm)
 {
-    Operation::refuseWhileBusy(*vm);
-    const QPointer<VMManager> self(this);
-    const QPointer<VirtualMachine> machine(vm);
-    const Operation operation(vm);
-    VMBackendController &backend = controller(*vm);
-    const QCoro::Task<> pause = backend.pause();
-    co_await pause;
-    if (self && machine)
-        machine->setState(backend.state());
+    return performOnController(vm, &VMBackendController::pause);
 }
 
 QCoro::Task<> VMManager::resume(VirtualMachine *vm)
 {
+    return performOnController(vm, &VMBackendController::resume);
+}
+
+QCoro::Task<> VMManager::performOnController(VirtualMachine *vm, ControllerOperation operation)
+{
     Operation::refuseWhileBusy(*vm);
     const QPointer<VMManager> self(this);
     const QPointer<VirtualMachine> machine(vm);
-    const Operation operation(vm);
+    const Operation mark(vm);
     VMBackendController &backend = controller(*vm);
-    const QCoro::Task<> resume = backend.resume();
-    co_await resume;
+    const QCoro::Task<> task = (backend.*operation)();
+    co_await task;
     if (self && machine)
         machine->setState(backend.state());
 }
