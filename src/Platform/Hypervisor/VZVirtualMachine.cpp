@@ -1,37 +1,195 @@
 #include "Platform/Hypervisor/VZVirtualMachine.h"
 
-#include "Platform/HostFacts.h"
+#include "Platform/Hypervisor/EmulatorInstallation.h"
+#include "Platform/Hypervisor/EmulatorSession.h"
+#include "Platform/Hypervisor/VZError.h"
+
+#include <QCoreApplication>
+#include <QPointer>
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace {
-constexpr quint64 mebibyte = quint64(1) << 20;
-constexpr quint64 gibibyte = quint64(1) << 30;
+
+/// Runs an operation and says how it ended, never before its caller has gone on.
+QCoro::Task<> complete(QCoro::Task<> operation, VZVirtualMachine::CompletionHandler handler)
+{
+    std::exception_ptr error;
+    try {
+        co_await operation;
+    } catch (...) {
+        error = std::current_exception();
+    }
+    QMetaObject::invokeMethod(
+        qApp, [handler, error] { handler(error); }, Qt::QueuedConnection);
+}
+
+void run(QCoro::Task<> operation, const VZVirtualMachine::CompletionHandler &handler)
+{
+    QCoro::connect(complete(std::move(operation), handler), qApp, [] {});
+}
+
+[[noreturn]] void throwGone()
+{
+    throw VZError(VZError::Case::internalError, u"The virtual machine is gone."_s);
+}
+
 } // namespace
 
 bool VZVirtualMachine::isSupported()
 {
-    return false;
+    return false; // until a backend uses the layer
 }
 
-qint64 VZVirtualMachineConfiguration::minimumAllowedCPUCount()
+VZVirtualMachine::VZVirtualMachine(const VZVirtualMachineConfiguration &configuration, QObject *parent)
+    : QObject(parent)
+    , m_configuration(configuration)
+{}
+
+VZVirtualMachine::~VZVirtualMachine()
 {
-    return 1;
+    if (m_session && m_state == State::starting)
+        m_session->kill();
 }
 
-qint64 VZVirtualMachineConfiguration::maximumAllowedCPUCount()
+void VZVirtualMachine::start(const VZVirtualMachineStartOptions &, const CompletionHandler &handler)
 {
-    return std::max<qint64>(minimumAllowedCPUCount(), HostFacts::current().processorCount());
+    run(performStart(), handler);
 }
 
-quint64 VZVirtualMachineConfiguration::minimumAllowedMemorySize()
+void VZVirtualMachine::stop(const CompletionHandler &handler)
 {
-    return 512 * mebibyte;
+    run(performStop(), handler);
 }
 
-quint64 VZVirtualMachineConfiguration::maximumAllowedMemorySize()
+void VZVirtualMachine::pause(const CompletionHandler &handler)
 {
-    const quint64 physical = HostFacts::current().physicalMemoryBytes();
-    const quint64 usable = physical > gibibyte ? (physical - gibibyte) / mebibyte * mebibyte : 0;
-    return std::max(minimumAllowedMemorySize(), usable);
+    run(performPause(), handler);
+}
+
+void VZVirtualMachine::resume(const CompletionHandler &handler)
+{
+    run(performResume(), handler);
+}
+
+UniqueDescriptor VZVirtualMachine::openDisplay()
+{
+    requireState({State::running, State::paused, State::pausing, State::resuming}, u"shown"_s);
+    return m_session->openDisplay();
+}
+
+QCoro::Task<> VZVirtualMachine::performStart()
+{
+    requireState({State::stopped, State::error}, u"started"_s);
+    const QPointer<VZVirtualMachine> self(this);
+    m_configuration.validate();
+    const auto session = std::make_shared<EmulatorSession>(m_configuration);
+    m_session = session;
+    connect(session.get(), &EmulatorSession::message, this, &VZVirtualMachine::emulatorMessage);
+    connect(session.get(), &EmulatorSession::ended, this, &VZVirtualMachine::handleEnd);
+    setState(State::starting);
+    try {
+        const QCoro::Task<> boot = session->boot();
+        co_await boot;
+    } catch (...) {
+        if (self) {
+            m_session.reset();
+            setState(State::stopped);
+        }
+        throw;
+    }
+    if (!self)
+        throwGone();
+    setState(State::running);
+    if (self && session->hasEnded())
+        QMetaObject::invokeMethod(this, &VZVirtualMachine::handleEnd, Qt::QueuedConnection);
+}
+
+QCoro::Task<> VZVirtualMachine::performStop()
+{
+    requireState({State::running, State::paused}, u"stopped"_s);
+    const QPointer<VZVirtualMachine> self(this);
+    const auto session = m_session;
+    setState(State::stopping);
+    const QCoro::Task<> end = session->quit();
+    co_await end;
+    if (!self)
+        throwGone();
+    m_session.reset();
+    setState(State::stopped);
+}
+
+QCoro::Task<> VZVirtualMachine::performPause()
+{
+    requireState({State::running}, u"paused"_s);
+    const QPointer<VZVirtualMachine> self(this);
+    const auto session = m_session;
+    setState(State::pausing);
+    std::exception_ptr failure;
+    try {
+        const QCoro::Task<> pause = session->pause();
+        co_await pause;
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (self && m_state == State::pausing)
+        setState(failure ? State::running : State::paused);
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+QCoro::Task<> VZVirtualMachine::performResume()
+{
+    requireState({State::paused}, u"resumed"_s);
+    const QPointer<VZVirtualMachine> self(this);
+    const auto session = m_session;
+    setState(State::resuming);
+    std::exception_ptr failure;
+    try {
+        const QCoro::Task<> resume = session->resume();
+        co_await resume;
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (self && m_state == State::resuming)
+        setState(failure ? State::paused : State::running);
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+void VZVirtualMachine::requireState(std::initializer_list<State> allowed, const QString &action) const
+{
+    if (std::ranges::find(allowed, m_state) == allowed.end()) {
+        throw VZError(VZError::Case::invalidVirtualMachineState,
+                      u"The virtual machine cannot be %1 now."_s.arg(action));
+    }
+}
+
+void VZVirtualMachine::setState(State state)
+{
+    if (m_state == state)
+        return;
+    m_state = state;
+    Q_EMIT stateChanged();
+}
+
+void VZVirtualMachine::handleEnd()
+{
+    if (m_state == State::starting || m_state == State::stopping || !m_session)
+        return; // the operation that is under way ends with it
+    const std::shared_ptr<EmulatorSession> session = std::exchange(m_session, nullptr);
+    // It is what calls us.
+    QMetaObject::invokeMethod(
+        qApp, [session] {}, Qt::QueuedConnection);
+    const QPointer<VZVirtualMachine> self(this);
+    setState(session->guestShutDown() ? State::stopped : State::error);
+    if (!self || !m_delegate)
+        return;
+    if (session->guestShutDown())
+        m_delegate->guestDidStop(*this);
+    else
+        m_delegate->virtualMachineDidStopWithError(
+            *this, VZError(VZError::Case::internalError, session->endDescription()));
 }

@@ -1,23 +1,101 @@
 #pragma once
 
-#include <QtGlobal>
+#include "Platform/Hypervisor/VZVirtualMachineConfiguration.h"
+#include "Platform/UniqueDescriptor.h"
 
-/// A guest on the host hypervisor layer.
-class VZVirtualMachine
+#include <QCoroTask>
+#include <QObject>
+
+#include <exception>
+#include <functional>
+#include <memory>
+
+class EmulatorSession;
+class VZError;
+class VZVirtualMachine;
+
+/// Nothing can be chosen yet.
+struct VZVirtualMachineStartOptions
+{};
+
+/// Learns of ends that nobody asked for. Called on the main thread, from the event loop.
+class VZVirtualMachineDelegate
 {
 public:
-    /// Whether this host can run guests on the layer. It has no emulation of its own yet, so it cannot.
-    [[nodiscard]] static bool isSupported();
+    virtual ~VZVirtualMachineDelegate() = default;
+
+    /// The guest shut itself down.
+    virtual void guestDidStop(VZVirtualMachine &machine) = 0;
+    virtual void virtualMachineDidStopWithError(VZVirtualMachine &machine, const VZError &error) = 0;
 };
 
-/// What a guest on the host hypervisor layer is made of, and within which limits.
-class VZVirtualMachineConfiguration
+/// A guest on the host hypervisor layer: one private emulator process for each run, which nobody else can
+/// reach. Destroying the object leaves a running guest alone; one that is just being started is ended. Main
+/// thread only.
+class VZVirtualMachine : public QObject
 {
+    Q_OBJECT
+    Q_PROPERTY(State state READ state NOTIFY stateChanged)
+
 public:
-    [[nodiscard]] static qint64 minimumAllowedCPUCount();
-    /// The host's processors that are online.
-    [[nodiscard]] static qint64 maximumAllowedCPUCount();
-    [[nodiscard]] static quint64 minimumAllowedMemorySize();
-    /// Physical memory less 1 GiB for the host, in whole MiB, and never below the minimum.
-    [[nodiscard]] static quint64 maximumAllowedMemorySize();
+    enum class State
+    {
+        stopped,
+        running,
+        paused,
+        error, ///< ended by an error
+        starting,
+        pausing,
+        resuming,
+        stopping
+    };
+    Q_ENUM(State)
+
+    /// Called once, from the event loop; without an error after success.
+    using CompletionHandler = std::function<void(const std::exception_ptr &error)>;
+
+    /// Whether this host can run guests on the layer. No backend uses it yet, so that none can.
+    [[nodiscard]] static bool isSupported();
+
+    explicit VZVirtualMachine(const VZVirtualMachineConfiguration &configuration, QObject *parent = nullptr);
+    ~VZVirtualMachine() override;
+
+    [[nodiscard]] const VZVirtualMachineConfiguration &configuration() const { return m_configuration; }
+    [[nodiscard]] State state() const { return m_state; }
+    /// Must outlive the machine or be replaced by null.
+    void setDelegate(VZVirtualMachineDelegate *delegate) { m_delegate = delegate; }
+
+    // Errors of the four operations: VZError or PlatformError.
+
+    /// Completes when the guest runs. A configuration that the emulator refuses fails with its last line of
+    /// standard error.
+    virtual void start(const VZVirtualMachineStartOptions &options, const CompletionHandler &handler);
+    /// Ends the guest at once, like pulling the plug.
+    virtual void stop(const CompletionHandler &handler);
+    virtual void pause(const CompletionHandler &handler);
+    virtual void resume(const CompletionHandler &handler);
+
+    /// A new connection to the screen, keyboard and pointer of a guest that runs or is paused: a stream
+    /// socket on which the emulator speaks RFB (RFC 6143) without authentication. The peer closes it when it
+    /// refuses or ends. Throws VZError, PlatformError.
+    [[nodiscard]] UniqueDescriptor openDisplay();
+
+Q_SIGNALS:
+    void stateChanged();
+    /// A line of the emulator's standard error.
+    void emulatorMessage(const QString &line);
+
+private:
+    [[nodiscard]] QCoro::Task<> performStart();
+    [[nodiscard]] QCoro::Task<> performStop();
+    [[nodiscard]] QCoro::Task<> performPause();
+    [[nodiscard]] QCoro::Task<> performResume();
+    void requireState(std::initializer_list<State> allowed, const QString &action) const;
+    void setState(State state);
+    void handleEnd();
+
+    VZVirtualMachineConfiguration m_configuration;
+    State m_state = State::stopped;
+    VZVirtualMachineDelegate *m_delegate = nullptr;
+    std::shared_ptr<EmulatorSession> m_session;
 };

@@ -2,17 +2,11 @@
 
 #include "Virtualization/Backend/KelvoError.h"
 
-#include <QJsonDocument>
 #include <QJsonObject>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QByteArray message(const QString &command)
-{
-    return "{\"execute\":\"" + command.toUtf8() + "\"}\n";
-}
 
 KelvoError readFailure()
 {
@@ -22,7 +16,7 @@ KelvoError readFailure()
 } // namespace
 
 QMPExchange::QMPExchange(const QString &command)
-    : m_command(message(command))
+    : m_command(QMPMessages::command(command))
 {}
 
 QByteArray QMPExchange::beginWithoutGreeting()
@@ -33,41 +27,39 @@ QByteArray QMPExchange::beginWithoutGreeting()
 
 QByteArray QMPExchange::receive(QByteArrayView bytes)
 {
-    QByteArray reply;
-    m_buffer.append(bytes);
-    qsizetype end = m_buffer.indexOf('\n');
-    while (end >= 0 && !isFinished()) {
-        const QByteArray line = m_buffer.first(end);
-        m_buffer.remove(0, end + 1);
-        reply += handleLine(line);
-        end = m_buffer.indexOf('\n');
-    }
-    if (m_buffer.size() > maximumLineBytes)
-        throw readFailure();
-    return reply;
+    m_reader.append(bytes);
+    return handleMessages();
 }
 
 void QMPExchange::endOfStream()
 {
-    if (!isFinished() && !m_buffer.isEmpty())
-        (void)handleLine(m_buffer);
+    m_reader.appendEnd();
+    (void)handleMessages();
     if (!isFinished() && m_isGreeted)
         throw readFailure();
     m_phase = Phase::finished;
 }
 
-QByteArray QMPExchange::handleLine(QByteArrayView line)
+QByteArray QMPExchange::handleMessages()
 {
-    if (line.trimmed().isEmpty())
-        return {};
-    const QJsonDocument document = QJsonDocument::fromJson(line.toByteArray());
-    if (!document.isObject())
-        throw readFailure();
-    const QJsonObject object = document.object();
-    if (object.contains("QMP"_L1))
+    QByteArray reply;
+    while (!isFinished()) {
+        const std::optional<QJsonObject> message = m_reader.next();
+        if (m_reader.isMalformed())
+            throw readFailure();
+        if (!message)
+            break;
+        reply += handle(*message);
+    }
+    return reply;
+}
+
+QByteArray QMPExchange::handle(const QJsonObject &message)
+{
+    if (message.contains("QMP"_L1))
         return handleGreeting();
-    if (object.contains("return"_L1) || object.contains("error"_L1))
-        return handleAnswer(object);
+    if (message.contains("return"_L1) || message.contains("error"_L1))
+        return handleAnswer(message);
     return {}; // an event
 }
 
@@ -81,7 +73,7 @@ QByteArray QMPExchange::handleGreeting()
         m_answersToSkip = 1;
     m_isGreeted = true;
     m_phase = Phase::negotiating;
-    return message(u"qmp_capabilities"_s);
+    return QMPMessages::command(u"qmp_capabilities"_s);
 }
 
 QByteArray QMPExchange::handleAnswer(const QJsonObject &answer)

@@ -1,17 +1,15 @@
 #pragma once
 
+#include "Platform/QMPMessages.h"
+
 #include <QByteArray>
 #include <QString>
-
-class QJsonObject;
 
 /// One command's conversation in the QEMU Machine Protocol (QEMU's qmp-spec.txt), without the socket: bytes
 /// of the peer go in, bytes for the peer come out. Messages are JSON objects, one a line. Any one thread.
 class QMPExchange
 {
 public:
-    static constexpr qsizetype maximumLineBytes = 1 << 20;
-
     /// `command` is put into the message as it is.
     explicit QMPExchange(const QString &command);
 
@@ -35,12 +33,13 @@ private:
         finished
     };
 
-    [[nodiscard]] QByteArray handleLine(QByteArrayView line);
+    [[nodiscard]] QByteArray handleMessages();
+    [[nodiscard]] QByteArray handle(const QJsonObject &message);
     [[nodiscard]] QByteArray handleGreeting();
     [[nodiscard]] QByteArray handleAnswer(const QJsonObject &answer);
 
     QByteArray m_command;
-    QByteArray m_buffer;
+    QMPMessages::Reader m_reader;
     Phase m_phase = Phase::awaitingGreeting;
     bool m_isGreeted = false;
     int m_answersToSkip = 0;

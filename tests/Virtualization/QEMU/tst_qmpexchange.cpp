@@ -119,12 +119,12 @@ void TestQMPExchange::refusesAnEndlessLine()
     const QByteArray block(65536, 'x');
     qsizetype taken = 0;
     try {
-        for (; taken <= 2 * QMPExchange::maximumLineBytes; taken += block.size())
+        for (; taken <= 2 * QMPMessages::Reader::maximumLineBytes; taken += block.size())
             QVERIFY(exchange.receive(block).isEmpty());
     } catch (const KelvoError &error) {
         QCOMPARE(error.localizedDescription(), u"Failed to read from QMP socket."_s);
     }
-    QVERIFY(taken <= QMPExchange::maximumLineBytes + block.size());
+    QVERIFY(taken <= QMPMessages::Reader::maximumLineBytes + block.size());
 }
 
 KELVO_TEST_MAIN(TestQMPExchange)

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "Platform/Hypervisor/EmulatorInstallation.h"
+#include "Platform/Hypervisor/VZVirtualMachineConfiguration.h"
+
+#include <QStringList>
+
+namespace EmulatorCommandLine {
+
+/// The emulator's arguments for a machine that stands still at first and is controlled over the stream socket
+/// `controlDescriptor` (qemu-system-aarch64(1)). `configuration` is valid.
+[[nodiscard]] QStringList arguments(const VZVirtualMachineConfiguration &configuration,
+                                    const EmulatorInstallation &installation,
+                                    EmulatorInstallation::Accelerator accelerator, int controlDescriptor);
+
+} // namespace EmulatorCommandLine

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Platform/Hypervisor/VZDevices.h"
+#include "Platform/Hypervisor/VZStorageDevices.h"
+
+/// What a guest on the host hypervisor layer is made of, and within which limits. A value; any thread.
+struct VZVirtualMachineConfiguration
+{
+    qint64 cpuCount = 0;
+    quint64 memorySize = 0; ///< bytes
+    std::optional<VZGenericPlatformConfiguration> platform;
+    std::optional<VZEFIBootLoader> bootLoader;
+    QList<VZStorageDeviceConfiguration> storageDevices; ///< in the order in which the firmware tries them
+    QList<VZVirtioNetworkDeviceConfiguration> networkDevices;
+    QList<VZVirtioGraphicsDeviceConfiguration> graphicsDevices;
+    QList<VZUSBScreenCoordinatePointingDeviceConfiguration> pointingDevices;
+    QList<VZUSBKeyboardConfiguration> keyboards;
+
+    bool operator==(const VZVirtualMachineConfiguration &) const = default;
+
+    [[nodiscard]] static qint64 minimumAllowedCPUCount();
+    /// The host's processors that are online.
+    [[nodiscard]] static qint64 maximumAllowedCPUCount();
+    [[nodiscard]] static quint64 minimumAllowedMemorySize();
+    /// Physical memory less 1 GiB for the host, in whole MiB, and never below the minimum.
+    [[nodiscard]] static quint64 maximumAllowedMemorySize();
+
+    static constexpr VZVirtioGraphicsScanoutConfiguration minimumScanout{640, 480};
+    /// What the emulator's display server shows of a screen; of a larger one it would show a part.
+    static constexpr VZVirtioGraphicsScanoutConfiguration maximumScanout{2560, 2048};
+
+    /// Refuses what the layer cannot run or would run wrongly, with a reason that people can read: VZError
+    /// (invalidVirtualMachineConfiguration, invalidDiskImage). Looks at the files, starts nothing.
+    void validate() const;
+};
