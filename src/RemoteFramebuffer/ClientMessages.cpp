@@ -13,7 +13,8 @@ namespace {
 enum class ClientMessage : std::uint8_t
 {
     SetEncodings = 2,
-    FramebufferUpdateRequest = 3
+    FramebufferUpdateRequest = 3,
+    ClientCutText = 6
 };
 
 } // namespace
@@ -60,6 +61,11 @@ std::array<std::byte, 10> framebufferUpdateRequest(UpdateKind kind, const Rectan
     writeUint16(bytes.subspan<6, 2>(), area.width);
     writeUint16(bytes.subspan<8, 2>(), area.height);
     return message;
+}
+
+std::array<std::byte, 8> emptyCutText()
+{
+    return {static_cast<std::byte>(ClientMessage::ClientCutText)};
 }
 
 } // namespace rfb

@@ -19,7 +19,16 @@ enum class Encoding : std::int32_t
 {
     Raw = 0,
     /// No pixels: the rectangle's size is the framebuffer's new one (section 7.8.2).
-    DesktopSize = -223
+    DesktopSize = -223,
+    /// The pointer's picture, the rectangle's corner is its hot spot (section 7.8.1).
+    Cursor = -239,
+    /// The rectangle's x says whether the server takes positions (1) or movements (0) of the pointer. This
+    /// and the next are registered to QEMU (section 8.4.2).
+    PointerType = -257,
+    /// The server takes keys by their scan codes.
+    ExtendedKey = -258,
+    /// Like Cursor, with alpha in place of a mask.
+    AlphaCursor = -314
 };
 /// Whether the server may leave out what did not change since its last update.
 enum class UpdateKind : std::uint8_t
@@ -44,5 +53,7 @@ enum class DesktopSharing : std::uint8_t
 [[nodiscard]] std::vector<std::byte> setEncodings(std::span<const Encoding> encodings);
 /// Section 7.5.3.
 [[nodiscard]] std::array<std::byte, 10> framebufferUpdateRequest(UpdateKind kind, const Rectangle &area);
+/// ClientCutText without text (section 7.5.6).
+[[nodiscard]] std::array<std::byte, 8> emptyCutText();
 
 } // namespace rfb
