@@ -1,5 +1,7 @@
 #include "Emulator.h"
 
+#include "Platform/Hypervisor/KVMProbe.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -7,11 +9,6 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#ifdef __aarch64__
-#include <linux/kvm.h>
-#include <sys/ioctl.h>
-#endif
 
 #include <array>
 #include <cerrno>
@@ -50,27 +47,6 @@ std::string readUntilEnd(int descriptor)
         result.append(buffer.data(), static_cast<std::size_t>(count));
     }
     return result;
-}
-
-bool isKvmUsable()
-{
-#ifdef __aarch64__
-    const int kvm = ::open("/dev/kvm", O_RDWR | O_CLOEXEC);
-    if (kvm < 0)
-        return false;
-    bool isUsable = false;
-    if (::ioctl(kvm, KVM_GET_API_VERSION, 0) == KVM_API_VERSION) {
-        const int machine = ::ioctl(kvm, KVM_CREATE_VM, 0);
-        isUsable = machine >= 0;
-        if (isUsable)
-            ::close(machine);
-    }
-    ::close(kvm);
-    return isUsable;
-#else
-    // The device may well exist here, but it runs guests of the host's own kind only.
-    return false;
-#endif
 }
 
 } // namespace
@@ -139,7 +115,7 @@ std::string Emulator::answerTo(std::vector<std::string> arguments) const
 
 bool Emulator::hasHardwareAcceleration() const
 {
-    return isKvmUsable() && answerTo({"-accel", "help"}).find("\nkvm\n") != std::string::npos;
+    return isKVMUsable() && answerTo({"-accel", "help"}).find("\nkvm\n") != std::string::npos;
 }
 
 bool Emulator::hasTpmCrbDevice() const

@@ -2,13 +2,31 @@
 
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
+#include "Platform/Hypervisor/VZError.h"
 #include "Platform/PlatformError.h"
 #include "Services/DiagnosticLogger.h"
+#include "Virtualization/Backend/KelvoError.h"
 #include "Virtualization/DiskManagerError.h"
 
 #include <cerrno>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 maximumIdentifierBytes = 4096;
+
+std::optional<VZGenericMachineIdentifier> readMachineIdentifier(const FileManager &files, const QString &path)
+{
+    try {
+        return VZGenericMachineIdentifier::fromDataRepresentation(
+            files.readFile(path, maximumIdentifierBytes));
+    } catch (const PlatformError &) {
+        return std::nullopt; // missing or unreadable: the guest gets a new identity
+    }
+}
+
+} // namespace
 
 DiskManager::DiskManager(const FileService &fileService)
     : m_fileService(fileService)
@@ -43,5 +61,44 @@ DiskInfo DiskManager::diskInfo(const QUrl &url, quint64 maximumSizeBytes) const
         if (error.code() == ENOENT)
             throw DiskManagerError(DiskManagerError::Case::diskNotFound);
         throw;
+    }
+}
+
+VZEFIVariableStore DiskManager::loadOrCreateEFIVariableStore(const QUrl &url) const
+{
+    FileManager &files = m_fileService.fileManager();
+    m_fileService.ensureDirectory(FileUrl::deletingLastComponent(url));
+    if (files.fileExists(FileUrl::path(url)))
+        return VZEFIVariableStore(url);
+    try {
+        return VZEFIVariableStore::creatingVariableStore(url, VZEFIVariableStore::InitializationOption::none,
+                                                         files);
+    } catch (const PlatformError &error) {
+        DiagnosticLogger::shared().log(
+            u"Failed to create EFI variable store: "_s + error.localizedDescription(), LogLevel::error);
+        throw KelvoError::configurationInvalid(u"EFI variable store could not be created."_s);
+    }
+}
+
+VZGenericMachineIdentifier DiskManager::loadOrCreateMachineIdentifier(const QUrl &url) const
+{
+    FileManager &files = m_fileService.fileManager();
+    m_fileService.ensureDirectory(FileUrl::deletingLastComponent(url));
+    const QString path = FileUrl::path(url);
+    if (const auto identifier = readMachineIdentifier(files, path))
+        return *identifier;
+    const VZGenericMachineIdentifier identifier;
+    files.writeAtomically(path, identifier.dataRepresentation());
+    return identifier;
+}
+
+VZDiskImageStorageDeviceAttachment DiskManager::makeAttachment(const QUrl &url, bool readOnly) const
+{
+    try {
+        return {url, readOnly};
+    } catch (const VZError &error) {
+        DiagnosticLogger::shared().log(u"Failed to attach disk: "_s + error.localizedDescription(),
+                                       LogLevel::error);
+        throw DiskManagerError(DiskManagerError::Case::attachmentFailed);
     }
 }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "Platform/Hypervisor/VZEFIVariableStore.h"
+#include "Platform/Hypervisor/VZGenericMachineIdentifier.h"
+#include "Platform/Hypervisor/VZStorageDevices.h"
 #include "Services/FileService.h"
 
 #include <QUrl>
@@ -11,7 +14,7 @@ struct DiskInfo
     quint64 actualUsageBytes = 0; ///< what the image occupies on the host
 };
 
-/// Makes and measures raw disk images. A value without state; any thread.
+/// Makes, measures and attaches the files that machines boot from. A value without state; any thread.
 class DiskManager
 {
 public:
@@ -22,6 +25,16 @@ public:
     void createDisk(const QUrl &url, quint64 sizeBytes) const;
     /// Throws DiskManagerError (diskNotFound) or PlatformError.
     [[nodiscard]] DiskInfo diskInfo(const QUrl &url, quint64 maximumSizeBytes) const;
+
+    /// An existing store is not looked at. Throws PlatformError for the folder and KelvoError
+    /// (configurationInvalid) when a new store cannot be made.
+    [[nodiscard]] VZEFIVariableStore loadOrCreateEFIVariableStore(const QUrl &url) const;
+    /// A file that cannot be read or holds no identifier is replaced by a new one. Throws PlatformError.
+    [[nodiscard]] VZGenericMachineIdentifier loadOrCreateMachineIdentifier(const QUrl &url) const;
+    /// Throws DiskManagerError (attachmentFailed); the reason is in the diagnostic log.
+    [[nodiscard]] VZDiskImageStorageDeviceAttachment makeAttachment(const QUrl &url, bool readOnly) const;
+
+    [[nodiscard]] const FileService &fileService() const { return m_fileService; }
 
 private:
     FileService m_fileService;

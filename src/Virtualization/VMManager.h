@@ -89,6 +89,8 @@ private:
 
     [[nodiscard]] QCoro::Task<> performOnController(VirtualMachine *vm, ControllerOperation operation);
 
+    [[nodiscard]] QCoro::Task<> bootInstaller(VMConfiguration configuration, QUrl image,
+                                              VMBackendController &backend);
     void updateMetadata(const VirtualMachine &vm, const std::function<void(VMPersistedMetadata &)> &change);
     void setActive(VMBackendController *controller, const std::optional<QUuid> &id);
     void avoidKnownVNCPorts(VMConfiguration &configuration) const;

@@ -140,9 +140,8 @@ QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUr
     vm->setLastError(std::nullopt);
     vm->setInstallationState(VMInstallationState::inProgress);
     try {
-        backend.configure(vm->configuration(), VMBuildMode::installation, image);
-        const QCoro::Task<> start = backend.start();
-        co_await start;
+        const QCoro::Task<> installation = bootInstaller(vm->configuration(), image, backend);
+        co_await installation;
         if (!self || !machine)
             co_return;
         machine->setState(backend.state());
@@ -158,6 +157,19 @@ QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUr
         throw;
     }
     DiagnosticLogger::shared().log(u"Started installation for "_s + machine->name(), LogLevel::info);
+}
+
+QCoro::Task<> VMManager::bootInstaller(VMConfiguration configuration, QUrl image,
+                                       VMBackendController &backend)
+{
+    if (backend.backendType() == VMBackendType::appleVirtualization) {
+        const QCoro::Task<> installation = m_installer.beginInstallation(configuration, image, backend);
+        co_await installation;
+    } else {
+        backend.configure(configuration, VMBuildMode::installation, image);
+        const QCoro::Task<> start = backend.start();
+        co_await start;
+    }
 }
 
 void VMManager::completeInstallation(VirtualMachine &vm)

@@ -57,7 +57,7 @@ private Q_SLOTS:
     void bundleIsOneVisibleFolder();
     void validatorNamesTheFirstFault_data();
     void validatorNamesTheFirstFault();
-    void hypervisorGuestsAreRefusedWithoutTheLayer();
+    void hypervisorGuestsAreBoundByTheHost();
     void displayNumberNeverIsNegative();
 };
 
@@ -242,12 +242,19 @@ void VMConfigurationTest::validatorNamesTheFirstFault()
     QCOMPARE(errorTextOf([&] { VMConfigurationValidator::validate(configuration); }), text);
 }
 
-void VMConfigurationTest::hypervisorGuestsAreRefusedWithoutTheLayer()
+void VMConfigurationTest::hypervisorGuestsAreBoundByTheHost()
 {
     VMConfiguration configuration = sample();
     configuration.backend = VMBackendType::appleVirtualization;
-    QCOMPARE(errorTextOf([&] { VMConfigurationValidator::validate(configuration); }),
-             u"Virtualization is unavailable on this Mac."_s);
+    configuration.cpuCount = VMConfigurationValidator::allowedCPUCountRange().maximum;
+    configuration.memorySizeBytes = VMConfigurationValidator::allowedMemoryRange().minimum;
+    QCOMPARE(errorTextOf([&] { VMConfigurationValidator::validate(configuration); }), QString());
+    ++configuration.cpuCount;
+    QVERIFY(
+        errorTextOf([&] { VMConfigurationValidator::validate(configuration); }).startsWith("CPU count "_L1));
+    --configuration.cpuCount;
+    --configuration.memorySizeBytes;
+    QVERIFY(errorTextOf([&] { VMConfigurationValidator::validate(configuration); }).startsWith("Memory "_L1));
 }
 
 void VMConfigurationTest::displayNumberNeverIsNegative()

@@ -153,8 +153,6 @@ void VMManagerTest::refusedCreationWritesNothing_data()
         << u"QEMU dependencies are missing: qemu-system-aarch64, swtpm, UEFI firmware "
            "(edk2-aarch64-code.fd), UEFI variables template (edk2-aarch64-vars.fd). Install "
            "them with Homebrew: brew install qemu swtpm"_s;
-    QTest::newRow("no hypervisor layer") << true << u"a"_s << GuestOperatingSystem::linuxARM64
-                                         << u"Virtualization is unavailable on this Mac."_s;
 }
 
 void VMManagerTest::refusedCreationWritesNothing()

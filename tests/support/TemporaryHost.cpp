@@ -65,7 +65,7 @@ VMManager::Collaborators TemporaryHost::collaborators(const VMManager::Controlle
     return {
         .storage = VMStorage(root(), m_fileManager),
         .diskManager = DiskManager(files),
-        .installer = VMInstaller(files),
+        .installer = VMInstaller(DiskManager(files)),
         .systemInfoService = SystemInfoService(files, HostFacts::current()),
         .qemuDependencyService = dependencyService(),
         .makeController = makeController,

@@ -40,7 +40,7 @@ void run(QCoro::Task<> operation, const VZVirtualMachine::CompletionHandler &han
 
 bool VZVirtualMachine::isSupported()
 {
-    return false; // until a backend uses the layer
+    return EmulatorInstallation::find().has_value();
 }
 
 VZVirtualMachine::VZVirtualMachine(const VZVirtualMachineConfiguration &configuration, QObject *parent)

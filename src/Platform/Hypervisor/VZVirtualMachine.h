@@ -54,7 +54,7 @@ public:
     /// Called once, from the event loop; without an error after success.
     using CompletionHandler = std::function<void(const std::exception_ptr &error)>;
 
-    /// Whether this host can run guests on the layer. No backend uses it yet, so that none can.
+    /// Whether this host can run guests on the layer: an emulator and firmware for it are installed.
     [[nodiscard]] static bool isSupported();
 
     explicit VZVirtualMachine(const VZVirtualMachineConfiguration &configuration, QObject *parent = nullptr);

@@ -1,35 +1,222 @@
 #include "Virtualization/Backend/AppleVirtualizationController.h"
 
+#include "Platform/Hypervisor/VZError.h"
+#include "Services/DiagnosticLogger.h"
 #include "Virtualization/Backend/KelvoError.h"
+
+#include <QCoroFuture>
+#include <QPointer>
+#include <QPromise>
 
 using namespace Qt::StringLiterals;
 
-void AppleVirtualizationController::configure(const VMConfiguration &, VMBuildMode,
-                                              const std::optional<QUrl> &)
+namespace {
+
+void log(const QString &message, LogLevel level = LogLevel::info)
 {
-    throw KelvoError::virtualizationUnavailable();
+    DiagnosticLogger::shared().log(message, level);
+}
+
+std::unique_ptr<VZVirtualMachine> makeVirtualMachine(const VZVirtualMachineConfiguration &configuration)
+{
+    return std::make_unique<VZVirtualMachine>(configuration);
+}
+
+} // namespace
+
+/// The busy flag, for its own lifetime.
+class AppleVirtualizationController::BusyMark
+{
+public:
+    explicit BusyMark(AppleVirtualizationController *controller)
+        : m_controller(controller)
+    {
+        m_controller->m_operationInProgress = true;
+    }
+    BusyMark(const BusyMark &) = delete;
+    BusyMark &operator=(const BusyMark &) = delete;
+    ~BusyMark()
+    {
+        if (m_controller)
+            m_controller->m_operationInProgress = false;
+    }
+
+private:
+    QPointer<AppleVirtualizationController> m_controller;
+};
+
+AppleVirtualizationController::AppleVirtualizationController()
+    : AppleVirtualizationController(VMConfigurationBuilder(), &makeVirtualMachine)
+{}
+
+AppleVirtualizationController::AppleVirtualizationController(
+    const VMConfigurationBuilder &configurationBuilder, const MachineFactory &makeMachine)
+    : m_makeMachine(makeMachine)
+    , m_configurationBuilder(configurationBuilder)
+{}
+
+void AppleVirtualizationController::configure(const VMConfiguration &configuration, VMBuildMode mode,
+                                              const std::optional<QUrl> &attachISO)
+{
+    configure(m_configurationBuilder.build(configuration, mode, attachISO));
+}
+
+void AppleVirtualizationController::configure(const VZVirtualMachineConfiguration &configuration)
+{
+    m_virtualMachine = m_makeMachine(configuration);
+    m_virtualMachine->setDelegate(this);
+    connect(m_virtualMachine.get(), &VZVirtualMachine::emulatorMessage, this,
+            [](const QString &line) { log(line, LogLevel::warning); });
 }
 
 QCoro::Task<> AppleVirtualizationController::start()
 {
-    throw KelvoError::configurationInvalid(u"Virtual machine is not configured."_s);
-    co_return;
+    return start(VZVirtualMachineStartOptions());
+}
+
+QCoro::Task<> AppleVirtualizationController::start(VZVirtualMachineStartOptions options)
+{
+    m_startOptions = options;
+    return performLifecycleOperation(VMState::running, &AppleVirtualizationController::boot);
 }
 
 QCoro::Task<> AppleVirtualizationController::stop()
 {
-    throw VMStateTransitionError::invalidTransition(state(), u"stop"_s);
-    co_return;
+    return performLifecycleOperation(VMState::poweredOff, &AppleVirtualizationController::shutDown);
+}
+
+QCoro::Task<> AppleVirtualizationController::performLifecycleOperation(
+    VMState targetState, QCoro::Task<> (AppleVirtualizationController::*operation)())
+{
+    requireIdle();
+    const bool isStop = targetState == VMState::poweredOff;
+    if (!(isStop ? canStop(state()) : canStart(state())))
+        throw VMStateTransitionError::invalidTransition(state(), isStop ? u"stop"_s : u"start"_s);
+    m_stateMachine.transition(isStop ? VMState::stopping : VMState::starting);
+
+    const QPointer<AppleVirtualizationController> self(this);
+    const BusyMark busy(this);
+    std::exception_ptr failure;
+    try {
+        const QCoro::Task<> body = (this->*operation)();
+        co_await body;
+        if (self)
+            m_stateMachine.transition(targetState);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (!failure)
+        co_return;
+    if (self)
+        fail(failure);
+    std::rethrow_exception(failure);
+}
+
+void AppleVirtualizationController::fail(const std::exception_ptr &failure)
+{
+    try {
+        m_stateMachine.transition(VMState::error);
+    } catch (const VMStateTransitionError &) {
+        // The guest has come to its own end meanwhile, and that state stays.
+    }
+    try {
+        std::rethrow_exception(failure);
+    } catch (...) {
+        log(u"VM lifecycle error: "_s + currentExceptionDescription(), LogLevel::error);
+    }
+}
+
+QCoro::Task<> AppleVirtualizationController::boot()
+{
+    if (!m_virtualMachine)
+        throw KelvoError::configurationInvalid(u"Virtual machine is not configured."_s);
+    log(u"Starting VM (Apple Virtualization)"_s);
+    const MachineCall start = [options = m_startOptions](VZVirtualMachine &machine,
+                                                         const CompletionHandler &handler) {
+        machine.start(options, handler);
+    };
+    const QCoro::Task<> started = call(start);
+    co_await started;
+    log(u"VM running"_s);
+}
+
+QCoro::Task<> AppleVirtualizationController::shutDown()
+{
+    if (!m_virtualMachine)
+        co_return;
+    log(u"Stopping VM (Apple Virtualization)"_s);
+    const MachineCall stop = &VZVirtualMachine::stop;
+    const QCoro::Task<> stopped = call(stop);
+    co_await stopped;
+    log(u"VM stopped"_s);
 }
 
 QCoro::Task<> AppleVirtualizationController::pause()
 {
-    throw VMStateTransitionError::invalidTransition(state(), u"pause"_s);
-    co_return;
+    if (!canPause(state()))
+        throw VMStateTransitionError::invalidTransition(state(), u"pause"_s);
+    requireIdle();
+    if (!m_virtualMachine)
+        co_return;
+    const BusyMark busy(this);
+    m_stateMachine.transition(VMState::paused);
+    const MachineCall pause = &VZVirtualMachine::pause;
+    const QCoro::Task<> paused = call(pause);
+    co_await paused;
+    log(u"VM paused"_s);
 }
 
 QCoro::Task<> AppleVirtualizationController::resume()
 {
-    throw VMStateTransitionError::invalidTransition(state(), u"resume"_s);
-    co_return;
+    if (!canResume(state()))
+        throw VMStateTransitionError::invalidTransition(state(), u"resume"_s);
+    requireIdle();
+    if (!m_virtualMachine)
+        co_return;
+    const QPointer<AppleVirtualizationController> self(this);
+    const BusyMark busy(this);
+    const MachineCall resume = &VZVirtualMachine::resume;
+    const QCoro::Task<> resumed = call(resume);
+    co_await resumed;
+    if (!self)
+        co_return;
+    m_stateMachine.transition(VMState::running);
+    log(u"VM resumed"_s);
+}
+
+QCoro::Task<> AppleVirtualizationController::call(MachineCall operation)
+{
+    const auto promise = std::make_shared<QPromise<void>>();
+    promise->start();
+    const QFuture<void> completion = promise->future();
+    operation(*m_virtualMachine, [promise](const std::exception_ptr &error) {
+        if (error)
+            promise->setException(error);
+        promise->finish();
+    });
+    co_await completion;
+}
+
+void AppleVirtualizationController::requireIdle() const
+{
+    if (m_operationInProgress)
+        throw KelvoError::operationInProgress();
+}
+
+void AppleVirtualizationController::guestDidStop(VZVirtualMachine &)
+{
+    const auto note = [this] {
+        m_stateMachine.forceSet(VMState::poweredOff);
+        log(u"Guest stopped"_s);
+    };
+    QMetaObject::invokeMethod(this, note, Qt::QueuedConnection);
+}
+
+void AppleVirtualizationController::virtualMachineDidStopWithError(VZVirtualMachine &, const VZError &error)
+{
+    const auto note = [this, description = error.localizedDescription()] {
+        m_stateMachine.forceSet(VMState::error);
+        log(u"VM stopped with error: "_s + description, LogLevel::error);
+    };
+    QMetaObject::invokeMethod(this, note, Qt::QueuedConnection);
 }
