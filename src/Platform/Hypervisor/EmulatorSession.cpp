@@ -146,13 +146,19 @@ QCoro::Task<> EmulatorSession::resume()
 {
     const QPointer<EmulatorSession> self(this);
     m_channel.execute(u"cont"_s);
-    const QFuture<QJsonValue> asked = m_channel.execute(u"query-status"_s);
-    const QJsonValue status = co_await asked;
-    if (!status["running"_L1].toBool())
-        throw VZError(VZError::Case::internalError,
-                      u"The guest does not run: %1."_s.arg(status["status"_L1].toString()));
+    const QCoro::Task<QString> asked = status();
+    const QString answer = co_await asked;
+    if (answer != "running"_L1)
+        throw VZError(VZError::Case::internalError, u"The guest does not run (%1)."_s.arg(answer));
     if (self)
         m_isStopExpected = false;
+}
+
+QCoro::Task<QString> EmulatorSession::status()
+{
+    const QFuture<QJsonValue> asked = m_channel.execute(u"query-status"_s);
+    const QJsonValue answer = co_await asked;
+    co_return answer["status"_L1].toString();
 }
 
 QCoro::Task<> EmulatorSession::quit()
@@ -193,17 +199,16 @@ void EmulatorSession::noteEvent(const QString &name, const QJsonObject &data)
 QCoro::Task<> EmulatorSession::failOnGuestError()
 {
     const QPointer<EmulatorSession> self(this);
-    QString status;
+    QString answer;
     try {
-        const QFuture<QJsonValue> asked = m_channel.execute(u"query-status"_s);
-        const QJsonValue answer = co_await asked;
-        status = answer["status"_L1].toString();
+        const QCoro::Task<QString> asked = status();
+        answer = co_await asked;
     } catch (const VZError &) {
         co_return; // its end is reported anyway
     }
-    if (!self || (status != "internal-error"_L1 && status != "io-error"_L1))
+    if (!self || (answer != "internal-error"_L1 && answer != "io-error"_L1))
         co_return;
-    m_guestError = u"The host cannot run the guest any further (%1)."_s.arg(status);
+    m_guestError = u"The host cannot run the guest any further (%1)."_s.arg(answer);
     const QCoro::Task<> end = quit();
     co_await end;
 }

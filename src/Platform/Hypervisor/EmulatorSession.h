@@ -22,6 +22,8 @@ public:
     [[nodiscard]] QCoro::Task<> boot();
     [[nodiscard]] QCoro::Task<> pause();
     [[nodiscard]] QCoro::Task<> resume();
+    /// What the emulator says of the guest: "running", "paused", … (query-status). Throws VZError.
+    [[nodiscard]] QCoro::Task<QString> status();
     /// Ends the process: politely, then by force. Done when it is gone.
     [[nodiscard]] QCoro::Task<> quit();
     /// SIGKILL.

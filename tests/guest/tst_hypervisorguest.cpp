@@ -1,0 +1,278 @@
+#include "Platform/FileManager.h"
+#include "Platform/FileUrl.h"
+#include "Platform/Hypervisor/EmulatorSession.h"
+#include "Platform/Hypervisor/VZError.h"
+#include "Platform/Hypervisor/VZVirtualMachine.h"
+#include "support/EventLoopBeat.h"
+#include "support/Expectations.h"
+#include "support/ProcessCensus.h"
+#include "support/TestMain.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <csignal>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+/// The hypervisor layer with the real emulator and firmware of this host.
+class HypervisorGuestTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void pausesForReal();
+    void stopsAndStartsAgain();
+    void tellsAPowerOffFromAFailure_data();
+    void tellsAPowerOffFromAFailure();
+    void runsOneMachineOnce();
+    void saysWhatTheEmulatorRefuses();
+    void endsAStartThatNobodyWaitsFor();
+};
+
+namespace {
+
+/// A machine in a folder of its own that has nothing to boot but, perhaps, a script for the firmware's shell.
+class Bundle
+{
+public:
+    explicit Bundle(const QString &script = {})
+    {
+        const QString disk = m_folder.filePath(u"disk, no. 1.img"_s);
+        FileManager::defaultManager().createFile(disk);
+        FileManager::defaultManager().truncateFile(disk, quint64(64) << 20);
+        if (!script.isEmpty())
+            addScript(disk, script);
+        const VZEFIVariableStore store =
+            VZEFIVariableStore::creatingVariableStore(FileUrl::file(m_folder.filePath(u"variables"_s)));
+        configuration.cpuCount = 1;
+        configuration.memorySize = quint64(512) << 20;
+        configuration.platform = VZGenericPlatformConfiguration{VZGenericMachineIdentifier()};
+        configuration.bootLoader = VZEFIBootLoader{store};
+        configuration.storageDevices = {
+            VZVirtioBlockDeviceConfiguration{VZDiskImageStorageDeviceAttachment(FileUrl::file(disk), false)}};
+        configuration.networkDevices = {VZVirtioNetworkDeviceConfiguration{VZNATNetworkDeviceAttachment()}};
+        configuration.graphicsDevices = {VZVirtioGraphicsDeviceConfiguration{{{1280, 800}}}};
+        configuration.pointingDevices = {VZUSBScreenCoordinatePointingDeviceConfiguration()};
+        configuration.keyboards = {VZUSBKeyboardConfiguration()};
+    }
+
+    VZVirtualMachineConfiguration configuration;
+
+private:
+    void addScript(const QString &disk, const QString &script) const
+    {
+        const QString file = m_folder.filePath(u"startup.nsh"_s);
+        FileManager::defaultManager().writeAtomically(file, script.toUtf8());
+        QCOMPARE(QProcess::execute(u"mformat"_s, {u"-i"_s, disk, u"-F"_s, u"::"_s}), 0);
+        QCOMPARE(QProcess::execute(u"mcopy"_s, {u"-i"_s, disk, file, u"::/startup.nsh"_s}), 0);
+    }
+
+    QTemporaryDir m_folder;
+};
+
+/// Notes what the machine's owner is told.
+class Owner final : public VZVirtualMachineDelegate
+{
+public:
+    QStringList told;
+
+    void guestDidStop(VZVirtualMachine &) override { told << u"guest did stop"_s; }
+    void virtualMachineDidStopWithError(VZVirtualMachine &, const VZError &error) override
+    {
+        told << error.localizedDescription();
+    }
+};
+
+/// The outcome of one operation: its error text, a null string after success.
+template<typename Operation>
+QString perform(const Operation &operation)
+{
+    std::optional<QString> outcome;
+    operation([&outcome](const std::exception_ptr &error) {
+        outcome = errorTextOf([&] {
+            if (error)
+                std::rethrow_exception(error);
+        });
+    });
+    if (outcome || !QTest::qWaitFor([&] { return outcome.has_value(); }, 60'000))
+        qFatal("the operation completed too early or never");
+    return *outcome;
+}
+
+QString start(VZVirtualMachine &machine)
+{
+    return perform([&](const auto &handler) { machine.start(VZVirtualMachineStartOptions(), handler); });
+}
+
+QString stop(VZVirtualMachine &machine)
+{
+    return perform([&](const auto &handler) { machine.stop(handler); });
+}
+
+/// The process numbers of our children.
+QList<pid_t> emulators()
+{
+    QFile file(u"/proc/self/task/%1/children"_s.arg(::getpid()));
+    QList<pid_t> result;
+    if (file.open(QIODevice::ReadOnly))
+        for (const QByteArray &word : file.readAll().simplified().split(' '))
+            if (!word.isEmpty())
+                result << word.toInt();
+    return result;
+}
+
+/// What the screen's server says first; empty when it closes the connection.
+QByteArray greeting(const UniqueDescriptor &display)
+{
+    pollfd readable = {display.get(), POLLIN, 0};
+    QByteArray bytes(12, '\0');
+    if (::poll(&readable, 1, 10'000) <= 0)
+        return "nothing";
+    bytes.resize(std::max<ssize_t>(0, ::recv(display.get(), bytes.data(), bytes.size(), MSG_WAITALL)));
+    return bytes;
+}
+
+} // namespace
+
+void HypervisorGuestTest::initTestCase()
+{
+    QVERIFY(VZVirtualMachine::isSupported());
+}
+
+void HypervisorGuestTest::pausesForReal()
+{
+    const Bundle bundle;
+    EmulatorSession session(bundle.configuration);
+    finish(session.boot());
+    QCOMPARE(finish(session.status()), u"running"_s);
+    finish(session.pause());
+    QCOMPARE(finish(session.status()), u"paused"_s);
+    finish(session.resume());
+    QCOMPARE(finish(session.status()), u"running"_s);
+    finish(session.quit());
+    QVERIFY(QTest::qWaitFor([&] { return session.hasEnded(); }));
+}
+
+void HypervisorGuestTest::stopsAndStartsAgain()
+{
+    const Bundle bundle;
+    Owner owner;
+    ProcessCensus before;
+    const EventLoopBeat beat;
+    for (int round = 0; round < 3; ++round) {
+        VZVirtualMachine machine(bundle.configuration);
+        machine.setDelegate(&owner);
+        QCOMPARE(errorTextOf([&] { (void)machine.openDisplay(); }),
+                 u"The virtual machine cannot be shown now."_s);
+        QCOMPARE(start(machine), QString());
+        QCOMPARE(machine.state(), VZVirtualMachine::State::running);
+        for (int display = 0; display < 2; ++display)
+            QCOMPARE(greeting(machine.openDisplay()), QByteArray("RFB 003.008\n"));
+        QCOMPARE(perform([&](const auto &handler) { machine.pause(handler); }), QString());
+        QCOMPARE(machine.state(), VZVirtualMachine::State::paused);
+        QCOMPARE(stop(machine), QString());
+        QCOMPARE(machine.state(), VZVirtualMachine::State::stopped);
+        QCOMPARE(stop(machine), u"The virtual machine cannot be stopped now."_s);
+        QVERIFY(emulators().isEmpty());
+        if (round == 0)
+            before = ProcessCensus::take();
+    }
+    QCOMPARE(ProcessCensus::take(), before);
+    QVERIFY(owner.told.isEmpty());
+    QVERIFY2(beat.longestPause() < EventLoopBeat::unnoticedWithLaunch,
+             qPrintable(QString::number(beat.longestPause().count())));
+}
+
+void HypervisorGuestTest::tellsAPowerOffFromAFailure_data()
+{
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<int>("signal");
+    QTest::addColumn<QString>("told");
+    QTest::addColumn<VZVirtualMachine::State>("state");
+    using enum VZVirtualMachine::State;
+    QTest::newRow("power-off") << u"reset -s\r\n"_s << 0 << u"guest did stop"_s << stopped;
+    QTest::newRow("killed") << QString() << SIGKILL << u"The emulator was killed by signal 9."_s << error;
+    // The emulator says who sent it, and ends as if it had been asked to.
+    QTest::newRow("ended from outside")
+        << QString() << SIGTERM << u"The emulator was ended from outside."_s << error;
+}
+
+void HypervisorGuestTest::tellsAPowerOffFromAFailure()
+{
+    QFETCH(const QString, script);
+    QFETCH(const int, signal);
+    QFETCH(const QString, told);
+    QFETCH(const VZVirtualMachine::State, state);
+    const Bundle bundle(script);
+    Owner owner;
+    VZVirtualMachine machine(bundle.configuration);
+    machine.setDelegate(&owner);
+    QCOMPARE(start(machine), QString());
+    if (signal != 0)
+        ::kill(emulators().value(0), signal);
+    QTRY_COMPARE_WITH_TIMEOUT(owner.told, QStringList{told}, 90'000);
+    QCOMPARE(machine.state(), state);
+    QVERIFY(emulators().isEmpty());
+    QCOMPARE(start(machine), QString());
+    QCOMPARE(stop(machine), QString());
+    QCOMPARE(owner.told.size(), 1);
+}
+
+void HypervisorGuestTest::runsOneMachineOnce()
+{
+    const Bundle bundle;
+    auto first = std::make_unique<VZVirtualMachine>(bundle.configuration);
+    VZVirtualMachine second(bundle.configuration);
+    QCOMPARE(start(*first), QString());
+    const QString refusal = u"This virtual machine is already running."_s;
+    QCOMPARE(start(second), refusal);
+    // The guest lives on without its owner, and is still known to run.
+    const QList<pid_t> guest = emulators();
+    first.reset();
+    QCOMPARE(start(second), refusal);
+    QCOMPARE(emulators(), guest);
+    ::kill(guest.value(0), SIGTERM);
+    QTRY_VERIFY(emulators().isEmpty());
+    QCOMPARE(start(second), QString());
+    QCOMPARE(stop(second), QString());
+}
+
+void HypervisorGuestTest::saysWhatTheEmulatorRefuses()
+{
+    const Bundle bundle;
+    Bundle other;
+    other.configuration.storageDevices = bundle.configuration.storageDevices;
+    VZVirtualMachine machine(bundle.configuration);
+    VZVirtualMachine sharer(other.configuration);
+    QCOMPARE(start(machine), QString());
+    const QString error = start(sharer);
+    QVERIFY2(error.contains("lock"_L1) || error.contains("another process"_L1), qUtf8Printable(error));
+    QCOMPARE(sharer.state(), VZVirtualMachine::State::stopped);
+    QCOMPARE(emulators().size(), 1);
+    QCOMPARE(stop(machine), QString());
+    QCOMPARE(start(sharer), QString());
+    QCOMPARE(stop(sharer), QString());
+}
+
+void HypervisorGuestTest::endsAStartThatNobodyWaitsFor()
+{
+    const Bundle bundle;
+    std::optional<bool> failed;
+    {
+        VZVirtualMachine machine(bundle.configuration);
+        machine.start({}, [&failed](const std::exception_ptr &error) { failed = error != nullptr; });
+        QCOMPARE(machine.state(), VZVirtualMachine::State::starting);
+    }
+    QTRY_VERIFY(failed.value_or(false));
+    QTRY_VERIFY(emulators().isEmpty());
+}
+
+KELVO_TEST_MAIN(HypervisorGuestTest)
+#include "tst_hypervisorguest.moc"
