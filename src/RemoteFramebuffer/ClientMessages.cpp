@@ -14,7 +14,9 @@ enum class ClientMessage : std::uint8_t
 {
     SetEncodings = 2,
     FramebufferUpdateRequest = 3,
-    ClientCutText = 6
+    PointerEvent = 5,
+    ClientCutText = 6,
+    QEMU = 255
 };
 
 } // namespace
@@ -63,9 +65,29 @@ std::array<std::byte, 10> framebufferUpdateRequest(UpdateKind kind, const Rectan
     return message;
 }
 
+std::array<std::byte, 6> pointerEvent(std::uint8_t buttons, std::uint16_t x, std::uint16_t y)
+{
+    std::array<std::byte, 6> message{static_cast<std::byte>(ClientMessage::PointerEvent),
+                                     static_cast<std::byte>(buttons)};
+    const std::span<std::byte, 6> bytes(message);
+    writeUint16(bytes.subspan<2, 2>(), x);
+    writeUint16(bytes.subspan<4, 2>(), y);
+    return message;
+}
+
 std::array<std::byte, 8> emptyCutText()
 {
     return {static_cast<std::byte>(ClientMessage::ClientCutText)};
+}
+
+std::array<std::byte, 12> extendedKeyEvent(KeyMove move, std::uint8_t scanCode)
+{
+    // Submessage 0, and 0 for the keysym.
+    std::array<std::byte, 12> message{static_cast<std::byte>(ClientMessage::QEMU)};
+    const std::span<std::byte, 12> bytes(message);
+    writeUint16(bytes.subspan<2, 2>(), static_cast<std::uint16_t>(move));
+    writeUint32(bytes.subspan<8, 4>(), scanCode);
+    return message;
 }
 
 } // namespace rfb

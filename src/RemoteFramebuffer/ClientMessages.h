@@ -43,6 +43,12 @@ enum class DesktopSharing : std::uint8_t
     Shared = 1
 };
 
+enum class KeyMove : std::uint16_t
+{
+    Release = 0,
+    Press = 1
+};
+
 /// "RFB 003.008\n" (section 7.1.1).
 [[nodiscard]] std::array<std::byte, 12> protocolVersion();
 /// Section 7.1.2.
@@ -53,7 +59,13 @@ enum class DesktopSharing : std::uint8_t
 [[nodiscard]] std::vector<std::byte> setEncodings(std::span<const Encoding> encodings);
 /// Section 7.5.3.
 [[nodiscard]] std::array<std::byte, 10> framebufferUpdateRequest(UpdateKind kind, const Rectangle &area);
+/// The lowest bit is the left button; a turn of the wheel is a press and release of bit 3 (up) or 4 (down)
+/// (section 7.5.5).
+[[nodiscard]] std::array<std::byte, 6> pointerEvent(std::uint8_t buttons, std::uint16_t x, std::uint16_t y);
 /// ClientCutText without text (section 7.5.6).
 [[nodiscard]] std::array<std::byte, 8> emptyCutText();
+/// QEMU's own, for servers that take ExtendedKey: a key by its place on the keyboard, without a keysym, so
+/// that the guest's layout decides what it means.
+[[nodiscard]] std::array<std::byte, 12> extendedKeyEvent(KeyMove move, std::uint8_t scanCode);
 
 } // namespace rfb
