@@ -1,5 +1,7 @@
 """Kelvo, used as a person uses it: the wizard, the cards and the consoles."""
 
+import time
+
 from application import Application, wait_until
 
 MACHINES = "Virtual Machines"
@@ -58,6 +60,17 @@ class Kelvo(Application):
             picture = self.picture(name)
             return picture if shows(picture) else None
         return wait_until(look, timeout, what)
+
+    def wait_for_still_picture(self, name, timeout, seconds=2):
+        """A picture of the console that has stayed the same for some seconds."""
+        last = [None, 0]
+
+        def look():
+            picture = self.picture(name)
+            if picture != last[0]:
+                last[:] = picture, time.monotonic()
+            return picture if time.monotonic() - last[1] > seconds else None
+        return wait_until(look, timeout, "the guest's screen to stand still")
 
     def stop(self, name):
         """Presses the console's Stop and waits until the machine is off."""

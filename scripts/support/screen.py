@@ -19,6 +19,9 @@ class Picture:
         samples = ppm[len(ppm) - self.width * self.height * 3 * sample_bytes:]
         self._pixels = samples[::sample_bytes]
 
+    def __eq__(self, other):
+        return isinstance(other, Picture) and (self.width, self._pixels) == (other.width, other._pixels)
+
     def colours(self, region=WHOLE):
         """How many pixels there are of each (red, green, blue)."""
         left, right = (round(edge * self.width) for edge in (region[0], region[2]))

@@ -49,9 +49,9 @@ int pendingError(int socket)
 TCPConnection::TCPConnection(const QString &host, quint16 port)
     : m_host(host)
     , m_port(port)
-    , m_cancelEvent(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    , m_wakeEvent(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
-    if (!m_cancelEvent.isValid())
+    if (!m_wakeEvent.isValid())
         throw PlatformError(errno, u"connect to"_s, endpoint());
 }
 
@@ -112,6 +112,34 @@ void TCPConnection::send(std::span<const std::byte> bytes)
     }
 }
 
+bool TCPConnection::post(std::span<const std::byte> bytes)
+{
+    {
+        const std::lock_guard lock(m_postedMutex);
+        if (m_posted.size() + bytes.size() > maxPostedBytes)
+            return false;
+        m_posted.insert(m_posted.end(), bytes.begin(), bytes.end());
+    }
+    ::eventfd_write(m_wakeEvent.get(), 1);
+    return true;
+}
+
+bool TCPConnection::hasPosted()
+{
+    const std::lock_guard lock(m_postedMutex);
+    return !m_posted.empty();
+}
+
+void TCPConnection::sendPosted()
+{
+    const std::lock_guard lock(m_postedMutex);
+    const ssize_t count = ::send(m_socket.get(), m_posted.data(), m_posted.size(), MSG_NOSIGNAL);
+    if (count > 0)
+        m_posted.erase(m_posted.begin(), m_posted.begin() + count);
+    else if (count < 0 && errno != EAGAIN && errno != EINTR)
+        m_posted.clear(); // the next receive() meets the failure as well
+}
+
 void TCPConnection::waitForFailure()
 {
     if (!waitFor(0))
@@ -123,15 +151,24 @@ void TCPConnection::waitForFailure()
 void TCPConnection::cancel()
 {
     m_isCancelled = true;
-    ::eventfd_write(m_cancelEvent.get(), 1);
+    ::eventfd_write(m_wakeEvent.get(), 1);
 }
 
-bool TCPConnection::waitFor(short events) const
+bool TCPConnection::waitFor(short events)
 {
-    std::array waits{pollfd{.fd = m_socket.get(), .events = events, .revents = 0},
-                     pollfd{.fd = m_cancelEvent.get(), .events = POLLIN, .revents = 0}};
     while (!m_isCancelled) {
-        if (::poll(waits.data(), waits.size(), -1) > 0 && waits[0].revents != 0)
+        const bool sends = (events & POLLIN) != 0 && hasPosted();
+        const auto interest = static_cast<short>(events | (sends ? POLLOUT : 0));
+        std::array waits{pollfd{.fd = m_socket.get(), .events = interest, .revents = 0},
+                         pollfd{.fd = m_wakeEvent.get(), .events = POLLIN, .revents = 0}};
+        if (::poll(waits.data(), waits.size(), -1) <= 0)
+            continue;
+        eventfd_t count = 0;
+        if (waits[1].revents != 0)
+            ::eventfd_read(m_wakeEvent.get(), &count);
+        if (sends && (waits[0].revents & POLLOUT) != 0)
+            sendPosted();
+        if ((waits[0].revents & (events | POLLERR | POLLHUP | POLLNVAL)) != 0)
             return true;
     }
     return false;

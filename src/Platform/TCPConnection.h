@@ -6,7 +6,9 @@
 
 #include <atomic>
 #include <cstddef>
+#include <mutex>
 #include <span>
+#include <vector>
 
 struct addrinfo;
 
@@ -15,6 +17,8 @@ struct addrinfo;
 class TCPConnection
 {
 public:
+    static constexpr std::size_t maxPostedBytes = std::size_t{64} * 1024;
+
     /// `host` is a name or an address.
     TCPConnection(const QString &host, quint16 port);
 
@@ -25,6 +29,9 @@ public:
     [[nodiscard]] std::size_t receive(std::span<std::byte> target);
     /// Sends all of `bytes`. Says nothing of a failure, which the next receive() meets as well.
     void send(std::span<const std::byte> bytes);
+    /// Takes bytes that the thread sends while it waits for others. Nothing is taken, and false returned,
+    /// when that would make more than maxPostedBytes wait. Any thread.
+    bool post(std::span<const std::byte> bytes);
     /// Waits until the connection fails, which throws, or is cancelled. What still arrives stays unread.
     void waitForFailure();
 
@@ -35,12 +42,16 @@ public:
 private:
     [[nodiscard]] int connectTo(const addrinfo &address);
     /// Waits for `events` (poll(2)) or the end of the connection; false when cancelled.
-    [[nodiscard]] bool waitFor(short events) const;
+    [[nodiscard]] bool waitFor(short events);
+    [[nodiscard]] bool hasPosted();
+    void sendPosted();
     [[nodiscard]] QString endpoint() const;
 
     const QString m_host;
     const quint16 m_port;
-    UniqueDescriptor m_cancelEvent;
+    UniqueDescriptor m_wakeEvent;
     std::atomic<bool> m_isCancelled = false;
     UniqueDescriptor m_socket;
+    std::mutex m_postedMutex;
+    std::vector<std::byte> m_posted;
 };

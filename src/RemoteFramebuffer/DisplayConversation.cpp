@@ -26,8 +26,8 @@ std::optional<DisplayConversation::ScreenSize> DisplayConversation::takeScreenSi
 void DisplayConversation::start(const ServerInit &server)
 {
     m_server = server;
-    if (m_purpose == Purpose::SizeWatch) {
-        send(setEncodings(std::array{Encoding::DesktopSize}));
+    if (m_purpose == Purpose::Input) {
+        send(setEncodings(std::array{Encoding::DesktopSize, Encoding::ExtendedKey}));
         m_screenSize = ScreenSize{server.width, server.height};
     } else {
         send(setEncodings(std::array{Encoding::Raw}));
@@ -41,8 +41,13 @@ void DisplayConversation::beginRectangle(const RectangleHeader &header)
     m_receiving = {};
     m_pixelDataRest = 0;
     const bool isSize = encoding == static_cast<std::int32_t>(Encoding::DesktopSize);
-    if (m_purpose == Purpose::SizeWatch && isSize) {
+    if (m_purpose == Purpose::Input && isSize) {
         m_screenSize = ScreenSize{area.width, area.height};
+        return endRectangle();
+    }
+
+    if (m_purpose == Purpose::Input && encoding == static_cast<std::int32_t>(Encoding::ExtendedKey)) {
+        m_takesExtendedKeys = true;
         return endRectangle();
     }
 

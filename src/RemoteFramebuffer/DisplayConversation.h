@@ -10,15 +10,15 @@
 
 namespace rfb {
 
-/// The conversation of a client that only looks: each update is asked for whole, and each rectangle becomes a
-/// picture of its own.
+/// The conversation of a client that only looks, or only operates: each update is asked for whole, and each
+/// rectangle becomes a picture of its own.
 class DisplayConversation final : public ClientConversation
 {
 public:
     enum class Purpose : std::uint8_t
     {
-        Display,  ///< raw encoding, one full update of the whole framebuffer after the other
-        SizeWatch ///< no pixels: only the framebuffer's size, at first and whenever it changes
+        Display, ///< raw encoding, one full update of the whole framebuffer after the other
+        Input    ///< no pixels: the framebuffer's size and its changes, and whether the server takes keys
     };
     struct ScreenSize
     {
@@ -36,8 +36,10 @@ public:
 
     /// The rectangle that the last call of received() completed, once.
     [[nodiscard]] std::optional<Frame> takeFrame();
-    /// For Purpose::SizeWatch, once for each size that the last call of received() completed last.
+    /// For Purpose::Input, once for each size that the last call of received() completed last.
     [[nodiscard]] std::optional<ScreenSize> takeScreenSize();
+    /// For Purpose::Input: the server has said that it takes keys by their scan codes.
+    [[nodiscard]] bool takesExtendedKeys() const { return m_takesExtendedKeys; }
 
 private:
     void start(const ServerInit &server) override;
@@ -52,6 +54,7 @@ private:
     Frame m_receiving;
     std::optional<Frame> m_finished;
     std::optional<ScreenSize> m_screenSize;
+    bool m_takesExtendedKeys = false;
 };
 
 } // namespace rfb

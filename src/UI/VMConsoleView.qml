@@ -117,6 +117,8 @@ Item {
         active: consolePresenter.display === ConsolePresenter.VNC
         host: consolePresenter.vncHost
         port: consolePresenter.vncPort
+        inputEnabled: presenter.shown.pauseEnabled
+        onKeyboardReleased: toolbar.forceActiveFocus(Qt.TabFocusReason)
     }
 
     ContentUnavailableView {

@@ -46,6 +46,11 @@ def life_of_a_machine(stage):
         check(guest_status(bundle / "qmp.sock") == "running", "the guest stands still after Resume")
         check(shows_firmware(kelvo.picture(NAME)), "the firmware's screen has gone from the console")
 
+        kelvo.console(NAME).find("Guest screen").click()
+        before = kelvo.wait_for_still_picture(NAME, 60)
+        kelvo.type_text("echo typed")
+        kelvo.wait_for_picture(NAME, lambda picture: picture != before, 20, "the typed text in the firmware's shell")
+
         kelvo.stop(NAME)
         stage.check_nothing_left(port)
         card = labels(kelvo.card(NAME))

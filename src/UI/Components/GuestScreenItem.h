@@ -15,7 +15,8 @@
 class GuestScreenItem : public QQuickItem
 {
     Q_OBJECT
-    QML_ANONYMOUS
+    QML_ELEMENT
+    QML_UNCREATABLE("the base of the screens")
     /// Whether keys go to the guest now.
     Q_PROPERTY(bool hasKeyboard READ hasKeyboard NOTIFY hasKeyboardChanged)
     /// Set from outside, e.g. while the guest stands still.

@@ -63,6 +63,8 @@ QtObject {
     readonly property color disabledText: dark ? "#73767f" : "#9a9da6"
     readonly property color linkText: dark ? "#9db4ff" : "#2f52cf"
     readonly property color screenText: "#e8e9ec"
+    readonly property color hintBackground: "#d926282e"
+    readonly property color hintBorder: "#33ffffff"
 
     // Controls
     readonly property color accent: dark ? "#3f5fde" : "#3759da"

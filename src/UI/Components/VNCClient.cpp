@@ -67,6 +67,7 @@ void VNCClient::handleEvent()
                    [this](VNCConnected) { setConnected(true); },
                    [this](QImage &image) { setImage(std::move(image)); },
                    [](VNCScreenSize) {},
+                   [](VNCInputReady) {},
                    [this](const VNCProtocolFailure &failure) { setErrorMessage(failure.message); },
                    [this, &self](const VNCConnectionFailure &failure) {
                        if (!failure.message.isEmpty())

@@ -25,6 +25,7 @@ std::optional<rfb::DisplayConversation::Failure> converse(TCPConnection &stream,
 {
     rfb::DisplayConversation conversation([&mailbox](std::size_t bytes) { return mailbox.takeBuffer(bytes); },
                                           purpose);
+    bool isInputReady = false;
     while (!conversation.failure()) {
         const std::size_t count = stream.receive(conversation.space());
         if (count == 0)
@@ -35,6 +36,10 @@ std::optional<rfb::DisplayConversation::Failure> converse(TCPConnection &stream,
             mailbox.post(std::move(*frame));
         if (const auto screen = conversation.takeScreenSize())
             mailbox.post(VNCScreenSize{{screen->width, screen->height}});
+        if (!isInputReady && conversation.takesExtendedKeys()) {
+            isInputReady = true;
+            mailbox.post(VNCInputReady{});
+        }
     }
     return conversation.failure();
 }
@@ -49,6 +54,8 @@ void run(TCPConnection &stream, VNCMailbox &mailbox, rfb::DisplayConversation::P
         if (const auto failure = converse(stream, mailbox, purpose)) {
             mailbox.post(VNCProtocolFailure{describe(*failure)});
             isExplained = true;
+        } else if (purpose == rfb::DisplayConversation::Purpose::Input) {
+            return mailbox.post(VNCConnectionFailure{}); // nothing is left to look at
         }
         stream.waitForFailure();
     } catch (const std::exception &error) {

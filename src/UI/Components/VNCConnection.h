@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <memory>
+#include <span>
 
 /// One connection to a VNC server, with a thread that receives and answers on its own and hands all it learns
 /// to the main thread. The thread keeps what it needs alive, so that letting go of a connection never waits
@@ -21,6 +22,9 @@ public:
     /// Closes the connection; no event comes any more.
     ~VNCConnection();
     Q_DISABLE_COPY_MOVE(VNCConnection)
+
+    /// Sends whole client messages, or nothing of them when too many wait already. Never waits.
+    void post(std::span<const std::byte> messages) { m_stream->post(messages); }
 
     [[nodiscard]] const std::shared_ptr<VNCMailbox> &mailbox() const { return m_mailbox; }
 

@@ -1,7 +1,8 @@
 import QtQuick
 import Kelvo.Components
 
-/// The screen behind a VNC server, scaled to fit on black; until there is a picture, what it waits for.
+/// The screen behind a VNC server, scaled to fit on black, with its keys and pointer; until there is a picture,
+/// what it waits for.
 Rectangle {
     id: root
 
@@ -9,6 +10,15 @@ Rectangle {
     required property int port
     /// The connection is there while this is true.
     property bool active: true
+
+    /// Keys and pointer go to the guest.
+    property bool inputEnabled: true
+
+    /// The guest's screen has given the keyboard back: the focus should go elsewhere.
+    signal keyboardReleased
+
+    /// Until the user gives the keyboard back, also while the screen is gone for a moment.
+    property bool wantsKeyboard: false
 
     readonly property bool hasPicture: screen.implicitWidth > 0
 
@@ -20,8 +30,8 @@ Rectangle {
         id: vnc
     }
 
-    VNCSizeWatch {
-        id: sizeWatch
+    VNCInputConnection {
+        id: vncInput
 
         onSizeKnown: vnc.connect(root.host, root.port)
     }
@@ -32,8 +42,16 @@ Rectangle {
         anchors.fill: parent
         visible: root.hasPicture
         client: vnc
+        input: vncInput
+        inputEnabled: root.inputEnabled
         Accessible.role: Accessible.Graphic
         Accessible.name: qsTr("Guest screen")
+        Accessible.focusable: true
+        onHasKeyboardChanged: if (hasKeyboard) root.wantsKeyboard = true
+        onKeyboardReleased: {
+            root.wantsKeyboard = false;
+            root.keyboardReleased();
+        }
     }
 
     ProgressIndicator {
@@ -44,17 +62,27 @@ Rectangle {
         color: Theme.screenText
     }
 
+    GuestInputHint {
+        screen: screen
+        isAvailable: !vncInput.hasFailed
+    }
+
+    onHasPictureChanged: if (root.hasPicture && root.wantsKeyboard) screen.forceActiveFocus()
     onActiveChanged: root.follow()
     onPortChanged: if (root.active) root.follow()
     Component.onCompleted: root.follow()
-    Component.onDestruction: vnc.disconnect()
+    Component.onDestruction: {
+        vncInput.disconnect();
+        vnc.disconnect();
+    }
 
     function follow(): void {
+        root.wantsKeyboard = root.active;
         if (root.active) {
             vnc.connect(root.host, root.port);
-            sizeWatch.watch(root.host, root.port);
+            vncInput.connect(root.host, root.port);
         } else {
-            sizeWatch.stop();
+            vncInput.disconnect();
             vnc.disconnect();
         }
     }

@@ -24,6 +24,10 @@ struct VNCScreenSize
     QSize size;
 };
 
+/// The server takes keys and pointer.
+struct VNCInputReady
+{};
+
 /// The protocol cannot go on, for the reason that `message` says.
 struct VNCProtocolFailure
 {
@@ -36,7 +40,8 @@ struct VNCConnectionFailure
     QString message;
 };
 
-using VNCEvent = std::variant<VNCConnected, QImage, VNCScreenSize, VNCProtocolFailure, VNCConnectionFailure>;
+using VNCEvent = std::variant<VNCConnected, QImage, VNCScreenSize, VNCInputReady, VNCProtocolFailure,
+                              VNCConnectionFailure>;
 
 /// What one connection's reader thread hands to the main thread, and the memory that goes round between them:
 /// the images stand on the buffers that were received into, and give them back when their last copy goes, on

@@ -8,7 +8,7 @@
 #include <cmath>
 
 VNCScreenItem::VNCScreenItem(QQuickItem *parent)
-    : QQuickItem(parent)
+    : GuestScreenItem(parent)
 {
     setFlag(ItemHasContents);
 }
@@ -29,6 +29,29 @@ void VNCScreenItem::setClient(VNCClient *client)
     }
     showImage();
     Q_EMIT clientChanged();
+}
+
+void VNCScreenItem::setInput(VNCInputConnection *input)
+{
+    if (input == m_input)
+        return;
+    if (m_input)
+        QObject::disconnect(m_input, nullptr, this, nullptr);
+    m_input = input;
+    if (input)
+        connect(input, &VNCInputConnection::isAvailableChanged, this, &VNCScreenItem::updateInput);
+    updateInput();
+    Q_EMIT inputChanged();
+}
+
+void VNCScreenItem::sendInput(std::span<const std::byte> messages)
+{
+    m_input->send(messages);
+}
+
+QRectF VNCScreenItem::guestRect() const
+{
+    return window() ? target(image().size()) : QRectF();
 }
 
 QImage VNCScreenItem::image() const

@@ -1,29 +1,39 @@
 #pragma once
 
+#include "UI/Components/GuestScreenItem.h"
 #include "UI/Components/VNCClient.h"
+#include "UI/Components/VNCInputConnection.h"
 
 #include <QPointer>
-#include <QQuickItem>
 
 /// Draws a client's image without smoothing, as large as fits with its aspect ratio kept, centred on black.
 /// Its implicit size is the image's.
-class VNCScreenItem : public QQuickItem
+class VNCScreenItem : public GuestScreenItem
 {
     Q_OBJECT
     QML_ELEMENT
     /// Not owned; may be null.
     Q_PROPERTY(VNCClient *client READ client WRITE setClient NOTIFY clientChanged)
+    /// Carries keys and pointer. Not owned; may be null.
+    Q_PROPERTY(VNCInputConnection *input READ input WRITE setInput NOTIFY inputChanged)
 
 public:
     explicit VNCScreenItem(QQuickItem *parent = nullptr);
 
     [[nodiscard]] VNCClient *client() const { return m_client; }
     void setClient(VNCClient *client);
+    [[nodiscard]] VNCInputConnection *input() const { return m_input; }
+    void setInput(VNCInputConnection *input);
 
 Q_SIGNALS:
     void clientChanged();
+    void inputChanged();
 
 protected:
+    [[nodiscard]] QSize guestSize() const override { return image().size(); }
+    [[nodiscard]] QRectF guestRect() const override;
+    [[nodiscard]] bool canSendInput() const override { return m_input && m_input->isAvailable(); }
+    void sendInput(std::span<const std::byte> messages) override;
     QSGNode *updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *data) override;
 
 private:
@@ -32,6 +42,7 @@ private:
     [[nodiscard]] QRectF target(const QSize &pictureSize) const;
 
     QPointer<VNCClient> m_client;
+    QPointer<VNCInputConnection> m_input;
     QMetaObject::Connection m_imageConnection;
     QMetaObject::Connection m_destroyedConnection;
 };

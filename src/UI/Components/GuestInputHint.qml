@@ -1,0 +1,62 @@
+import QtQuick
+import Kelvo.Components
+
+/// Says over a guest's screen, quietly, where keys go: for a while when that has changed, and as long as the
+/// guest cannot be operated.
+Rectangle {
+    id: root
+
+    required property GuestScreenItem screen
+    property bool isAvailable: true
+
+    readonly property bool isShown: !root.isAvailable || timer.running
+
+    anchors.horizontalCenter: parent.horizontalCenter
+    anchors.bottom: parent.bottom
+    anchors.bottomMargin: Theme.spacing
+    width: Math.min(label.implicitWidth + 2 * Theme.spacing, parent.width - 2 * Theme.spacing)
+    height: label.implicitHeight + 2 * Theme.smallSpacing
+    radius: height / 2
+    visible: opacity > 0
+    opacity: root.isShown && root.screen.visible ? 1 : 0
+    color: Theme.hintBackground
+    border.color: Theme.hintBorder
+    Accessible.role: Accessible.StaticText
+    Accessible.name: label.text
+
+    Behavior on opacity {
+        NumberAnimation {
+            duration: Theme.transition
+        }
+    }
+
+    Label {
+        id: label
+
+        anchors.centerIn: parent
+        width: Math.min(implicitWidth, root.parent.width - 4 * Theme.spacing)
+        horizontalAlignment: Text.AlignHCenter
+        wrapMode: Text.WordWrap
+        color: Theme.screenText
+        Accessible.ignored: true
+        text: {
+            if (!root.isAvailable)
+                return qsTr("Keyboard and pointer are not available.");
+            return root.screen.hasKeyboard ? qsTr("Keys go to the guest. Press Ctrl+Alt to get out.") : qsTr("Click into the screen to type in the guest.");
+        }
+    }
+
+    Timer {
+        id: timer
+
+        interval: 4000
+    }
+
+    Connections {
+        target: root.screen
+
+        function onHasKeyboardChanged(): void {
+            timer.restart();
+        }
+    }
+}

@@ -1,0 +1,228 @@
+#include "RemoteFramebuffer/ServerStream.h"
+#include "UI/Components/ScriptedServer.h"
+#include "UI/Components/VNCInputConnection.h"
+#include "UI/Components/VNCScreenItem.h"
+#include "support/TestMain.h"
+
+#include <QElapsedTimer>
+#include <QQuickWindow>
+#include <QSignalSpy>
+
+using namespace serverstream;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString localhost = u"127.0.0.1"_s;
+
+/// An update of one rectangle that only tells the framebuffer's size (RFC 6143, section 7.8.2).
+QByteArray sizeUpdate(std::uint16_t width, std::uint16_t height)
+{
+    return updateHeader(1) + rectangleHeader(width, height).chopped(4) + QByteArray::fromHex("ffffff21");
+}
+
+const QByteArray clientHandshake = "RFB 003.008\n" + QByteArray::fromHex("0101"
+                                                                         "02000002"
+                                                                         "ffffff21"
+                                                                         "fffffefe");
+/// The server takes keys by their scan codes.
+const QByteArray keysTaken =
+    updateHeader(1) + rectangleHeader(0, 0).chopped(4) + QByteArray::fromHex("fffffefe");
+const QByteArray escapeDown = QByteArray::fromHex("ff000001"
+                                                  "00000000"
+                                                  "00000001");
+const QByteArray escapeUp = QByteArray::fromHex("ff000000"
+                                                "00000000"
+                                                "00000001");
+
+std::span<const std::byte> asBytes(const QByteArray &bytes)
+{
+    return std::as_bytes(std::span(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+}
+
+} // namespace
+
+class TestVNCInputConnection : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void tellsEverySizeAndAsksForNoPixels();
+    void readsPastWhatItDidNotAskFor();
+    void floodOfSizesIsTamed();
+    void knowsNothingOfAReplacedServer();
+    void sendsOnlyWhatTheServerTakes();
+    void neverWaitsForAServerThatDoesNotRead();
+    void screensPassKeysAndPointerOn();
+};
+
+void TestVNCInputConnection::tellsEverySizeAndAsksForNoPixels()
+{
+    ScriptedServer server;
+    VNCInputConnection input;
+    QSignalSpy sizes(&input, &VNCInputConnection::sizeKnown);
+    input.connect(localhost, server.port());
+    server.send(handshake(640, 480));
+    QTRY_COMPARE(sizes.count(), 1);
+    server.send(sizeUpdate(1280, 800));
+    QTRY_COMPARE(sizes.count(), 2);
+    QCOMPARE(sizes[0][0].toSize(), QSize(640, 480));
+    QCOMPARE(sizes[1][0].toSize(), QSize(1280, 800));
+    // Version, security choice, shared, and the two encodings without pixels.
+    QCOMPARE(server.received(), clientHandshake);
+}
+
+void TestVNCInputConnection::readsPastWhatItDidNotAskFor()
+{
+    ScriptedServer server;
+    VNCInputConnection input;
+    QSignalSpy sizes(&input, &VNCInputConnection::sizeKnown);
+    input.connect(localhost, server.port());
+    const QByteArray cutText = QByteArray::fromHex("03000000") + uint32(5) + "hello";
+    server.send(handshake(2, 2) + updateHeader(0) + update(2, 2, "pixl") + cutText + sizeUpdate(3, 3));
+    QTRY_COMPARE(sizes.count() > 0 ? sizes.last()[0].toSize() : QSize(), QSize(3, 3));
+}
+
+void TestVNCInputConnection::floodOfSizesIsTamed()
+{
+    ScriptedServer server;
+    VNCInputConnection input;
+    QSignalSpy sizes(&input, &VNCInputConnection::sizeKnown);
+    input.connect(localhost, server.port());
+    QByteArray flood = handshake(1, 1);
+    for (std::uint16_t number = 0; number < 20'000; ++number)
+        flood += sizeUpdate(number % 2 + 2, 9);
+    server.send(flood + sizeUpdate(7, 7));
+    QTRY_COMPARE(sizes.count() > 0 ? sizes.last()[0].toSize() : QSize(), QSize(7, 7));
+    QVERIFY2(sizes.count() < 50, qPrintable(QString::number(sizes.count())));
+}
+
+void TestVNCInputConnection::knowsNothingOfAReplacedServer()
+{
+    ScriptedServer first;
+    ScriptedServer second;
+    VNCInputConnection input;
+    QSignalSpy sizes(&input, &VNCInputConnection::sizeKnown);
+    input.connect(localhost, first.port());
+    first.send(handshake(1, 1));
+    QTRY_COMPARE(sizes.count(), 1);
+    first.send(sizeUpdate(9, 9));
+    input.connect(localhost, second.port());
+    second.send(handshake(1, 1));
+    QTRY_COMPARE(sizes.count(), 2);
+    QCOMPARE(sizes[1][0].toSize(), QSize(1, 1));
+}
+
+void TestVNCInputConnection::sendsOnlyWhatTheServerTakes()
+{
+    ScriptedServer server;
+    VNCInputConnection input;
+    input.connect(localhost, server.port());
+    server.send(handshake(4, 4));
+    QTRY_COMPARE(server.received(), clientHandshake);
+    input.send(asBytes(escapeDown));
+    QVERIFY(!input.isAvailable());
+    server.send(keysTaken);
+    QTRY_VERIFY(input.isAvailable());
+    input.send(asBytes(escapeUp));
+    QTRY_COMPARE(server.received(), clientHandshake + escapeUp);
+    server.close();
+    QTRY_VERIFY(input.hasFailed());
+    QVERIFY(!input.isAvailable());
+    input.connect(localhost, server.port());
+    QVERIFY(!input.hasFailed());
+}
+
+void TestVNCInputConnection::neverWaitsForAServerThatDoesNotRead()
+{
+    // Nobody accepts: what is sent stays in the kernel's queues until those are full.
+    QTcpServer silent;
+    QVERIFY(silent.listen(QHostAddress::LocalHost));
+    VNCInputConnection input;
+    input.connect(localhost, silent.serverPort());
+    QVERIFY(silent.waitForNewConnection(5000));
+    QTcpSocket *peer = silent.nextPendingConnection();
+    peer->setReadBufferSize(1);
+    peer->write(handshake(4, 4) + keysTaken);
+    QTRY_VERIFY(input.isAvailable());
+    QElapsedTimer clock;
+    clock.start();
+    for (int message = 0; message < 100'000; ++message)
+        input.send(asBytes(escapeDown));
+    QVERIFY2(clock.elapsed() < 5000, qPrintable(QString::number(clock.elapsed())));
+    QVERIFY(input.isAvailable());
+}
+
+void TestVNCInputConnection::screensPassKeysAndPointerOn()
+{
+    ScriptedServer display;
+    ScriptedServer server;
+    QQuickWindow window;
+    window.resize(200, 100);
+    auto *item = new VNCScreenItem(window.contentItem());
+    item->setSize(QSizeF(200, 100));
+    VNCClient client;
+    VNCInputConnection input;
+    item->setClient(&client);
+    item->setInput(&input);
+    window.show();
+    window.requestActivate();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    client.connect(localhost, display.port());
+    // Two pixels in a window for two squares: they are shown without bars.
+    display.send(handshake(2, 1) + update(2, 1, "pixlpixl"));
+    input.connect(localhost, server.port());
+    server.send(handshake(2, 1) + keysTaken);
+    QTRY_VERIFY(input.isAvailable() && !client.image().isNull());
+    QByteArray expected = clientHandshake;
+    const QByteArray pointer = QByteArray::fromHex("05");
+
+    QTest::mousePress(&window, Qt::RightButton, {}, {150, 50});
+    QTest::mouseMove(&window, {-40, 500}); // dragged out: as far as the screen goes
+    QTest::mouseRelease(&window, Qt::RightButton, {}, {10, 10});
+    expected += pointer + QByteArray::fromHex("0000010000") + pointer + QByteArray::fromHex("0400010000") +
+                pointer + QByteArray::fromHex("0400000000") + pointer + QByteArray::fromHex("0000000000");
+    QTRY_COMPARE(server.received(), expected);
+    QVERIFY(item->hasKeyboard());
+
+    QTest::keyPress(&window, Qt::Key_Escape);
+    expected += escapeDown;
+    item->setFocus(false); // what is down is released
+    expected += escapeUp;
+    QTRY_COMPARE(server.received(), expected);
+    QTest::keyClick(&window, Qt::Key_A);
+
+    item->forceActiveFocus();
+    QSignalSpy released(item, &GuestScreenItem::keyboardReleased);
+    QTest::keyClick(&window, Qt::Key_A, Qt::NoModifier);
+    QTest::keyPress(&window, Qt::Key_Control);
+    QTest::keyPress(&window, Qt::Key_Alt);
+    QTest::keyPress(&window, Qt::Key_Delete);
+    QTest::keyRelease(&window, Qt::Key_Delete);
+    QTest::keyRelease(&window, Qt::Key_Alt);
+    QTest::keyRelease(&window, Qt::Key_Control);
+    QCOMPARE(released.count(), 0);
+    QTest::keyPress(&window, Qt::Key_Control);
+    QTest::keyPress(&window, Qt::Key_Alt);
+    QTest::keyRelease(&window, Qt::Key_Control);
+    QCOMPARE(released.count(), 1);
+    QVERIFY(item->hasKeyboard()); // the view moves the focus
+    item->setInputEnabled(false);
+    QVERIFY(!item->hasKeyboard());
+    QTest::keyClick(&window, Qt::Key_A);
+    QTest::mouseClick(&window, Qt::LeftButton, {}, {150, 50});
+    item->setInputEnabled(true);
+    const auto key = [](const char *move, const char *code) {
+        return QByteArray::fromHex(QByteArray("ff00") + move + "00000000" + "000000" + code);
+    };
+    expected += key("0001", "1e") + key("0000", "1e");
+    for (const char *code : {"1d", "38", "d3"})
+        expected += key("0001", code);
+    for (const char *code : {"d3", "38", "1d"})
+        expected += key("0000", code);
+    expected += key("0001", "1d") + key("0001", "38") + key("0000", "1d") + key("0000", "38");
+    QTRY_COMPARE(server.received().toHex(), expected.toHex());
+}
+
+KELVO_GUI_TEST_MAIN(TestVNCInputConnection)
+#include "tst_vncinputconnection.moc"
