@@ -61,7 +61,7 @@ public:
     ~VZVirtualMachine() override;
 
     [[nodiscard]] const VZVirtualMachineConfiguration &configuration() const { return m_configuration; }
-    [[nodiscard]] State state() const { return m_state; }
+    [[nodiscard]] virtual State state() const { return m_state; }
     /// Must outlive the machine or be replaced by null.
     void setDelegate(VZVirtualMachineDelegate *delegate) { m_delegate = delegate; }
 
@@ -78,7 +78,7 @@ public:
     /// A new connection to the screen, keyboard and pointer of a guest that runs or is paused: a stream
     /// socket on which the emulator speaks RFB (RFC 6143) without authentication. The peer closes it when it
     /// refuses or ends. Throws VZError, PlatformError.
-    [[nodiscard]] UniqueDescriptor openDisplay();
+    [[nodiscard]] virtual UniqueDescriptor openDisplay();
 
 Q_SIGNALS:
     void stateChanged();

@@ -2,7 +2,6 @@
 
 #include <QColor>
 #include <QPainter>
-#include <QPixmap>
 #include <QQuickWindow>
 #include <QSGImageNode>
 #include <QSGRectangleNode>
@@ -10,38 +9,36 @@
 #include <QSGRendererInterface>
 
 #include <utility>
+#include <vector>
 
 namespace {
 
-/// With the software renderer the picture is painted straight from its memory.
-class PaintedScreenNode final : public QSGRenderNode, public ScreenNode
+/// What all tiles of a painted picture share.
+struct Painting
+{
+    QQuickWindow &window;
+    ScreenNode::Picture picture;
+    QRectF target;
+};
+
+/// With the software renderer a tile is painted straight from the picture's memory.
+class PaintedTile final : public QSGRenderNode
 {
 public:
-    explicit PaintedScreenNode(QQuickWindow &window)
-        : m_window(window)
+    explicit PaintedTile(const Painting &painting)
+        : m_painting(painting)
     {}
 
-    [[nodiscard]] QSGNode *asNode() override { return this; }
-    void show(const QImage &image, const QRectF &area, const QRectF &target) override;
+    void setRect(const QRectF &rect) { m_rect = rect; }
 
-    [[nodiscard]] RenderingFlags flags() const override { return BoundedRectRendering; }
-    [[nodiscard]] QRectF rect() const override { return m_area; }
+    [[nodiscard]] RenderingFlags flags() const override { return BoundedRectRendering | OpaqueRendering; }
+    [[nodiscard]] QRectF rect() const override { return m_rect; }
     void render(const RenderState *state) override;
 
 private:
-    QQuickWindow &m_window;
-    QImage m_image;
-    QRectF m_area;
-    QRectF m_target;
+    const Painting &m_painting;
+    QRectF m_rect;
 };
-
-void PaintedScreenNode::show(const QImage &image, const QRectF &area, const QRectF &target)
-{
-    m_image = image;
-    m_area = area;
-    m_target = target;
-    markDirty(QSGNode::DirtyMaterial | QSGNode::DirtyGeometry);
-}
 
 bool hasAlphaChannel(const QPaintDevice &device)
 {
@@ -55,80 +52,33 @@ bool hasAlphaChannel(const QPaintDevice &device)
     }
 }
 
-void PaintedScreenNode::render(const RenderState *state)
+void PaintedTile::render(const RenderState *state)
 {
+    QQuickWindow &window = m_painting.window;
     auto *painter = static_cast<QPainter *>(
-        m_window.rendererInterface()->getResource(&m_window, QSGRendererInterface::PainterResource));
+        window.rendererInterface()->getResource(&window, QSGRendererInterface::PainterResource));
     if (const QRegion *clip = state->clipRegion(); clip && !clip->isEmpty())
         painter->setClipRegion(*clip, Qt::ReplaceClip);
     painter->setTransform(matrix()->toTransform());
     painter->setOpacity(inheritedOpacity());
     painter->setRenderHint(QPainter::SmoothPixmapTransform, false);
 
-    painter->fillRect(m_area, Qt::black);
-    if (m_image.isNull())
-        return;
-    painter->drawImage(m_target, m_image);
+    std::unique_lock<std::mutex> lock;
+    if (m_painting.picture.mutex)
+        lock = std::unique_lock(*m_painting.picture.mutex);
+    // The whole picture clipped: tiles scaled by themselves would not meet on the same device pixels.
+    painter->setClipRect(m_rect, Qt::IntersectClip);
+    painter->drawImage(m_painting.target, m_painting.picture.image);
     // Such a surface has got the picture's unused bytes for its alpha.
     if (hasAlphaChannel(*painter->device())) {
         painter->setCompositionMode(QPainter::CompositionMode_DestinationOver);
-        painter->fillRect(m_target, Qt::black);
+        painter->fillRect(m_rect, Qt::black);
     }
-}
-
-/// With a graphics processor the picture becomes a texture.
-class TexturedScreenNode final : public QSGNode, public ScreenNode
-{
-public:
-    explicit TexturedScreenNode(QQuickWindow &window);
-
-    [[nodiscard]] QSGNode *asNode() override { return this; }
-    void show(const QImage &image, const QRectF &area, const QRectF &target) override;
-
-private:
-    [[nodiscard]] static QImage asTranslucent(const QImage &image);
-
-    QQuickWindow &m_window;
-    QSGRectangleNode *m_background;
-    QSGImageNode *m_picture = nullptr;
-    qint64 m_imageKey = 0;
-};
-
-TexturedScreenNode::TexturedScreenNode(QQuickWindow &window)
-    : m_window(window)
-    , m_background(window.createRectangleNode())
-{
-    m_background->setColor(Qt::black);
-    m_background->setFlag(QSGNode::OwnedByParent);
-    appendChildNode(m_background);
-}
-
-void TexturedScreenNode::show(const QImage &image, const QRectF &area, const QRectF &target)
-{
-    m_background->setRect(area);
-    if (image.isNull()) {
-        delete std::exchange(m_picture, nullptr);
-        return;
-    }
-    if (!m_picture) {
-        m_picture = m_window.createImageNode();
-        m_picture->setFiltering(QSGTexture::Nearest);
-        m_picture->setOwnsTexture(true);
-        m_picture->setFlag(QSGNode::OwnedByParent);
-    }
-    if (!m_picture->texture() || image.cacheKey() != m_imageKey) {
-        m_picture->setTexture(
-            m_window.createTextureFromImage(asTranslucent(image), QQuickWindow::TextureHasAlphaChannel));
-        m_imageKey = image.cacheKey();
-    }
-    m_picture->setRect(target);
-    if (!m_picture->parent())
-        appendChildNode(m_picture);
 }
 
 /// The same memory, its unused bytes taken for alpha and its colours for multiplied by it already. Blended
 /// over opaque black this gives exactly the colours, opaque, whatever the unused bytes hold.
-QImage TexturedScreenNode::asTranslucent(const QImage &image)
+QImage asTranslucent(const QImage &image)
 {
     const auto format = image.format() == QImage::Format_RGB32 ? QImage::Format_ARGB32_Premultiplied
                                                                : QImage::Format_RGBA8888_Premultiplied;
@@ -139,11 +89,170 @@ QImage TexturedScreenNode::asTranslucent(const QImage &image)
             release,           new QImage(image)};
 }
 
+/// A node for each tile on a black background.
+template<typename Tile>
+class TiledScreenNode : public QSGNode, public ScreenNode
+{
+public:
+    TiledScreenNode(QQuickWindow &window, const QSize &tileSize)
+        : m_tileSize(tileSize)
+        , m_background(window.createRectangleNode())
+    {
+        m_background->setColor(Qt::black);
+        m_background->setFlag(QSGNode::OwnedByParent);
+        appendChildNode(m_background);
+    }
+
+    [[nodiscard]] QSGNode *asNode() override { return this; }
+    void show(const Picture &picture, const QRectF &area, const QRectF &target,
+              const QRegion &changed) override;
+
+protected:
+    struct Part
+    {
+        Tile *node;
+        QRect pixels;
+        QRectF rect; ///< where they are shown
+    };
+
+    virtual void begin(const Picture &picture, const QRectF &target) = 0;
+    [[nodiscard]] virtual Tile *makeTile() = 0;
+    virtual void move(const Part &part) = 0;
+    virtual void draw(const Part &part) = 0;
+
+private:
+    void split(const QSize &size);
+
+    QSize m_tileSize;
+    QSGRectangleNode *m_background;
+    QSize m_size;
+    QRectF m_target;
+    std::vector<Part> m_parts;
+};
+
+template<typename Tile>
+void TiledScreenNode<Tile>::show(const Picture &picture, const QRectF &area, const QRectF &target,
+                                 const QRegion &changed)
+{
+    if (m_background->rect() != area)
+        m_background->setRect(area);
+    const QSize size = picture.image.size();
+    const bool isOther = size != m_size;
+    const bool isElsewhere = isOther || target != m_target;
+    begin(picture, target);
+    if (isOther)
+        split(size);
+    m_target = target;
+    const qreal scaleX = target.width() / size.width();
+    const qreal scaleY = target.height() / size.height();
+    for (Part &part : m_parts) {
+        if (isElsewhere) {
+            const QRect &pixels = part.pixels;
+            part.rect = QRectF(QPointF(target.x() + pixels.x() * scaleX, target.y() + pixels.y() * scaleY),
+                               QPointF(target.x() + (pixels.x() + pixels.width()) * scaleX,
+                                       target.y() + (pixels.y() + pixels.height()) * scaleY));
+            move(part);
+        }
+        if (isOther || changed.intersects(part.pixels))
+            draw(part);
+        if (!part.node->parent())
+            appendChildNode(part.node);
+    }
+}
+
+template<typename Tile>
+void TiledScreenNode<Tile>::split(const QSize &size)
+{
+    for (const Part &part : m_parts)
+        delete part.node;
+    m_parts.clear();
+    m_size = size;
+    const QSize tile = m_tileSize.isEmpty() ? size : m_tileSize;
+    for (int y = 0; y < size.height(); y += tile.height()) {
+        for (int x = 0; x < size.width(); x += tile.width()) {
+            m_parts.push_back({.node = makeTile(),
+                               .pixels = QRect(QPoint(x, y), tile) & QRect(QPoint(), size),
+                               .rect = {}});
+            m_parts.back().node->setFlag(QSGNode::OwnedByParent);
+        }
+    }
+}
+
+class PaintedScreenNode final : public TiledScreenNode<PaintedTile>
+{
+public:
+    PaintedScreenNode(QQuickWindow &window, const QSize &tileSize)
+        : TiledScreenNode(window, tileSize)
+        , m_painting{.window = window, .picture = {}, .target = {}}
+    {}
+
+    [[nodiscard]] bool readsWhenDrawn() const override { return true; }
+
+private:
+    void begin(const Picture &picture, const QRectF &target) override
+    {
+        m_painting.picture = picture;
+        m_painting.target = target;
+    }
+    [[nodiscard]] PaintedTile *makeTile() override { return new PaintedTile(m_painting); }
+    void move(const Part &part) override
+    {
+        part.node->setRect(part.rect);
+        part.node->markDirty(QSGNode::DirtyGeometry);
+    }
+    void draw(const Part &part) override { part.node->markDirty(QSGNode::DirtyMaterial); }
+
+    Painting m_painting;
+};
+
+/// With a graphics processor each tile is a texture.
+class TexturedScreenNode final : public TiledScreenNode<QSGImageNode>
+{
+public:
+    TexturedScreenNode(QQuickWindow &window, const QSize &tileSize)
+        : TiledScreenNode(window, tileSize)
+        , m_window(window)
+    {}
+
+    /// Where pixels may change, tiles are copies.
+    [[nodiscard]] bool readsWhenDrawn() const override { return false; }
+
+private:
+    void begin(const Picture &picture, const QRectF &) override { m_picture = picture; }
+    [[nodiscard]] QSGImageNode *makeTile() override;
+    void move(const Part &part) override { part.node->setRect(part.rect); }
+    void draw(const Part &part) override;
+
+    QQuickWindow &m_window;
+    Picture m_picture;
+};
+
+QSGImageNode *TexturedScreenNode::makeTile()
+{
+    QSGImageNode *node = m_window.createImageNode();
+    node->setFiltering(QSGTexture::Nearest);
+    node->setOwnsTexture(true);
+    return node;
+}
+
+void TexturedScreenNode::draw(const Part &part)
+{
+    QImage pixels = m_picture.image;
+    if (m_picture.mutex) {
+        const std::lock_guard lock(*m_picture.mutex);
+        pixels = pixels.copy(part.pixels);
+    } else if (part.pixels != pixels.rect()) {
+        pixels = pixels.copy(part.pixels);
+    }
+    part.node->setTexture(
+        m_window.createTextureFromImage(asTranslucent(pixels), QQuickWindow::TextureHasAlphaChannel));
+}
+
 } // namespace
 
-std::unique_ptr<ScreenNode> ScreenNode::create(QQuickWindow &window)
+std::unique_ptr<ScreenNode> ScreenNode::create(QQuickWindow &window, const QSize &tileSize)
 {
     if (window.rendererInterface()->graphicsApi() == QSGRendererInterface::Software)
-        return std::make_unique<PaintedScreenNode>(window);
-    return std::make_unique<TexturedScreenNode>(window);
+        return std::make_unique<PaintedScreenNode>(window, tileSize);
+    return std::make_unique<TexturedScreenNode>(window, tileSize);
 }

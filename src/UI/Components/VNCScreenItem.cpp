@@ -1,11 +1,12 @@
 #include "UI/Components/VNCScreenItem.h"
 
 #include "UI/Components/ScreenNode.h"
+#include "UI/Components/ScreenTarget.h"
 
 #include <QQuickWindow>
 #include <QSGNode>
 
-#include <cmath>
+#include <utility>
 
 VNCScreenItem::VNCScreenItem(QQuickItem *parent)
     : GuestScreenItem(parent)
@@ -66,23 +67,15 @@ void VNCScreenItem::showImage()
     update();
 }
 
-/// Where the picture goes, on whole device pixels as far as its corner is concerned.
-QRectF VNCScreenItem::target(const QSize &pictureSize) const
-{
-    const QSizeF fitted = QSizeF(pictureSize).scaled(size(), Qt::KeepAspectRatio);
-    const qreal ratio = window()->effectiveDevicePixelRatio();
-    const auto centred = [ratio](qreal available, qreal used) {
-        return std::floor((available - used) / 2 * ratio) / ratio;
-    };
-    return {QPointF(centred(width(), fitted.width()), centred(height(), fitted.height())), fitted};
-}
-
 QSGNode *VNCScreenItem::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)
 {
     auto *node = dynamic_cast<ScreenNode *>(oldNode);
+    // Every picture is new as a whole.
     if (!node)
-        node = ScreenNode::create(*window()).release();
+        node = ScreenNode::create(*window(), {}).release();
     const QImage picture = image();
-    node->show(picture, boundingRect(), target(picture.size()));
+    const bool isNew = std::exchange(m_shownKey, picture.cacheKey()) != picture.cacheKey();
+    const QRectF target = screenTarget(size(), picture.size(), window()->effectiveDevicePixelRatio());
+    node->show({.image = picture, .mutex = {}}, boundingRect(), target, isNew ? picture.rect() : QRect());
     return node->asNode();
 }

@@ -39,10 +39,10 @@ protected:
 private:
     [[nodiscard]] QImage image() const;
     void showImage();
-    [[nodiscard]] QRectF target(const QSize &pictureSize) const;
 
     QPointer<VNCClient> m_client;
     QPointer<VNCInputConnection> m_input;
     QMetaObject::Connection m_imageConnection;
     QMetaObject::Connection m_destroyedConnection;
+    qint64 m_shownKey = 0;
 };

@@ -1,0 +1,326 @@
+#include "Platform/Hypervisor/DisplayPeer.h"
+#include "RemoteFramebuffer/ServerStream.h"
+#include "UI/Components/VZVirtualMachineView.h"
+#include "support/TestMain.h"
+
+#include <QPainter>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickWindow>
+#include <QRandomGenerator>
+
+#include <memory>
+
+using namespace serverstream;
+using namespace Qt::StringLiterals;
+using State = VZVirtualMachine::State;
+
+namespace {
+
+/// A machine in whichever state a test likes, whose display the test plays.
+class ShownMachine final : public VZVirtualMachine
+{
+public:
+    ShownMachine()
+        : VZVirtualMachine(VZVirtualMachineConfiguration())
+    {}
+
+    [[nodiscard]] State state() const override { return m_state; }
+    void setState(State state)
+    {
+        m_state = state;
+        Q_EMIT stateChanged();
+    }
+    [[nodiscard]] UniqueDescriptor openDisplay() override
+    {
+        ++timesOpened;
+        peer = std::make_unique<DisplayPeer>();
+        return peer->takeClientEnd();
+    }
+
+    std::unique_ptr<DisplayPeer> peer;
+    int timesOpened = 0;
+
+private:
+    State m_state = State::running;
+};
+
+constexpr qsizetype openingBytes = 12 + 1 + 1 + 4 + 6 * 4 + 10;
+constexpr qsizetype requestBytes = 10;
+
+QByteArray corner(int x, int y, int width, int height)
+{
+    QByteArray bytes;
+    for (const int value : {x, y, width, height})
+        bytes += uint16(static_cast<std::uint16_t>(value));
+    return bytes;
+}
+
+/// The pixels of `area` as a raw rectangle, with their unused bytes as they are.
+QByteArray raw(const QImage &image, const QRect &area)
+{
+    QByteArray bytes = corner(area.x(), area.y(), area.width(), area.height()) + uint32(0);
+    for (int y = area.top(); y <= area.bottom(); ++y)
+        bytes += QByteArray(reinterpret_cast<const char *>(image.constScanLine(y) + qsizetype{area.x()} * 4),
+                            qsizetype{area.width()} * 4);
+    return bytes;
+}
+
+QByteArray newSize(const QSize &size)
+{
+    return corner(0, 0, size.width(), size.height()) + uint32(static_cast<std::uint32_t>(-223));
+}
+
+QImage noise(const QSize &size, QRandomGenerator &random)
+{
+    QImage image(size, QImage::Format_RGB32);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x)
+            reinterpret_cast<QRgb *>(image.scanLine(y))[x] = random.generate();
+    }
+    return image;
+}
+
+/// A window with nothing but a view of a running machine in it.
+class Screen
+{
+public:
+    explicit Screen(const QSize &size)
+        : item(new VZVirtualMachineView(window.contentItem()))
+    {
+        window.setColor(Qt::magenta);
+        resize(size);
+        window.show();
+        if (!QTest::qWaitForWindowExposed(&window))
+            qFatal("no window");
+        item->setVirtualMachine(&machine);
+    }
+
+    void resize(const QSize &size)
+    {
+        window.resize(size);
+        item->setSize(size);
+    }
+    /// Sends and waits until the view has used it and asked for more.
+    [[nodiscard]] bool show(const QByteArray &bytes, qsizetype answer = requestBytes)
+    {
+        (void)machine.peer->received();
+        machine.peer->send(bytes);
+        QByteArray answers;
+        // Of the answers only requests count; in between the view keeps the emulator awake.
+        return QTest::qWaitFor([&] {
+            answers += machine.peer->received();
+            return answers.replace(QByteArray("\x06\x00\x00\x00\x00\x00\x00\x00", 8), {}).size() >= answer;
+        });
+    }
+    [[nodiscard]] bool start(const QImage &image)
+    {
+        return show(
+            handshake(static_cast<std::uint16_t>(image.width()), static_cast<std::uint16_t>(image.height())) +
+                updateHeader(1) + raw(image, image.rect()),
+            openingBytes + requestBytes);
+    }
+    /// The first difference of the window from `image` in `target` on black.
+    [[nodiscard]] QString difference(const QImage &image, const QRect &target)
+    {
+        const QImage shown = window.grabWindow().convertToFormat(QImage::Format_ARGB32);
+        QImage expected(shown.size(), QImage::Format_ARGB32);
+        expected.fill(Qt::black);
+        QPainter painter(&expected);
+        const QImage opaque = image.convertToFormat(QImage::Format_RGB888);
+        painter.drawImage(target, opaque);
+        painter.end();
+        for (int y = 0; y < shown.height(); ++y) {
+            for (int x = 0; x < shown.width(); ++x) {
+                if (shown.pixel(x, y) != expected.pixel(x, y))
+                    return u"%1 instead of %2 at %3, %4"_s.arg(shown.pixel(x, y), 8, 16)
+                        .arg(expected.pixel(x, y), 8, 16)
+                        .arg(x)
+                        .arg(y);
+            }
+        }
+        return {};
+    }
+
+    ShownMachine machine;
+    QQuickWindow window;
+    VZVirtualMachineView *item;
+};
+
+} // namespace
+
+class TestVZVirtualMachineView : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void fitsTheScreenSharpAndCentred_data();
+    void fitsTheScreenSharpAndCentred();
+    void showsEveryChange();
+    void followsTheMachine();
+    void asksForNothingWhileHidden();
+    void takesThePointersPicture();
+    void isMadeInQml();
+};
+
+void TestVZVirtualMachineView::fitsTheScreenSharpAndCentred_data()
+{
+    QTest::addColumn<QSize>("itemSize");
+    QTest::addColumn<QSize>("pixels");
+    QTest::addColumn<QRect>("target");
+    QTest::addColumn<bool>("isPlain");
+
+    QTest::newRow("exactly") << QSize(300, 200) << QSize(300, 200) << QRect(0, 0, 300, 200) << false;
+    QTest::newRow("twice, bars at the sides")
+        << QSize(701, 400) << QSize(300, 200) << QRect(50, 0, 600, 400) << false;
+    QTest::newRow("bars above and below")
+        << QSize(300, 301) << QSize(300, 200) << QRect(0, 50, 300, 200) << false;
+    // Tiles do not end where device pixels do.
+    QTest::newRow("no seams when larger")
+        << QSize(437, 292) << QSize(300, 200) << QRect(0, 0, 437, 291) << true;
+    QTest::newRow("no seams when smaller")
+        << QSize(211, 200) << QSize(600, 400) << QRect(0, 30, 211, 140) << true;
+}
+
+void TestVZVirtualMachineView::fitsTheScreenSharpAndCentred()
+{
+    QFETCH(const QSize, itemSize);
+    QFETCH(const QSize, pixels);
+    QFETCH(const QRect, target);
+    QFETCH(const bool, isPlain);
+    QRandomGenerator random(3);
+    QImage image = noise(pixels, random);
+    if (isPlain)
+        image.fill(0x00ff8040);
+    Screen screen(itemSize);
+    QCOMPARE(screen.difference({}, {}), QString());
+    QVERIFY(screen.start(image));
+    QCOMPARE(screen.difference(image, target), QString());
+    QCOMPARE(QSizeF(screen.item->implicitWidth(), screen.item->implicitHeight()), QSizeF(pixels));
+}
+
+void TestVZVirtualMachineView::showsEveryChange()
+{
+    QRandomGenerator random(5);
+    QImage image = noise({600, 300}, random);
+    Screen screen(image.size());
+    QVERIFY(screen.start(image));
+    for (int step = 0; step < 40; ++step) {
+        QByteArray rectangles;
+        if (step % 10 == 9) {
+            image = noise({200 + random.bounded(400), 100 + random.bounded(300)}, random);
+            screen.resize(image.size() * (1 + step / 10 % 2));
+            rectangles = newSize(image.size()) + raw(image, image.rect());
+        } else {
+            const int x = random.bounded(image.width());
+            const int y = random.bounded(image.height());
+            const QRect area(x, y, 1 + random.bounded(image.width() - x),
+                             1 + random.bounded(image.height() - y));
+            const QRect small(random.bounded(image.width()), random.bounded(image.height()), 1, 1);
+            QPainter painter(&image);
+            painter.drawImage(area, noise(area.size(), random));
+            painter.fillRect(small, Qt::white);
+            painter.end();
+            rectangles = raw(image, area) + raw(image, small);
+        }
+        QVERIFY(screen.show(updateHeader(2) + rectangles));
+        const QSize shown = screen.window.size();
+        QCOMPARE(screen.difference(image, QRect(QPoint(), shown)), QString());
+    }
+}
+
+void TestVZVirtualMachineView::followsTheMachine()
+{
+    QImage image(20, 10, QImage::Format_RGB32);
+    image.fill(0x00112233);
+    Screen screen({20, 10});
+    QVERIFY(screen.start(image));
+    for (const State state : {State::pausing, State::paused, State::resuming, State::running})
+        screen.machine.setState(state);
+    QCOMPARE(screen.machine.timesOpened, 1);
+    QCOMPARE(screen.difference(image, image.rect()), QString());
+
+    for (const State state : {State::stopping, State::stopped, State::starting})
+        screen.machine.setState(state);
+    QCOMPARE(screen.difference({}, {}), QString());
+    QCOMPARE(screen.item->implicitWidth(), 0.0);
+    QCOMPARE(screen.machine.timesOpened, 1);
+    screen.machine.setState(State::running);
+    QCOMPARE(screen.machine.timesOpened, 2);
+    QVERIFY(screen.start(image));
+    QCOMPARE(screen.difference(image, image.rect()), QString());
+
+    // The emulator ends the connection alone: the picture stays until there is another.
+    screen.machine.peer->close();
+    QTRY_COMPARE(screen.machine.timesOpened, 3);
+    QCOMPARE(screen.difference(image, image.rect()), QString());
+    image.fill(0x00445566);
+    QVERIFY(screen.start(image));
+    QCOMPARE(screen.difference(image, image.rect()), QString());
+
+    auto other = std::make_unique<ShownMachine>();
+    screen.item->setVirtualMachine(other.get());
+    QCOMPARE(other->timesOpened, 1);
+    QCOMPARE(screen.difference({}, {}), QString());
+    other.reset();
+    QVERIFY(!screen.item->virtualMachine());
+    QCOMPARE(screen.difference({}, {}), QString());
+}
+
+void TestVZVirtualMachineView::asksForNothingWhileHidden()
+{
+    QImage image(20, 10, QImage::Format_RGB32);
+    image.fill(0x00112233);
+    Screen screen({20, 10});
+    QVERIFY(screen.start(image));
+    screen.item->setVisible(false);
+    (void)screen.machine.peer->received();
+    image.fill(0x00445566);
+    screen.machine.peer->send(updateHeader(1) + raw(image, image.rect()));
+    QTest::qWait(250);
+    QCOMPARE(screen.machine.peer->received(), QByteArray());
+    screen.item->setVisible(true);
+    QVERIFY(screen.show({}));
+    QCOMPARE(screen.difference(image, image.rect()), QString());
+}
+
+void TestVZVirtualMachineView::takesThePointersPicture()
+{
+    QRandomGenerator random(9);
+    Screen screen({40, 20});
+    QVERIFY(screen.start(noise({20, 10}, random)));
+    QCOMPARE(screen.item->cursor().shape(), Qt::ArrowCursor);
+    const QByteArray alphaCursor = uint32(static_cast<std::uint32_t>(-314));
+    QVERIFY(screen.show(updateHeader(1) + corner(1, 0, 2, 1) + alphaCursor + uint32(0) +
+                        QByteArray("\x00\x00\xff\xff\x00\x00\x00\x00", 8)));
+    QTRY_COMPARE(screen.item->cursor().shape(), Qt::BitmapCursor);
+    const QImage shown = screen.item->cursor().pixmap().toImage();
+    QCOMPARE(shown.size(), QSize(4, 2));
+    QCOMPARE(shown.pixelColor(1, 1), QColor(Qt::red));
+    QCOMPARE(shown.pixelColor(2, 1).alpha(), 0);
+    QCOMPARE(screen.item->cursor().hotSpot(), QPoint(2, 0));
+    QVERIFY(screen.show(updateHeader(1) + corner(0, 0, 0, 0) + alphaCursor + uint32(0)));
+    QTRY_COMPARE(screen.item->cursor().pixmap().toImage().pixelColor(0, 0).alpha(), 0);
+    screen.machine.setState(State::stopped);
+    QCOMPARE(screen.item->cursor().shape(), Qt::ArrowCursor);
+}
+
+void TestVZVirtualMachineView::isMadeInQml()
+{
+    QQmlEngine engine;
+    QQmlComponent component(&engine);
+    component.setData("import QtQuick\n"
+                      "import Kelvo.Components\n"
+                      "VirtualMachineViewRepresentable {}\n",
+                      {});
+    ShownMachine machine;
+    const std::unique_ptr<QObject> item(
+        component.createWithInitialProperties({{u"virtualMachine"_s, QVariant::fromValue(&machine)}}));
+    QVERIFY2(item, qPrintable(component.errorString()));
+    QCOMPARE(machine.timesOpened, 1);
+    QVERIFY(item->setProperty("virtualMachine", QVariant::fromValue<VZVirtualMachine *>(nullptr)));
+    QCOMPARE(item->findChild<VZVirtualMachineView *>()->virtualMachine(), nullptr);
+}
+
+KELVO_GUI_TEST_MAIN(TestVZVirtualMachineView)
+#include "tst_vzvirtualmachineview.moc"
