@@ -49,11 +49,20 @@ ConsolePresenter::DisplaySource ConsolePresenter::displaySource() const
     if (m_vm->state() != VMState::running && m_vm->state() != VMState::paused)
         return {};
     const VMBackendController &controller = m_manager->controller(*m_vm);
+    DisplaySource source;
+    if (controller.displayKind() == VMDisplayKind::hypervisorView) {
+        source.vzMachine = controller.vzMachine();
+        source.kind = source.vzMachine ? HypervisorView : StatusPanel;
+        return source;
+    }
     const std::optional<QString> host = controller.vncHost();
     const std::optional<qint64> port = controller.vncPort();
-    if (controller.displayKind() != VMDisplayKind::vnc || !host || !port)
+    if (!host || !port)
         return {};
-    return {.kind = VNC, .vncHost = *host, .vncPort = static_cast<int>(*port)};
+    source.kind = VNC;
+    source.vncHost = *host;
+    source.vncPort = static_cast<int>(*port);
+    return source;
 }
 
 ConsolePresenter::Status ConsolePresenter::status() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Models/VirtualMachine.h"
+#include "Platform/Hypervisor/VZVirtualMachine.h"
 
 #include <QObject>
 #include <QPointer>
@@ -20,6 +21,8 @@ class ConsolePresenter : public QObject
     Q_PROPERTY(Display display READ display NOTIFY displayChanged)
     Q_PROPERTY(QString vncHost READ vncHost NOTIFY displayChanged)
     Q_PROPERTY(int vncPort READ vncPort NOTIFY displayChanged)
+    /// What HypervisorView shows; null otherwise.
+    Q_PROPERTY(VZVirtualMachine *vzMachine READ vzMachine NOTIFY displayChanged)
     Q_PROPERTY(QString statusTitle READ statusTitle NOTIFY statusChanged)
     Q_PROPERTY(QString statusMessage READ statusMessage NOTIFY statusChanged)
     Q_PROPERTY(bool offersInstall READ offersInstall NOTIFY statusChanged)
@@ -30,7 +33,8 @@ public:
     enum Display
     {
         StatusPanel,
-        VNC
+        VNC,
+        HypervisorView
     };
     Q_ENUM(Display)
 
@@ -42,6 +46,7 @@ public:
     [[nodiscard]] Display display() const { return m_display.kind; }
     [[nodiscard]] QString vncHost() const { return m_display.vncHost; }
     [[nodiscard]] int vncPort() const { return m_display.vncPort; }
+    [[nodiscard]] VZVirtualMachine *vzMachine() const { return m_display.vzMachine; }
     [[nodiscard]] QString statusTitle() const { return m_status.title; }
     [[nodiscard]] QString statusMessage() const { return m_status.message; }
     [[nodiscard]] bool offersInstall() const { return m_status.offersInstall; }
@@ -63,6 +68,7 @@ private:
         Display kind = StatusPanel;
         QString vncHost;
         int vncPort = 0;
+        QPointer<VZVirtualMachine> vzMachine;
 
         bool operator==(const DisplaySource &) const = default;
     };

@@ -121,6 +121,15 @@ Item {
         onKeyboardReleased: toolbar.forceActiveFocus(Qt.TabFocusReason)
     }
 
+    VirtualMachineViewRepresentable {
+        anchors.top: divider.bottom
+        anchors.bottom: parent.bottom
+        width: parent.width
+        visible: consolePresenter.display === ConsolePresenter.HypervisorView
+        virtualMachine: consolePresenter.vzMachine
+        onKeyboardReleased: toolbar.forceActiveFocus(Qt.TabFocusReason)
+    }
+
     ContentUnavailableView {
         anchors.top: divider.bottom
         anchors.bottom: parent.bottom

@@ -1,4 +1,5 @@
 #include "App/AppStage.h"
+#include "Platform/Hypervisor/VZVirtualMachine.h"
 #include "UI/ConsolePresenter.h"
 #include "support/TestMain.h"
 
@@ -109,8 +110,19 @@ void ConsolePresenterTest::screenIsShownWhileThereIsOne()
 
     stage.controllerOf(vm)->display = VMDisplayKind::hypervisorView;
     finish(stage.state->vmManager()->start(vm));
-    QCOMPARE(presenter.display(), ConsolePresenter::StatusPanel); // a view that this layer does not offer
+    QCOMPARE(presenter.display(), ConsolePresenter::StatusPanel); // a view without a machine
     QCOMPARE(presenter.statusTitle(), u"Running"_s);
+
+    auto machine = std::make_unique<VZVirtualMachine>(VZVirtualMachineConfiguration());
+    stage.controllerOf(vm)->machine = machine.get();
+    presenter.refresh();
+    QCOMPARE(presenter.display(), ConsolePresenter::HypervisorView);
+    QCOMPARE(presenter.vzMachine(), machine.get());
+    stage.controllerOf(vm)->machine = nullptr;
+    machine.reset();
+    QCOMPARE(presenter.vzMachine(), nullptr);
+    finish(stage.state->vmManager()->stop(vm));
+    QCOMPARE(presenter.display(), ConsolePresenter::StatusPanel);
 }
 
 void ConsolePresenterTest::panelOffersTheNextStep_data()

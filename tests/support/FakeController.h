@@ -16,6 +16,7 @@ public:
     bool holdsOperations = false; ///< an operation waits until release()
     std::optional<qint64> port;   ///< set by configure()
     VMDisplayKind display = VMDisplayKind::vnc;
+    VZVirtualMachine *machine = nullptr; ///< not owned
 
     /// A held operation fails when the controller goes.
     ~FakeController() override;
@@ -25,7 +26,7 @@ public:
     [[nodiscard]] VMState state() const override { return currentState; }
     [[nodiscard]] VMBackendType backendType() const override { return VMBackendType::qemuHVF; }
     [[nodiscard]] VMDisplayKind displayKind() const override { return display; }
-    [[nodiscard]] VZVirtualMachine *vzMachine() const override { return nullptr; }
+    [[nodiscard]] VZVirtualMachine *vzMachine() const override { return machine; }
     [[nodiscard]] std::optional<QString> vncHost() const override;
     [[nodiscard]] std::optional<qint64> vncPort() const override { return port; }
     void configure(const VMConfiguration &configuration, VMBuildMode mode,

@@ -52,7 +52,7 @@ void VNCScreenItem::sendInput(std::span<const std::byte> messages)
 
 QRectF VNCScreenItem::guestRect() const
 {
-    return window() ? target(image().size()) : QRectF();
+    return window() ? screenTarget(size(), guestSize(), window()->effectiveDevicePixelRatio()) : QRectF();
 }
 
 QImage VNCScreenItem::image() const
@@ -75,7 +75,7 @@ QSGNode *VNCScreenItem::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)
         node = ScreenNode::create(*window(), {}).release();
     const QImage picture = image();
     const bool isNew = std::exchange(m_shownKey, picture.cacheKey()) != picture.cacheKey();
-    const QRectF target = screenTarget(size(), picture.size(), window()->effectiveDevicePixelRatio());
-    node->show({.image = picture, .mutex = {}}, boundingRect(), target, isNew ? picture.rect() : QRect());
+    node->show({.image = picture, .mutex = {}}, boundingRect(), guestRect(),
+               isNew ? picture.rect() : QRect());
     return node->asNode();
 }

@@ -44,7 +44,7 @@ bool hasDisplay(VZVirtualMachine::State state)
 } // namespace
 
 VZVirtualMachineView::VZVirtualMachineView(QQuickItem *parent)
-    : QQuickItem(parent)
+    : GuestScreenItem(parent)
 {
     setFlag(ItemHasContents);
     m_retry.setSingleShot(true);
@@ -75,6 +75,8 @@ void VZVirtualMachineView::setVirtualMachine(VZVirtualMachine *machine)
 
 void VZVirtualMachineView::follow()
 {
+    // What is down is released before the guest stands still.
+    setInputEnabled(m_machine && m_machine->state() == VZVirtualMachine::State::running);
     if (!m_machine || !hasDisplay(m_machine->state()))
         disconnectDisplay();
     else if (!m_channel)
@@ -92,6 +94,7 @@ void VZVirtualMachineView::connectDisplay()
     }
     connect(m_channel.get(), &DisplayChannel::updateReady, this, &VZVirtualMachineView::takeUpdate);
     connect(m_channel.get(), &DisplayChannel::cursorChanged, this, &VZVirtualMachineView::takeCursor);
+    connect(m_channel.get(), &DisplayChannel::inputChanged, this, &VZVirtualMachineView::updateInput);
     connect(m_channel.get(), &DisplayChannel::ended, this, &VZVirtualMachineView::handleEnd);
     updateWatching();
 }
@@ -100,6 +103,7 @@ void VZVirtualMachineView::disconnectDisplay()
 {
     m_retry.stop();
     m_channel.reset();
+    updateInput();
     m_owesRequest = false;
     m_cursor = {};
     showCursor();
@@ -111,6 +115,7 @@ void VZVirtualMachineView::handleEnd()
 {
     // Called by the channel itself.
     m_channel.release()->deleteLater();
+    updateInput();
     m_owesRequest = false;
     m_retry.start();
 }
@@ -161,13 +166,29 @@ void VZVirtualMachineView::showCursor()
     if (m_cursor.isNull() || !window())
         return unsetCursor();
     const qreal ratio = window()->effectiveDevicePixelRatio();
-    const QSizeF shown = screenTarget(size(), m_picture.image.size(), ratio).size();
+    const QSizeF shown = guestRect().size();
     const qreal scale = shown.isEmpty() ? 1 : shown.width() * ratio / m_picture.image.width();
     const QSize scaled = (QSizeF(m_cursor.size()) * scale).toSize().expandedTo({1, 1});
     QPixmap pixmap = QPixmap::fromImage(m_cursor.scaled(scaled));
     pixmap.setDevicePixelRatio(ratio);
     const QPoint hotSpot = (QPointF(m_cursorHotSpot) * scale / ratio).toPoint();
     setCursor(QCursor(pixmap, hotSpot.x(), hotSpot.y()));
+}
+
+QRectF VZVirtualMachineView::guestRect() const
+{
+    return screenTarget(size(), guestSize(), window() ? window()->effectiveDevicePixelRatio() : 1);
+}
+
+bool VZVirtualMachineView::canSendInput() const
+{
+    return m_channel && m_channel->takesExtendedKeys();
+}
+
+void VZVirtualMachineView::sendInput(std::span<const std::byte> messages)
+{
+    // An emulator that does not read has lost what was typed; the guest would not have seen it either.
+    (void)m_channel->send(messages);
 }
 
 QSGNode *VZVirtualMachineView::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)
@@ -203,7 +224,7 @@ void VZVirtualMachineView::itemChange(ItemChange change, const ItemChangeData &d
         update();
     if (change == ItemDevicePixelRatioHasChanged)
         setPicture(m_picture);
-    QQuickItem::itemChange(change, data);
+    GuestScreenItem::itemChange(change, data);
 }
 
 void VZVirtualMachineView::geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry)

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Platform/Hypervisor/VZVirtualMachine.h"
+#include "UI/Components/GuestScreenItem.h"
 #include "UI/Components/ScreenNode.h"
 
 #include <QPointer>
-#include <QQuickItem>
 #include <QTimer>
 
 #include <memory>
@@ -23,7 +23,7 @@ struct VZVirtualMachineForeign
 /// Shows the screen of a guest on the host hypervisor layer, without smoothing, as large as fits with its
 /// aspect ratio kept, centred on black. It connects when the machine runs, and again when it runs anew. Its
 /// implicit size is the screen's, one device pixel for each of the guest's.
-class VZVirtualMachineView : public QQuickItem
+class VZVirtualMachineView : public GuestScreenItem
 {
     Q_OBJECT
     QML_ELEMENT
@@ -42,6 +42,11 @@ Q_SIGNALS:
     void virtualMachineChanged();
 
 protected:
+    [[nodiscard]] QSize guestSize() const override { return m_picture.image.size(); }
+    [[nodiscard]] QRectF guestRect() const override;
+    [[nodiscard]] bool canSendInput() const override;
+    void sendInput(std::span<const std::byte> messages) override;
+
     QSGNode *updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *data) override;
     void itemChange(ItemChange change, const ItemChangeData &data) override;
     void geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) override;

@@ -160,6 +160,7 @@ private Q_SLOTS:
     void followsTheMachine();
     void asksForNothingWhileHidden();
     void takesThePointersPicture();
+    void passesInputOnWhileTheGuestRuns();
     void isMadeInQml();
 };
 
@@ -303,6 +304,31 @@ void TestVZVirtualMachineView::takesThePointersPicture()
     QTRY_COMPARE(screen.item->cursor().pixmap().toImage().pixelColor(0, 0).alpha(), 0);
     screen.machine.setState(State::stopped);
     QCOMPARE(screen.item->cursor().shape(), Qt::ArrowCursor);
+}
+
+void TestVZVirtualMachineView::passesInputOnWhileTheGuestRuns()
+{
+    QRandomGenerator random(13);
+    Screen screen({400, 200});
+    QVERIFY(screen.start(noise({100, 100}, random)));
+    const auto sent = [&screen](const QByteArray &message) {
+        QByteArray bytes;
+        return QTest::qWaitFor([&] { return (bytes += screen.machine.peer->received()).contains(message); },
+                               2000);
+    };
+    screen.item->forceActiveFocus();
+    QVERIFY(!screen.item->hasKeyboard());
+    QVERIFY(screen.show(updateHeader(1) + corner(0, 0, 100, 100) + uint32(static_cast<std::uint32_t>(-258))));
+    QTRY_VERIFY(screen.item->hasKeyboard());
+    QTest::keyPress(&screen.window, Qt::Key_A);
+    const QByteArray key("\xff\x00\x00\x01\x00\x00\x00\x00\x00\x00\x00\x1e", 12);
+    QVERIFY(sent(key));
+    // Twice as large, between bars of 100.
+    QTest::mousePress(&screen.window, Qt::LeftButton, {}, {100 + 51, 99});
+    QVERIFY(sent(QByteArray("\x05\x01\x00\x19\x00\x31", 6)));
+    screen.machine.setState(State::pausing);
+    QVERIFY(sent(QByteArray(key).replace(3, 1, QByteArray(1, '\0'))));
+    QVERIFY(!screen.item->hasKeyboard());
 }
 
 void TestVZVirtualMachineView::isMadeInQml()
