@@ -119,8 +119,24 @@ void CreateVMModel::goBack()
 
 void CreateVMModel::goForward()
 {
-    if (!isLastStep() && canContinue())
-        setStep(m_step + 1);
+    if (isLastStep() || !canContinue())
+        return;
+    if (m_step == 1)
+        fitHardwareToHost();
+    setStep(m_step + 1);
+}
+
+/// The figures to begin with are the same on every host, but the hypervisor layer refuses what is beyond a
+/// small one.
+void CreateVMModel::fitHardwareToHost()
+{
+    if (!m_appState || recommendedBackend(m_guestOS) != VMBackendType::appleVirtualization)
+        return;
+    const SystemCapabilities &host = m_appState->vmManager()->systemCapabilities();
+    m_cpuCount = std::clamp(m_cpuCount, host.allowedCPUCountRange.minimum, host.allowedCPUCountRange.maximum);
+    const QList<quint64> &options = VMConfiguration::memoryOptions();
+    while (m_memoryBytes > host.allowedMemoryRange.maximum && m_memoryBytes != options.first())
+        m_memoryBytes = options.at(options.indexOf(m_memoryBytes) - 1);
 }
 
 void CreateVMModel::setStep(int step)

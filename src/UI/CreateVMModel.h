@@ -151,6 +151,7 @@ private:
     void refuseExistingBundle() const;
     [[nodiscard]] SteppedValue steppedCPUCount() const;
     void setStep(int step);
+    void fitHardwareToHost();
     void setCreating(bool creating);
     template<typename Value>
     void set(Value &member, const Value &value);

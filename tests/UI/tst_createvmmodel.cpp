@@ -53,6 +53,7 @@ private Q_SLOTS:
     void stepperKeepsToItsRange_data();
     void stepperKeepsToItsRange();
     void processorsStartAtFourOnEveryHost();
+    void hypervisorGuestsFitTheHost();
     void summaryListsWhatWasChosen();
     void summaryHintsAtTheBackend();
     void createdMachineIsAsChosen();
@@ -158,6 +159,18 @@ void CreateVMModelTest::processorsStartAtFourOnEveryHost()
     for (int press = 0; press < 1000; ++press)
         stage.wizard->increaseCPUs();
     QCOMPARE(stage.wizard->cpuCount(), range.maximum);
+}
+
+void CreateVMModelTest::hypervisorGuestsFitTheHost()
+{
+    for (const int guest : {1, 2}) {
+        WizardStage stage;
+        stage.wizard->setGuestOSIndex(guest);
+        QCOMPARE(stage.wizard->cpuCount(), 4);
+        stage.goTo(2);
+        const auto range = stage.app.state->vmManager()->systemCapabilities().allowedCPUCountRange;
+        QCOMPARE(stage.wizard->cpuCount(), std::min<qint64>(4, range.maximum));
+    }
 }
 
 void CreateVMModelTest::summaryListsWhatWasChosen()
