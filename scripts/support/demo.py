@@ -26,7 +26,7 @@ def demo(arguments, desktop):
 
     with Kelvo(desktop, arguments.program, home) as kelvo:
         say("making a machine in the wizard")
-        kelvo.create_windows_machine(image)
+        kelvo.create_machine(image)
         kelvo.console(NAME, timeout=30)
         if arguments.display == "user":
             say("the installer's first screen takes a minute; the demo's machine goes when you close Kelvo")

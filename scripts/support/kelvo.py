@@ -15,12 +15,12 @@ class Kelvo(Application):
         self.log = home / "kelvo.log"
         super().__init__(desktop, [str(program), "--color-scheme", "light"], {"HOME": str(home)}, self.log, home)
 
-    def create_windows_machine(self, image):
+    def create_machine(self, image, kind="Windows 11 ARM64"):
         """Goes through the wizard, which then starts the installation. The image lies below the home folder."""
         main = self.window(MACHINES)
         main.find("New Virtual Machine", "push button").press()
         wizard = main.find("New Virtual Machine", "dialog")
-        wizard.find("Windows 11 ARM64", "radio button").press()
+        wizard.find(kind, "radio button").press()
         wizard.find("Continue").press()
         wizard.find("Choose ISO…").press()
         self._choose_file(main.find("Choose ISO", "dialog"), image)

@@ -3,20 +3,10 @@
 
 import os
 
+from firmware import shows_firmware
 from stage import EMULATOR, TPM, check, display_port, guest_status, is_listening, run
 
 NAME = "Windows 11"
-
-
-YELLOW, CYAN = (255, 255, 0), (0, 255, 255)
-# Where the headings of the firmware's shell begin on a console that shows the guest's whole screen.
-HEADINGS = (0.1, 0.1, 0.3, 0.6)
-
-
-def shows_firmware(picture):
-    """Its shell has headings that are yellow, and that would be cyan with red and blue taken for each other."""
-    return (picture.share((0, 0, 0)) > 0.7 and picture.share(YELLOW, HEADINGS, tolerance=90) > 0.001
-            and picture.share(CYAN, tolerance=90) == 0)
 
 
 def life_of_a_machine(stage):
@@ -28,7 +18,7 @@ def life_of_a_machine(stage):
     bundle = stage.home / "Virtual Machines" / f"{NAME}.vm"
 
     with stage.kelvo() as kelvo:
-        kelvo.create_windows_machine(image)
+        kelvo.create_machine(image)
         console = kelvo.console(NAME, timeout=30)
         kelvo.wait_for_picture(NAME, shows_firmware, 60, "the firmware's screen in the console")
         emulators = stage.guests(EMULATOR)

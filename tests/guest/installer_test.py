@@ -14,7 +14,7 @@ def installer_comes_up(stage):
     image = stage.home / "installer.iso"
     image.symlink_to(Path(sys.argv[3]).resolve())
     with stage.kelvo() as kelvo:
-        kelvo.create_windows_machine(image)
+        kelvo.create_machine(image)
         kelvo.console(NAME, timeout=30)
         kelvo.wait_for_picture(NAME, shows_installer, TIMEOUT, "the installer's first screen in its colours")
         emulators = stage.guests(EMULATOR)

@@ -1,0 +1,11 @@
+"""What the firmware's shell looks like."""
+
+YELLOW, CYAN = (255, 255, 0), (0, 255, 255)
+# Where the headings of the firmware's shell begin on a console that shows the guest's whole screen.
+HEADINGS = (0.1, 0.05, 0.5, 0.6)
+
+
+def shows_firmware(picture):
+    """Its shell has headings that are yellow, and that would be cyan with red and blue taken for each other."""
+    return (picture.share((0, 0, 0)) > 0.7 and picture.share(YELLOW, HEADINGS, tolerance=90) > 0.0003
+            and picture.share(CYAN, tolerance=90) == 0)

@@ -1,0 +1,61 @@
+#!/usr/bin/python3
+"""A Linux machine on the hypervisor layer as its owner sees it: screen, keys, pause, and both ways to an end."""
+
+import os
+
+from firmware import shows_firmware
+from stage import EMULATOR, check, run
+
+NAME = "Linux ARM64"
+
+
+def identity(command):
+    """What tells the guest which machine it is: its UUID, its network address, its variable store."""
+    uuid = command[command.index("-uuid") + 1]
+    network = next(word for word in command if word.startswith("virtio-net-pci"))
+    store = next(word for word in command if '"node-name":"vars"' in word)
+    return uuid, network, store
+
+
+def life_of_a_linux_machine(stage):
+    # Nothing to boot from: the firmware stays in its shell.
+    image = stage.home / "linux.iso"
+    with open(image, "wb") as file:
+        os.truncate(file.fileno(), 1 << 20)
+
+    with stage.kelvo() as kelvo:
+        kelvo.create_machine(image, "Linux ARM64")
+        console = kelvo.console(NAME, timeout=30)
+        kelvo.wait_for_picture(NAME, shows_firmware, 60, "the firmware's screen in the console")
+        emulators = stage.guests(EMULATOR)
+        check(len(emulators) == 1, f"not one guest runs: {stage.desktop.processes()}")
+        check(not stage.sockets(), f"others could reach the guest: {stage.sockets()}")
+
+        before = kelvo.wait_for_still_picture(NAME, 60)
+        console.find("Guest screen").click()
+        kelvo.type_text("echo typed")
+        kelvo.wait_for_picture(NAME, lambda picture: picture != before, 20, "the typed text in the firmware's shell")
+
+        console.find("Pause").press()
+        console.find("Paused", "label")
+        console.find("Resume").press()
+        console.find("Running", "label")
+        kelvo.stop(NAME)
+        check(not stage.guests(EMULATOR), f"left behind: {stage.desktop.processes()}")
+
+        console.find("Finish Install", "push button").press()
+        console.find("Start", "push button").press()
+        console.find("Running", "label", timeout=30)
+        check(identity(stage.guests(EMULATOR)[0]) == identity(emulators[0]), "it starts as another machine")
+        kelvo.wait_for_picture(NAME, shows_firmware, 60, "the firmware's screen after the second start")
+        kelvo.wait_for_still_picture(NAME, 60)
+        console.find("Guest screen").click()
+        kelvo.type_text("reset -s")
+        kelvo.keys("Return")
+        console.find("Powered Off", "label", timeout=60)
+        check(not stage.guests(EMULATOR), f"left behind: {stage.desktop.processes()}")
+        kelvo.quit()
+
+
+if __name__ == "__main__":
+    run(life_of_a_linux_machine, 240)
