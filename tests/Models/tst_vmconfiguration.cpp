@@ -106,11 +106,11 @@ void VMConfigurationTest::absentOptionalKeysFallBack()
     QCOMPARE(configuration.vncPort, VMConfiguration::defaultVNCPort(configuration.id));
     QVERIFY(configuration.createdAt.secsTo(QDateTime::currentDateTimeUtc()) < 60);
     QCOMPARE(decodeConfiguration(changed("guestOS", u"Windows 11 ARM64"_s)).backend, VMBackendType::qemuHVF);
-    QCOMPARE(decodeConfiguration(changed("future", QJsonObject())), [&] {
-        VMConfiguration same = decodeConfiguration(changed("future", QJsonObject()));
-        same.name = u"A"_s;
-        return same;
-    }());
+    // A key of a later version is passed over.
+    VMConfiguration later = decodeConfiguration(changed("future", QJsonObject()));
+    later.createdAt = configuration.createdAt;
+    later.modifiedAt = configuration.modifiedAt;
+    QCOMPARE(later, configuration);
 }
 
 void VMConfigurationTest::faultyDocumentsAreRefused_data()
