@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -43,6 +44,7 @@ GuestScreenItem::GuestScreenItem(QQuickItem *parent)
     setAcceptedMouseButtons(Qt::LeftButton | Qt::MiddleButton | Qt::RightButton);
     setAcceptHoverEvents(true);
     setActiveFocusOnTab(true);
+    watchWindow(window());
 }
 
 GuestScreenItem::~GuestScreenItem()
@@ -65,7 +67,7 @@ void GuestScreenItem::updateInput()
 {
     if (!takesInput())
         (void)m_state.releaseAll();
-    setHasKeyboard(hasActiveFocus() && takesInput());
+    setHasKeyboard(hasActiveFocus() && takesInput() && window()->isVisible());
 }
 
 bool GuestScreenItem::event(QEvent *event)
@@ -103,19 +105,20 @@ void GuestScreenItem::keyReleaseEvent(QKeyEvent *event)
 
 void GuestScreenItem::followChord(int key, bool isPress)
 {
-    const bool isPart = key == Qt::Key_Control || key == Qt::Key_Alt || key == Qt::Key_Meta;
-    if (isPress && isPart && m_state.pressedKeys().empty())
+    const bool isPart = key == Qt::Key_Control || key == Qt::Key_Alt;
+    if (!isPress) {
+        if (std::exchange(m_chord, Chord::none) == Chord::complete) {
+            releaseAll();
+            Q_EMIT keyboardReleased();
+        }
+    } else if (isPart && m_state.pressedKeys().empty()) {
         m_chord = Chord::partial;
-    else if (isPress && isPart && m_chord == Chord::partial && m_state.pressedKeys().size() == 1)
+        m_chordKey = key;
+    } else if (isPart && m_chord == Chord::partial && key != m_chordKey) {
         m_chord = Chord::complete;
-    else if (isPress)
+    } else {
         m_chord = Chord::none;
-    else if (m_chord == Chord::complete) {
-        m_chord = Chord::none;
-        releaseAll();
-        Q_EMIT keyboardReleased();
-    } else if (m_state.pressedKeys().empty())
-        m_chord = Chord::none;
+    }
 }
 
 void GuestScreenItem::focusInEvent(QFocusEvent *event)
@@ -188,8 +191,20 @@ void GuestScreenItem::itemChange(ItemChange change, const ItemChangeData &value)
         setFocus(false);
     } else if (change == ItemSceneChange) {
         grabKeyboard(false);
+        watchWindow(value.window);
     }
     QQuickItem::itemChange(change, value);
+}
+
+void GuestScreenItem::watchWindow(QQuickWindow *window)
+{
+    QObject::disconnect(m_windowConnection);
+    if (window)
+        m_windowConnection = connect(window, &QWindow::visibleChanged, this, [this](bool isVisible) {
+            if (!isVisible)
+                releaseAll();
+            updateInput();
+        });
 }
 
 void GuestScreenItem::send(const rfb::InputState::Messages &messages)

@@ -74,6 +74,7 @@ private:
     [[nodiscard]] bool takesInput() const { return m_isInputEnabled && canSendInput(); }
     void send(const rfb::InputState::Messages &messages);
     void releaseAll();
+    void watchWindow(QQuickWindow *window);
     void followChord(int key, bool isPress);
     void setHasKeyboard(bool hasKeyboard);
     void grabKeyboard(bool isGrabbed);
@@ -81,9 +82,11 @@ private:
     [[nodiscard]] rfb::Point clampedPixel(QPointF position) const;
     [[nodiscard]] std::optional<rfb::Point> pixel(QPointF position) const;
 
+    QMetaObject::Connection m_windowConnection;
     rfb::InputState m_state;
     bool m_isInputEnabled = true;
     bool m_hasKeyboard = false;
     Chord m_chord = Chord::none;
+    int m_chordKey = 0;  ///< the one that is down while the chord is partial
     int m_wheelRest = 0; ///< eighths of a degree that make no whole step yet
 };

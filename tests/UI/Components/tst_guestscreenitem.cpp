@@ -1,0 +1,241 @@
+#include "UI/Components/GuestScreenItem.h"
+#include "UI/Components/KeyScanCode.h"
+#include "support/TestMain.h"
+
+#include <QQuickWindow>
+#include <QShortcut>
+#include <QSignalSpy>
+
+#include <functional>
+
+namespace {
+
+/// A screen of 20 × 10 pixels, ten times as large, between bars of 50 at its sides. Notes what is sent.
+class NotingScreen final : public GuestScreenItem
+{
+public:
+    using GuestScreenItem::GuestScreenItem;
+
+    /// As hexadecimal digits.
+    [[nodiscard]] QByteArray takeSent() { return std::exchange(m_sent, {}).toHex(); }
+
+protected:
+    [[nodiscard]] QSize guestSize() const override { return {20, 10}; }
+    [[nodiscard]] QRectF guestRect() const override { return {50, 0, 200, 100}; }
+    [[nodiscard]] bool canSendInput() const override { return true; }
+    void sendInput(std::span<const std::byte> messages) override
+    {
+        m_sent.append(reinterpret_cast<const char *>(messages.data()),
+                      static_cast<qsizetype>(messages.size()));
+    }
+
+private:
+    QByteArray m_sent;
+};
+
+struct Stage
+{
+    Stage()
+        : screen(new NotingScreen(window.contentItem()))
+    {
+        window.resize(300, 100);
+        screen->setSize({300, 100});
+        window.show();
+        window.requestActivate();
+        if (!QTest::qWaitForWindowActive(&window))
+            qFatal("no active window");
+        screen->forceActiveFocus();
+        (void)screen->takeSent();
+    }
+
+    void key(QEvent::Type type, Qt::Key key, quint32 native = 0, bool isRepeat = false)
+    {
+        QKeyEvent event(type, key, {}, native, 0, 0, {}, isRepeat);
+        QCoreApplication::sendEvent(&window, &event);
+    }
+    void wheel(QPointF position, int angle)
+    {
+        QWheelEvent event(position, window.mapToGlobal(position), {}, {0, angle}, {}, {}, Qt::NoScrollPhase,
+                          false);
+        QCoreApplication::sendEvent(&window, &event);
+    }
+
+    QQuickWindow window;
+    NotingScreen *screen;
+};
+
+const QByteArray aDown = "ff000001000000000000001e";
+const QByteArray aUp = "ff000000000000000000001e";
+const QByteArray leftDown = "050100000000";
+const QByteArray leftUp = "050000000000";
+
+} // namespace
+
+class TestGuestScreenItem : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void releasesWhatIsDown_data();
+    void releasesWhatIsDown();
+    void keysGoByTheirPlace_data();
+    void keysGoByTheirPlace();
+    void shortcutsOfTheWindowWait();
+    void dropsWhatTheHostRepeats();
+    void givesTheKeyboardBack_data();
+    void givesTheKeyboardBack();
+    void pointerKeepsToTheScreen();
+    void collectsTurnsOfTheWheel();
+};
+
+void TestGuestScreenItem::releasesWhatIsDown_data()
+{
+    using Action = std::function<void(Stage &)>;
+    QTest::addColumn<Action>("action");
+
+    QTest::newRow("focus elsewhere") << Action([](Stage &stage) { stage.screen->setFocus(false); });
+    QTest::newRow("hidden") << Action([](Stage &stage) { stage.screen->setVisible(false); });
+    QTest::newRow("disabled") << Action([](Stage &stage) { stage.screen->setEnabled(false); });
+    QTest::newRow("paused") << Action([](Stage &stage) { stage.screen->setInputEnabled(false); });
+    QTest::newRow("window left") << Action([](Stage &stage) {
+        QFocusEvent event(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
+        QCoreApplication::sendEvent(&stage.window, &event);
+    });
+    QTest::newRow("window closed") << Action([](Stage &stage) { stage.window.close(); });
+}
+
+void TestGuestScreenItem::releasesWhatIsDown()
+{
+    QFETCH(const std::function<void(Stage &)>, action);
+    Stage stage;
+    QTest::mousePress(&stage.window, Qt::LeftButton, {}, {50, 0});
+    QTest::keyPress(&stage.window, Qt::Key_A);
+    QCOMPARE(stage.screen->takeSent(), leftDown + aDown);
+    action(stage);
+    QTRY_VERIFY(!stage.screen->hasKeyboard());
+    QCOMPARE(stage.screen->takeSent(), aUp + leftUp);
+    QTest::keyRelease(&stage.window, Qt::Key_A);
+    QTest::mouseRelease(&stage.window, Qt::LeftButton, {}, {50, 0});
+    QCOMPARE(stage.screen->takeSent(), QByteArray());
+}
+
+void TestGuestScreenItem::keysGoByTheirPlace_data()
+{
+    QTest::addColumn<Qt::Key>("key");
+    QTest::addColumn<quint32>("native");
+    QTest::addColumn<int>("scanCode");
+
+    QTest::newRow("Y of a German keyboard") << Qt::Key_Y << 52U << 0x2c;
+    QTest::newRow("letter of a Greek one") << Qt::Key(0x3b1) << 38U << 0x1e;
+    QTest::newRow("dead key") << Qt::Key_Dead_Circumflex << 49U << 0x29;
+    QTest::newRow("right Control") << Qt::Key_Control << 105U << 0x9d;
+    QTest::newRow("key without a scan code") << Qt::Key_MicMute << 256U << -1;
+    QTest::newRow("made by a program") << Qt::Key_Question << 0U << 0x35;
+    QTest::newRow("made by a program, the last of a row") << Qt::Key_M << 0U << 0x32;
+    QTest::newRow("made by a program, Backtab") << Qt::Key_Backtab << 0U << 0x0f;
+    QTest::newRow("made by a program, on no US keyboard") << Qt::Key_Odiaeresis << 0U << -1;
+}
+
+void TestGuestScreenItem::keysGoByTheirPlace()
+{
+    QFETCH(const Qt::Key, key);
+    QFETCH(const quint32, native);
+    QFETCH(const int, scanCode);
+    const auto found = scanCodeOf(QKeyEvent(QEvent::KeyPress, key, {}, native, 0, 0));
+    QCOMPARE(found ? *found : -1, scanCode);
+}
+
+void TestGuestScreenItem::shortcutsOfTheWindowWait()
+{
+    Stage stage;
+    QShortcut shortcut(QKeySequence(Qt::CTRL | Qt::Key_W), &stage.window);
+    QSignalSpy closed(&shortcut, &QShortcut::activated);
+    QTest::keyClick(&stage.window, Qt::Key_W, Qt::ControlModifier);
+    QCOMPARE(closed.count(), 0);
+    QVERIFY(stage.screen->takeSent().contains("000011"));
+    stage.screen->setInputEnabled(false);
+    QTest::keyClick(&stage.window, Qt::Key_W, Qt::ControlModifier);
+    QCOMPARE(closed.count(), 1);
+    QCOMPARE(stage.screen->takeSent(), QByteArray());
+}
+
+void TestGuestScreenItem::dropsWhatTheHostRepeats()
+{
+    Stage stage;
+    stage.key(QEvent::KeyPress, Qt::Key_A);
+    stage.key(QEvent::KeyRelease, Qt::Key_A, 0, true);
+    stage.key(QEvent::KeyPress, Qt::Key_A, 0, true);
+    stage.key(QEvent::KeyRelease, Qt::Key_A);
+    QCOMPARE(stage.screen->takeSent(), aDown + aUp);
+}
+
+void TestGuestScreenItem::givesTheKeyboardBack_data()
+{
+    QTest::addColumn<QList<int>>("keys"); // a negative one is released
+    QTest::addColumn<int>("times");
+
+    QTest::newRow("Control, Alt") << QList<int>{Qt::Key_Control, Qt::Key_Alt, -Qt::Key_Alt, -Qt::Key_Control}
+                                  << 1;
+    QTest::newRow("Alt, Control") << QList<int>{Qt::Key_Alt, Qt::Key_Control, -Qt::Key_Alt, -Qt::Key_Control}
+                                  << 1;
+    QTest::newRow("not before the release") << QList<int>{Qt::Key_Control, Qt::Key_Alt} << 0;
+    QTest::newRow("one after the other")
+        << QList<int>{Qt::Key_Control, -Qt::Key_Control, Qt::Key_Alt, -Qt::Key_Alt} << 0;
+    QTest::newRow("Control, Alt, Delete")
+        << QList<int>{Qt::Key_Control, Qt::Key_Alt, Qt::Key_Delete, -Qt::Key_Delete, -Qt::Key_Alt} << 0;
+    QTest::newRow("Control, Windows key")
+        << QList<int>{Qt::Key_Control, Qt::Key_Meta, -Qt::Key_Meta, -Qt::Key_Control} << 0;
+    QTest::newRow("Shift, Control, Alt")
+        << QList<int>{Qt::Key_Shift, Qt::Key_Control, Qt::Key_Alt, -Qt::Key_Alt, -Qt::Key_Control} << 0;
+}
+
+void TestGuestScreenItem::givesTheKeyboardBack()
+{
+    QFETCH(const QList<int>, keys);
+    Stage stage;
+    QSignalSpy released(stage.screen, &GuestScreenItem::keyboardReleased);
+    for (const int key : keys)
+        stage.key(key > 0 ? QEvent::KeyPress : QEvent::KeyRelease, Qt::Key(std::abs(key)));
+    QTEST(static_cast<int>(released.count()), "times");
+}
+
+void TestGuestScreenItem::pointerKeepsToTheScreen()
+{
+    Stage stage;
+    QTest::mousePress(&stage.window, Qt::LeftButton, {}, {49, 50}); // begins in the bar
+    QTest::mouseMove(&stage.window, {150, 50});
+    QTest::mouseRelease(&stage.window, Qt::LeftButton, {}, {150, 50});
+    QVERIFY(!stage.screen->takeSent().contains("0501"));
+    QTest::mousePress(&stage.window, Qt::LeftButton, {}, {249, 99});
+    QTest::mouseMove(&stage.window, {299, 20});
+    QTest::mouseRelease(&stage.window, Qt::LeftButton, {}, {10, 20});
+    QCOMPARE(stage.screen->takeSent(), QByteArray("050000130009"
+                                                  "050100130009"
+                                                  "050100130002"
+                                                  "050100000002"
+                                                  "050000000002"));
+    QTest::mouseMove(&stage.window, {55, 5});
+    QTest::mouseMove(&stage.window, {59, 9}); // the same pixel
+    QTest::mouseMove(&stage.window, {45, 9});
+    QCOMPARE(stage.screen->takeSent(), leftUp);
+}
+
+void TestGuestScreenItem::collectsTurnsOfTheWheel()
+{
+    Stage stage;
+    const QByteArray up = "050800000000" + leftUp;
+    const QByteArray down = "051000000000" + leftUp;
+    stage.wheel({50, 0}, 80);
+    QCOMPARE(stage.screen->takeSent(), QByteArray());
+    stage.wheel({50, 0}, 80);
+    QCOMPARE(stage.screen->takeSent(), up);
+    stage.wheel({50, 0}, -280);
+    QCOMPARE(stage.screen->takeSent(), down.repeated(2));
+    stage.wheel({20, 0}, 240); // over the bar
+    QCOMPARE(stage.screen->takeSent(), QByteArray());
+    stage.wheel({50, 0}, 1 << 30);
+    QCOMPARE(stage.screen->takeSent(), up.repeated(20));
+}
+
+KELVO_GUI_TEST_MAIN(TestGuestScreenItem)
+#include "tst_guestscreenitem.moc"
