@@ -24,7 +24,7 @@ public:
     Q_DISABLE_COPY_MOVE(VNCConnection)
 
     /// Sends whole client messages, or nothing of them when too many wait already. Never waits.
-    void post(std::span<const std::byte> messages) { m_stream->post(messages); }
+    [[nodiscard]] bool post(std::span<const std::byte> messages) { return m_stream->post(messages); }
 
     [[nodiscard]] const std::shared_ptr<VNCMailbox> &mailbox() const { return m_mailbox; }
 

@@ -44,8 +44,11 @@ void VNCInputConnection::disconnect()
 
 void VNCInputConnection::send(std::span<const std::byte> messages)
 {
-    if (m_isAvailable)
-        m_connection->post(messages);
+    if (!m_isAvailable || m_connection->post(messages))
+        return;
+    // A lost release would leave a key down for ever; the server lifts what is down when its client goes.
+    disconnect();
+    setFailed(true);
 }
 
 void VNCInputConnection::handleEvent()

@@ -35,7 +35,8 @@ public:
     /// Gives up the present connection. Returns at once.
     Q_INVOKABLE void connect(const QString &host, qint64 port);
     Q_INVOKABLE void disconnect();
-    /// Whole client messages of RFB. They are dropped while the server takes none, or does not read.
+    /// Whole client messages of RFB. They are dropped while the server takes none. A server that has not read
+    /// for so long that no more may wait is given up.
     void send(std::span<const std::byte> messages);
 
 Q_SIGNALS:
