@@ -3,7 +3,7 @@
 
 import os
 
-from firmware import shows_firmware
+from firmware import shows_firmware, shows_menu
 from stage import EMULATOR, TPM, check, display_port, guest_status, is_listening, run
 
 NAME = "Windows 11"
@@ -38,8 +38,10 @@ def life_of_a_machine(stage):
 
         kelvo.console(NAME).find("Guest screen").click()
         before = kelvo.wait_for_still_picture(NAME, 60)
-        kelvo.type_text("echo typed")
+        kelvo.type_text("exit")
         kelvo.wait_for_picture(NAME, lambda picture: picture != before, 20, "the typed text in the firmware's shell")
+        kelvo.keys("Return")
+        kelvo.wait_for_picture(NAME, shows_menu, 60, "the firmware's menu, to which the shell's end leads")
 
         kelvo.stop(NAME)
         stage.check_nothing_left(port)

@@ -1,4 +1,4 @@
-"""What the firmware's shell looks like."""
+"""What the firmware's screens look like."""
 
 YELLOW, CYAN = (255, 255, 0), (0, 255, 255)
 # Where the headings of the firmware's shell begin on a console that shows the guest's whole screen.
@@ -9,3 +9,8 @@ def shows_firmware(picture):
     """Its shell has headings that are yellow, and that would be cyan with red and blue taken for each other."""
     return (picture.share((0, 0, 0)) > 0.7 and picture.share(YELLOW, HEADINGS, tolerance=90) > 0.0003
             and picture.share(CYAN, tolerance=90) == 0)
+
+
+def shows_menu(picture):
+    """It has a background, unlike the shell."""
+    return picture.share((0, 0, 0)) < 0.6
