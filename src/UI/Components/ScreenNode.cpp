@@ -8,6 +8,7 @@
 #include <QSGRenderNode>
 #include <QSGRendererInterface>
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -40,15 +41,27 @@ private:
     QRectF m_rect;
 };
 
-bool hasAlphaChannel(const QPaintDevice &device)
+/// Where the picture was drawn its unused bytes became the surface's alpha, if that has any.
+void makeOpaque(QPainter &painter, const QRectF &rect)
 {
-    switch (device.devType()) {
-    case QInternal::Image:
-        return static_cast<const QImage &>(device).hasAlphaChannel();
-    case QInternal::Pixmap:
-        return static_cast<const QPixmap &>(device).hasAlphaChannel();
-    default:
-        return true;
+    QPaintDevice *device = painter.device();
+    if (device->devType() != QInternal::Image) {
+        painter.setCompositionMode(QPainter::CompositionMode_DestinationOver);
+        painter.fillRect(rect, Qt::black);
+        return;
+    }
+    const QImage &image = *static_cast<QImage *>(device);
+    if (!image.hasAlphaChannel() || image.depth() != 32)
+        return;
+    // The window's own surface, just written and still in the processor's caches: blending would take longer
+    // than drawing did.
+    const QRegion drawn = painter.deviceTransform().map(painter.clipRegion()) & image.rect();
+    for (const QRect &part : drawn) {
+        for (int y = part.top(); y <= part.bottom(); ++y) {
+            auto *row = reinterpret_cast<QRgb *>(const_cast<uchar *>(image.constScanLine(y)));
+            std::for_each(row + part.left(), row + part.right() + 1,
+                          [](QRgb &pixel) { pixel |= 0xff000000; });
+        }
     }
 }
 
@@ -69,11 +82,7 @@ void PaintedTile::render(const RenderState *state)
     // The whole picture clipped: tiles scaled by themselves would not meet on the same device pixels.
     painter->setClipRect(m_rect, Qt::IntersectClip);
     painter->drawImage(m_painting.target, m_painting.picture.image);
-    // Such a surface has got the picture's unused bytes for its alpha.
-    if (hasAlphaChannel(*painter->device())) {
-        painter->setCompositionMode(QPainter::CompositionMode_DestinationOver);
-        painter->fillRect(m_rect, Qt::black);
-    }
+    makeOpaque(*painter, m_rect);
 }
 
 /// The same memory, its unused bytes taken for alpha and its colours for multiplied by it already. Blended
