@@ -1,16 +1,13 @@
-#include "Platform/FileManager.h"
-#include "Platform/FileUrl.h"
 #include "Platform/Hypervisor/EmulatorSession.h"
 #include "Platform/Hypervisor/VZError.h"
 #include "Platform/Hypervisor/VZVirtualMachine.h"
+#include "guest/GuestBundle.h"
 #include "support/EventLoopBeat.h"
 #include "support/Expectations.h"
 #include "support/ProcessCensus.h"
 #include "support/TestMain.h"
 
-#include <QDir>
-#include <QProcess>
-#include <QTemporaryDir>
+#include <QFile>
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -37,45 +34,6 @@ private Q_SLOTS:
 };
 
 namespace {
-
-/// A machine in a folder of its own that has nothing to boot but, perhaps, a script for the firmware's shell.
-class Bundle
-{
-public:
-    explicit Bundle(const QString &script = {})
-    {
-        const QString disk = m_folder.filePath(u"disk, no. 1.img"_s);
-        FileManager::defaultManager().createFile(disk);
-        FileManager::defaultManager().truncateFile(disk, quint64(64) << 20);
-        if (!script.isEmpty())
-            addScript(disk, script);
-        const VZEFIVariableStore store =
-            VZEFIVariableStore::creatingVariableStore(FileUrl::file(m_folder.filePath(u"variables"_s)));
-        configuration.cpuCount = 1;
-        configuration.memorySize = quint64(512) << 20;
-        configuration.platform = VZGenericPlatformConfiguration{VZGenericMachineIdentifier()};
-        configuration.bootLoader = VZEFIBootLoader{store};
-        configuration.storageDevices = {
-            VZVirtioBlockDeviceConfiguration{VZDiskImageStorageDeviceAttachment(FileUrl::file(disk), false)}};
-        configuration.networkDevices = {VZVirtioNetworkDeviceConfiguration{VZNATNetworkDeviceAttachment()}};
-        configuration.graphicsDevices = {VZVirtioGraphicsDeviceConfiguration{{{1280, 800}}}};
-        configuration.pointingDevices = {VZUSBScreenCoordinatePointingDeviceConfiguration()};
-        configuration.keyboards = {VZUSBKeyboardConfiguration()};
-    }
-
-    VZVirtualMachineConfiguration configuration;
-
-private:
-    void addScript(const QString &disk, const QString &script) const
-    {
-        const QString file = m_folder.filePath(u"startup.nsh"_s);
-        FileManager::defaultManager().writeAtomically(file, script.toUtf8());
-        QCOMPARE(QProcess::execute(u"mformat"_s, {u"-i"_s, disk, u"-F"_s, u"::"_s}), 0);
-        QCOMPARE(QProcess::execute(u"mcopy"_s, {u"-i"_s, disk, file, u"::/startup.nsh"_s}), 0);
-    }
-
-    QTemporaryDir m_folder;
-};
 
 /// Notes what the machine's owner is told.
 class Owner final : public VZVirtualMachineDelegate
@@ -148,7 +106,7 @@ void HypervisorGuestTest::initTestCase()
 
 void HypervisorGuestTest::pausesForReal()
 {
-    const Bundle bundle;
+    const GuestBundle bundle;
     EmulatorSession session(bundle.configuration);
     finish(session.boot());
     QCOMPARE(finish(session.status()), u"running"_s);
@@ -162,7 +120,7 @@ void HypervisorGuestTest::pausesForReal()
 
 void HypervisorGuestTest::stopsAndStartsAgain()
 {
-    const Bundle bundle;
+    const GuestBundle bundle;
     Owner owner;
     ProcessCensus before;
     const EventLoopBeat beat;
@@ -210,7 +168,7 @@ void HypervisorGuestTest::tellsAPowerOffFromAFailure()
     QFETCH(const int, signal);
     QFETCH(const QString, told);
     QFETCH(const VZVirtualMachine::State, state);
-    const Bundle bundle(script);
+    const GuestBundle bundle(script);
     Owner owner;
     VZVirtualMachine machine(bundle.configuration);
     machine.setDelegate(&owner);
@@ -227,7 +185,7 @@ void HypervisorGuestTest::tellsAPowerOffFromAFailure()
 
 void HypervisorGuestTest::runsOneMachineOnce()
 {
-    const Bundle bundle;
+    const GuestBundle bundle;
     auto first = std::make_unique<VZVirtualMachine>(bundle.configuration);
     VZVirtualMachine second(bundle.configuration);
     QCOMPARE(start(*first), QString());
@@ -246,8 +204,8 @@ void HypervisorGuestTest::runsOneMachineOnce()
 
 void HypervisorGuestTest::saysWhatTheEmulatorRefuses()
 {
-    const Bundle bundle;
-    Bundle other;
+    const GuestBundle bundle;
+    GuestBundle other;
     other.configuration.storageDevices = bundle.configuration.storageDevices;
     VZVirtualMachine machine(bundle.configuration);
     VZVirtualMachine sharer(other.configuration);
@@ -263,7 +221,7 @@ void HypervisorGuestTest::saysWhatTheEmulatorRefuses()
 
 void HypervisorGuestTest::endsAStartThatNobodyWaitsFor()
 {
-    const Bundle bundle;
+    const GuestBundle bundle;
     std::optional<bool> failed;
     {
         VZVirtualMachine machine(bundle.configuration);

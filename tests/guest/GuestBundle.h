@@ -1,0 +1,20 @@
+#pragma once
+
+#include "Platform/Hypervisor/VZVirtualMachineConfiguration.h"
+
+#include <QString>
+#include <QTemporaryDir>
+
+/// A machine in a folder of its own that has nothing to boot but, perhaps, a script for the firmware's shell.
+class GuestBundle
+{
+public:
+    explicit GuestBundle(const QString &script = {});
+
+    VZVirtualMachineConfiguration configuration;
+
+private:
+    void addScript(const QString &disk, const QString &script) const;
+
+    QTemporaryDir m_folder;
+};
