@@ -1,3 +1,4 @@
+#include "DisplayBenchmark.h"
 #include "FrameServer.h"
 #include "LibraryBenchmark.h"
 #include "LogBenchmark.h"
@@ -6,12 +7,13 @@
 
 #include "Platform/LocalizedError.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <QJsonDocument>
 #include <QJsonObject>
 
 #include <array>
 #include <cstdio>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -26,6 +28,7 @@ struct Command
 };
 
 constexpr std::array commands{
+    Command{"display", "a hypervisor guest's screen in a window", runDisplayBenchmark},
     Command{"library", "finding and loading many machines", runLibraryBenchmark},
     Command{"log", "entries into the diagnostic log", runLogBenchmark},
     Command{"start", "from a controller's start to the running state", runStartBenchmark},
@@ -44,7 +47,11 @@ void printUsage()
 
 int main(int argc, char *argv[])
 {
-    const QCoreApplication application(argc, argv);
+    // Only what has a window needs a display.
+    const bool hasWindow = argc > 1 && QByteArrayView(argv[1]) == "display";
+    const std::unique_ptr<QCoreApplication> application =
+        hasWindow ? std::make_unique<QGuiApplication>(argc, argv)
+                  : std::make_unique<QCoreApplication>(argc, argv);
     QStringList arguments = QCoreApplication::arguments();
     const QString name = arguments.value(1);
     for (const Command &command : commands) {
