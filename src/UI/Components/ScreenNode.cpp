@@ -41,26 +41,64 @@ private:
     QRectF m_rect;
 };
 
+constexpr QRgb opaqueBits = 0xff000000;
+
+/// The surface behind a painter if it has 32 bits a pixel like the picture, else null.
+QImage *surfaceOf(QPainter &painter)
+{
+    if (painter.device()->devType() != QInternal::Image)
+        return nullptr;
+    auto *image = static_cast<QImage *>(painter.device());
+    const QImage::Format format = image->format();
+    const bool isAlike = format == QImage::Format_RGB32 || format == QImage::Format_ARGB32_Premultiplied;
+    return isAlike ? image : nullptr;
+}
+
+QRgb *pixelsAt(const QImage &image, int x, int y)
+{
+    return reinterpret_cast<QRgb *>(const_cast<uchar *>(image.constScanLine(y))) + x;
+}
+
+/// Draws what is not scaled into the painter's clip, opaque and in one go; false when it is not that simple.
+bool copyExactly(QPainter &painter, const QImage &picture, const QRectF &target)
+{
+    const QImage *surface = surfaceOf(painter);
+    const QTransform transform = painter.deviceTransform();
+    const QRectF place = transform.mapRect(target);
+    const QPoint corner = place.topLeft().toPoint();
+    if (!surface || picture.format() != QImage::Format_RGB32 || painter.opacity() < 1 ||
+        transform.type() > QTransform::TxScale || transform.m11() < 0 || transform.m22() < 0 ||
+        place != QRectF(corner, picture.size()))
+        return false;
+    const QRegion drawn =
+        transform.map(painter.clipRegion()) & surface->rect() & QRect(corner, picture.size());
+    for (const QRect &part : drawn) {
+        for (int y = part.top(); y <= part.bottom(); ++y) {
+            const QRgb *from = pixelsAt(picture, part.left() - corner.x(), y - corner.y());
+            std::transform(from, from + part.width(), pixelsAt(*surface, part.left(), y),
+                           [](QRgb pixel) { return pixel | opaqueBits; });
+        }
+    }
+    return true;
+}
+
 /// Where the picture was drawn its unused bytes became the surface's alpha, if that has any.
 void makeOpaque(QPainter &painter, const QRectF &rect)
 {
-    QPaintDevice *device = painter.device();
-    if (device->devType() != QInternal::Image) {
+    const QImage *surface = surfaceOf(painter);
+    if (!surface) {
         painter.setCompositionMode(QPainter::CompositionMode_DestinationOver);
         painter.fillRect(rect, Qt::black);
         return;
     }
-    const QImage &image = *static_cast<QImage *>(device);
-    if (!image.hasAlphaChannel() || image.depth() != 32)
+    if (!surface->hasAlphaChannel())
         return;
-    // The window's own surface, just written and still in the processor's caches: blending would take longer
-    // than drawing did.
-    const QRegion drawn = painter.deviceTransform().map(painter.clipRegion()) & image.rect();
+    // Just written and still in the processor's caches: blending would take longer than drawing did.
+    const QRegion drawn = painter.deviceTransform().map(painter.clipRegion()) & surface->rect();
     for (const QRect &part : drawn) {
         for (int y = part.top(); y <= part.bottom(); ++y) {
-            auto *row = reinterpret_cast<QRgb *>(const_cast<uchar *>(image.constScanLine(y)));
-            std::for_each(row + part.left(), row + part.right() + 1,
-                          [](QRgb &pixel) { pixel |= 0xff000000; });
+            QRgb *row = pixelsAt(*surface, part.left(), y);
+            std::transform(row, row + part.width(), row, [](QRgb pixel) { return pixel | opaqueBits; });
         }
     }
 }
@@ -75,12 +113,14 @@ void PaintedTile::render(const RenderState *state)
     painter->setTransform(matrix()->toTransform());
     painter->setOpacity(inheritedOpacity());
     painter->setRenderHint(QPainter::SmoothPixmapTransform, false);
+    painter->setClipRect(m_rect, Qt::IntersectClip);
 
     std::unique_lock<std::mutex> lock;
     if (m_painting.picture.mutex)
         lock = std::unique_lock(*m_painting.picture.mutex);
+    if (copyExactly(*painter, m_painting.picture.image, m_painting.target))
+        return;
     // The whole picture clipped: tiles scaled by themselves would not meet on the same device pixels.
-    painter->setClipRect(m_rect, Qt::IntersectClip);
     painter->drawImage(m_painting.target, m_painting.picture.image);
     makeOpaque(*painter, m_rect);
 }

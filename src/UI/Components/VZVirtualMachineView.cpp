@@ -17,7 +17,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr QSize tileSize(256, 128);
+// Long rows: neighbours in memory are copied fastest.
+constexpr QSize tileSize(1024, 32);
 constexpr auto retryInterval = 500ms;
 
 /// The framebuffer's own memory, which lives as long as the picture.
