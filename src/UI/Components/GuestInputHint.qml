@@ -17,8 +17,8 @@ Rectangle {
     width: Math.min(label.implicitWidth + 2 * Theme.spacing, parent.width - 2 * Theme.spacing)
     height: label.implicitHeight + 2 * Theme.smallSpacing
     radius: height / 2
-    visible: opacity > 0
-    opacity: root.isShown && root.screen.visible ? 1 : 0
+    visible: opacity > 0 && root.screen.visible
+    opacity: root.isShown ? 1 : 0
     color: Theme.hintBackground
     border.color: Theme.hintBorder
     Accessible.role: Accessible.StaticText
