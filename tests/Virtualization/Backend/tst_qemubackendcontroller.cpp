@@ -315,7 +315,10 @@ void TestQEMUBackendController::endsFailedStartsCleanly()
         QCOMPARE(start(*controller), QString());
         QCOMPARE(stop(*controller), QString());
     }
-    QTRY_COMPARE(ProcessCensus::take(), before);
+    // A thread of the test before may have been about to end.
+    QTRY_VERIFY(ProcessCensus::take().threads <= before.threads);
+    QTRY_COMPARE(ProcessCensus::take().descriptors, before.descriptors);
+    QCOMPARE(ProcessCensus::take().children, before.children);
 }
 
 void TestQEMUBackendController::neverTakesAForeignGuestForItsOwn_data()
