@@ -6,7 +6,7 @@ using namespace Qt::StringLiterals;
 
 VMPresentation presentationOf(const VirtualMachine &vm)
 {
-    const VMConfiguration configuration = vm.configuration();
+    const VMConfiguration &configuration = vm.configuration();
     const VMInstallationState installation = vm.installationState();
 
     VMPresentation shown;
