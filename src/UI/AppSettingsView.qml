@@ -74,13 +74,13 @@ FormPage {
             width: parent.width
             height: log.implicitHeight + copyLog.height + 3 * Theme.mediumSpacing
 
-            Label {
+            TextBlock {
                 id: log
 
                 x: Theme.spacing
                 y: Theme.mediumSpacing
                 width: parent.width - 2 * Theme.spacing
-                wrapMode: Text.WrapAnywhere
+                wrapMode: TextEdit.WrapAnywhere
                 text: info.diagnostics
                 font.family: Theme.monospaceFamily
                 font.pixelSize: Theme.caption

@@ -100,7 +100,7 @@ SidebarSplitView {
             detail.setSource("VMSettingsView.qml", {vm: AppState.selectedVM});
             break;
         case DetailContent.ApplicationSettings:
-            detail.setSource("AppSettingsView.qml");
+            detail.setSource("AppSettingsView.qml", {showsTitle: false});
             break;
         }
     }

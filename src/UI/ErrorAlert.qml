@@ -1,3 +1,4 @@
+import QtQuick
 import Kelvo.Components
 import Kelvo.UI
 
@@ -5,4 +6,6 @@ Alert {
     title: "Kelvo"
     message: AppState.errorMessage
     visible: AppState.errorMessage !== ""
+    secondaryText: qsTr("Show Diagnostics")
+    onSecondaryChosen: AppState.showingAppSettings = true
 }

@@ -9,27 +9,73 @@ FormPage {
 
     title: qsTr("VM Settings")
 
-    VMInfo {
-        id: info
+    VMSettingsModel {
+        id: settings
 
         vm: root.vm
-        manager: AppState.vmManager
+        appState: AppState
     }
 
-    InfoSection {
+    FormSection {
         width: parent.width
         title: qsTr("General")
-        values: info.general
+
+        FormRow {
+            label: qsTr("Name")
+            announcesLabel: false
+            enabled: !settings.isRunning
+
+            TextField {
+                height: Theme.smallControlHeight
+                text: settings.name
+                Accessible.name: qsTr("Name")
+                onTextEdited: settings.name = text
+            }
+        }
+        FormRow {
+            label: qsTr("Operating System")
+            value: settings.guestName
+        }
     }
-    InfoSection {
+    FormSection {
         width: parent.width
-        title: qsTr("Hardware")
-        values: info.hardware
+        title: qsTr("CPU")
+
+        FormRow {
+            label: qsTr("%1 cores").arg(settings.cpuCount)
+            enabled: !settings.isRunning
+
+            Stepper {
+                label: qsTr("%1 cores").arg(settings.cpuCount)
+                canDecrease: settings.cpuCount > settings.minimumCPUCount
+                canIncrease: settings.cpuCount < settings.maximumCPUCount
+                onDecreased: settings.cpuCount = settings.cpuCount - 1
+                onIncreased: settings.cpuCount = settings.cpuCount + 1
+            }
+        }
+    }
+    FormSection {
+        width: parent.width
+        title: qsTr("Memory")
+
+        FormRow {
+            label: qsTr("RAM")
+            announcesLabel: false
+            enabled: !settings.isRunning
+
+            Picker {
+                label: qsTr("RAM")
+                model: settings.memoryLabels
+                displayText: settings.memoryLabel
+                currentIndex: settings.memoryIndex
+                onActivated: index => settings.memoryIndex = index
+            }
+        }
     }
     InfoSection {
         width: parent.width
         title: qsTr("Storage")
-        values: info.storage
+        values: settings.storage
 
         FormRow {
             label: ""
@@ -37,14 +83,78 @@ FormPage {
             PushButton {
                 small: true
                 text: qsTr("Refresh Disk Usage")
-                onClicked: info.refreshDiskUsage()
+                onClicked: settings.refreshDiskUsage()
             }
         }
     }
-    InfoSection {
+    FormSection {
+        width: parent.width
+        title: qsTr("Network")
+
+        FormRow {
+            label: qsTr("Mode")
+            announcesLabel: false
+            enabled: !settings.isRunning
+
+            Picker {
+                label: qsTr("Mode")
+                model: settings.networkNames
+                currentIndex: settings.networkIndex
+                onActivated: index => settings.networkIndex = index
+            }
+        }
+    }
+    FormSection {
         width: parent.width
         title: qsTr("Display")
-        values: info.display
+
+        FormRow {
+            label: qsTr("Width: %1").arg(settings.displayWidth)
+            enabled: !settings.isRunning
+
+            NumberStepper {
+                label: qsTr("Width")
+                value: settings.displayWidth
+                minimum: settings.minimumDisplayWidth
+                maximum: settings.maximumDisplayWidth
+                onEdited: value => settings.displayWidth = value
+            }
+        }
+        FormRow {
+            label: qsTr("Height: %1").arg(settings.displayHeight)
+            enabled: !settings.isRunning
+
+            NumberStepper {
+                label: qsTr("Height")
+                value: settings.displayHeight
+                minimum: settings.minimumDisplayHeight
+                maximum: settings.maximumDisplayHeight
+                onEdited: value => settings.displayHeight = value
+            }
+        }
+        FormRow {
+            label: qsTr("Scaling")
+            announcesLabel: false
+            enabled: !settings.isRunning
+
+            Row {
+                spacing: Theme.mediumSpacing
+
+                Label {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: Number(settings.displayScaling).toLocaleString(Qt.locale(), "f", 2)
+                    color: Theme.secondaryText
+                    Accessible.ignored: true
+                }
+                Slider {
+                    label: qsTr("Scaling")
+                    from: 0.5
+                    to: 2.0
+                    value: settings.displayScaling
+                    onMoved: settings.displayScaling = value
+                }
+            }
+        }
     }
     FormSection {
         width: parent.width
@@ -56,7 +166,7 @@ FormPage {
         }
         Item {
             width: parent.width
-            height: logs.implicitHeight + logLabel.implicitHeight + 2 * Theme.mediumSpacing + 4
+            height: logs.height + logLabel.implicitHeight + 2 * Theme.mediumSpacing + Theme.tightSpacing
 
             Divider {
                 x: Theme.spacing
@@ -69,19 +179,47 @@ FormPage {
                 y: Theme.mediumSpacing
                 text: qsTr("Logs")
             }
-            Label {
+            TextBlock {
                 id: logs
 
                 anchors.top: logLabel.bottom
-                anchors.topMargin: 4
+                anchors.topMargin: Theme.tightSpacing
                 x: Theme.spacing
                 width: parent.width - 2 * Theme.spacing
-                wrapMode: Text.WrapAnywhere
-                text: info.recentLog
+                wrapMode: TextEdit.WrapAnywhere
+                text: settings.recentLog
                 font.family: Theme.monospaceFamily
                 font.pixelSize: Theme.caption
                 color: Theme.secondaryText
             }
+        }
+    }
+
+    Label {
+        width: parent.width
+        visible: settings.isRunning
+        wrapMode: Text.Wrap
+        text: qsTr("Stop the virtual machine to change hardware settings.")
+        color: Theme.secondaryText
+    }
+    Row {
+        width: parent.width
+        spacing: Theme.mediumSpacing
+
+        PushButton {
+            id: save
+
+            prominent: true
+            enabled: settings.canSave
+            text: qsTr("Save Changes")
+            onClicked: settings.saveChanges()
+        }
+        Label {
+            anchors.verticalCenter: save.verticalCenter
+            width: parent.width - save.width - parent.spacing
+            wrapMode: Text.Wrap
+            text: settings.isRunning ? "" : settings.problem !== "" ? settings.problem : settings.saveMessage
+            color: settings.problem !== "" ? Theme.redTone : Theme.secondaryText
         }
     }
 }

@@ -89,22 +89,6 @@ void requireUsableStorage(const QList<VZStorageDeviceConfiguration> &devices)
     }
 }
 
-void requireOneScreen(const QList<VZVirtioGraphicsDeviceConfiguration> &devices)
-{
-    require(devices.size() == 1 && devices.first().scanouts.size() == 1,
-            u"A guest has exactly one screen."_s);
-    const VZVirtioGraphicsScanoutConfiguration least = VZVirtualMachineConfiguration::minimumScanout;
-    const VZVirtioGraphicsScanoutConfiguration most = VZVirtualMachineConfiguration::maximumScanout;
-    const VZVirtioGraphicsScanoutConfiguration screen = devices.first().scanouts.first();
-    const QString size = u"%1 × %2"_s;
-    require(screen.widthInPixels >= least.widthInPixels && screen.heightInPixels >= least.heightInPixels &&
-                screen.widthInPixels <= most.widthInPixels && screen.heightInPixels <= most.heightInPixels,
-            u"A screen of %1 pixels cannot be shown: it must have %2 to %3."_s.arg(
-                size.arg(screen.widthInPixels).arg(screen.heightInPixels),
-                size.arg(least.widthInPixels).arg(least.heightInPixels),
-                size.arg(most.widthInPixels).arg(most.heightInPixels)));
-}
-
 } // namespace
 
 qint64 VZVirtualMachineConfiguration::minimumAllowedCPUCount()
@@ -129,6 +113,19 @@ quint64 VZVirtualMachineConfiguration::maximumAllowedMemorySize()
     return std::max(minimumAllowedMemorySize(), usable);
 }
 
+void VZVirtualMachineConfiguration::validateScreen(const VZVirtioGraphicsScanoutConfiguration &screen)
+{
+    const QString size = u"%1 × %2"_s;
+    require(screen.widthInPixels >= minimumScanout.widthInPixels &&
+                screen.heightInPixels >= minimumScanout.heightInPixels &&
+                screen.widthInPixels <= maximumScanout.widthInPixels &&
+                screen.heightInPixels <= maximumScanout.heightInPixels,
+            u"A screen of %1 pixels cannot be shown: it must have %2 to %3."_s.arg(
+                size.arg(screen.widthInPixels).arg(screen.heightInPixels),
+                size.arg(minimumScanout.widthInPixels).arg(minimumScanout.heightInPixels),
+                size.arg(maximumScanout.widthInPixels).arg(maximumScanout.heightInPixels)));
+}
+
 void VZVirtualMachineConfiguration::validate() const
 {
     requireProcessorsAndMemory(*this);
@@ -139,7 +136,9 @@ void VZVirtualMachineConfiguration::validate() const
     require(networkDevices.size() <= 1, u"A guest has at most one network device."_s);
     require(networkDevices.isEmpty() || networkDevices.first().attachment,
             u"The network device is attached to nothing."_s);
-    requireOneScreen(graphicsDevices);
+    require(graphicsDevices.size() == 1 && graphicsDevices.first().scanouts.size() == 1,
+            u"A guest has exactly one screen."_s);
+    validateScreen(graphicsDevices.first().scanouts.first());
     require(pointingDevices.size() == 1 && keyboards.size() == 1,
             u"A guest has exactly one keyboard and one pointing device."_s);
 }

@@ -29,6 +29,8 @@ struct VZVirtualMachineConfiguration
     /// What the emulator's display server shows of a screen; of a larger one it would show a part.
     static constexpr VZVirtioGraphicsScanoutConfiguration maximumScanout{2560, 2048};
 
+    /// Refuses a screen outside of the two, as validate() does.
+    static void validateScreen(const VZVirtioGraphicsScanoutConfiguration &screen);
     /// Refuses what the layer cannot run or would run wrongly, with a reason that people can read: VZError
     /// (invalidVirtualMachineConfiguration, invalidDiskImage). Looks at the files, starts nothing.
     void validate() const;

@@ -6,6 +6,10 @@ Sheet {
     id: root
 
     required property string message
+    /// A second way out beside "OK"; none when empty.
+    property string secondaryText: ""
+
+    signal secondaryChosen
 
     preferredWidth: 400
     preferredHeight: content.implicitHeight + 2 * Theme.largeSpacing
@@ -31,27 +35,37 @@ Sheet {
             clip: contentHeight > height
             T.ScrollBar.vertical: ScrollBar {}
 
-            Label {
+            TextBlock {
                 id: messageLabel
 
                 width: parent.width
                 text: root.message
                 color: Theme.secondaryText
-                wrapMode: Text.Wrap
-                lineHeight: 1.15
             }
         }
         Item {
             width: 1
             height: Theme.smallSpacing
         }
-        PushButton {
+        Row {
             anchors.right: parent.right
-            width: Math.max(implicitWidth, 88)
-            text: qsTr("OK")
-            prominent: true
-            focus: true
-            onClicked: root.close()
+            spacing: Theme.smallSpacing
+
+            PushButton {
+                visible: root.secondaryText !== ""
+                text: root.secondaryText
+                onClicked: {
+                    root.close();
+                    root.secondaryChosen();
+                }
+            }
+            PushButton {
+                width: Math.max(implicitWidth, 88)
+                text: qsTr("OK")
+                prominent: true
+                focus: true
+                onClicked: root.close()
+            }
         }
     }
 }

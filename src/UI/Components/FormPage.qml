@@ -7,6 +7,8 @@ Flickable {
 
     default property alias sections: column.data
     property alias title: heading.text
+    /// Where the window says the same already.
+    property bool showsTitle: true
 
     contentWidth: width
     contentHeight: column.implicitHeight + 2 * Theme.largeSpacing
@@ -29,7 +31,7 @@ Flickable {
             id: heading
 
             width: parent.width
-            visible: text !== ""
+            visible: root.showsTitle && text !== ""
             font.pixelSize: Theme.largeTitle
             font.weight: Font.DemiBold
             Accessible.role: Accessible.Heading

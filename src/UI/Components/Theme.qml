@@ -80,6 +80,7 @@ QtObject {
     readonly property color disabledBorder: dark ? "#0dffffff" : "#14000000"
     readonly property color fieldBorder: dark ? "#3cffffff" : "#45000000"
     readonly property color track: dark ? "#24ffffff" : "#1a000000"
+    readonly property color handle: "#ffffff"
     readonly property color toggleOff: dark ? "#7c808b" : "#858892"
     readonly property color hoverWash: dark ? "#12ffffff" : "#0d000000"
     readonly property color pressedWash: dark ? "#1effffff" : "#18000000"
