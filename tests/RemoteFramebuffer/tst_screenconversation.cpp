@@ -239,9 +239,10 @@ void TestScreenConversation::keepsWhatWasNotTaken()
     client.play(update(many));
     client.use();
     QRegion changed;
-    for (const QRect &area : client.outcome().updates.last())
+    const QList<QRect> merged = client.outcome().updates.last();
+    for (const QRect &area : merged)
         changed += area;
-    QVERIFY(client.outcome().updates.last().size() <= 64);
+    QVERIFY(merged.size() <= 64);
     QCOMPARE(changed.boundingRect(), QRect(20, 10, 2, 70));
 }
 
