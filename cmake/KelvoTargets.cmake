@@ -58,6 +58,7 @@ function(kelvo_test name)
         set(arg_TIMEOUT 120)
     endif()
     set(home "${PROJECT_BINARY_DIR}/test-homes/${name}")
+    file(REMOVE_RECURSE "${home}") # what one run leaves must not help the next
     file(MAKE_DIRECTORY "${home}")
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${arg_TIMEOUT}

@@ -1,11 +1,15 @@
 #include "App/AppStage.h"
 #include "App/KelvoApp.h"
+#include "Models/VMConfiguration.h"
+#include "Platform/FileUrl.h"
 #include "UI/Components/Appearance.h"
 #include "UI/Components/SymbolCatalogue.h"
 #include "support/TestMain.h"
 
+#include <QDir>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QScopeGuard>
 #include <QTcpServer>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -134,7 +138,9 @@ void WindowsTest::mainWindowShowsEverySection()
 
 void WindowsTest::wizardGoesFromFirstToLastStep()
 {
-    m_stage->host.write(u"Virtual Machines/Linux ARM64.vm/config.json"_s, "somebody's machine");
+    const QString bundle = FileUrl::path(VMConfiguration::defaultStorageRoot()) + u"/Linux ARM64.vm"_s;
+    const auto removeBundle = qScopeGuard([&] { QDir(bundle).removeRecursively(); });
+    QVERIFY(QDir().mkpath(bundle));
     m_app->state().setSelectedSection(SidebarSection::downloads);
     QTest::keyClick(mainWindow(), Qt::Key_N, Qt::ControlModifier);
     QVERIFY(m_app->state().showingCreateVM());
@@ -153,6 +159,7 @@ void WindowsTest::wizardGoesFromFirstToLastStep()
     QTest::keyClick(mainWindow(), Qt::Key_Return);
     QTRY_VERIFY(!findItem(mainWindow()->contentItem(), u"Could Not Create VM"_s));
     QVERIFY(m_app->state().showingCreateVM());
+    QVERIFY(QDir(bundle).isEmpty());
 }
 
 void WindowsTest::wizardTakesAnImageByItsPath()
