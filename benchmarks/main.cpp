@@ -1,5 +1,6 @@
 #include "DisplayBenchmark.h"
 #include "FrameServer.h"
+#include "GuestStartBenchmark.h"
 #include "LibraryBenchmark.h"
 #include "LogBenchmark.h"
 #include "StartBenchmark.h"
@@ -29,6 +30,7 @@ struct Command
 
 constexpr std::array commands{
     Command{"display", "a hypervisor guest's screen in a window", runDisplayBenchmark},
+    Command{"guest-start", "from a hypervisor guest's start to the running state", runGuestStartBenchmark},
     Command{"library", "finding and loading many machines", runLibraryBenchmark},
     Command{"log", "entries into the diagnostic log", runLogBenchmark},
     Command{"start", "from a controller's start to the running state", runStartBenchmark},
