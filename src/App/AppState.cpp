@@ -100,6 +100,14 @@ void AppState::setErrorMessage(const QString &message)
     Q_EMIT errorMessageChanged();
 }
 
+void AppState::setProposedImage(const QUrl &image)
+{
+    if (m_proposedImage == image)
+        return;
+    m_proposedImage = image;
+    Q_EMIT proposedImageChanged();
+}
+
 VirtualMachine *AppState::selectedVM() const
 {
     return m_selectedVMID ? m_vmManager->virtualMachine(*m_selectedVMID) : nullptr;
@@ -117,7 +125,10 @@ QList<VirtualMachine *> AppState::filteredVirtualMachines() const
 
 void AppState::load()
 {
-    QCoro::connect(m_vmManager->loadVirtualMachines(), this, [] {});
+    QCoro::connect(m_vmManager->loadVirtualMachines(), this, [this] {
+        m_isLoaded = true;
+        Q_EMIT loaded();
+    });
 }
 
 void AppState::select(VirtualMachine *vm)

@@ -9,6 +9,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QTimer>
+#include <QUrl>
 
 #include <memory>
 
@@ -58,6 +59,11 @@ public:
     /// Empty means that there is none.
     [[nodiscard]] QString errorMessage() const { return m_errorMessage; }
     void setErrorMessage(const QString &message);
+    /// The installation medium for the next wizard, which takes it; invalid when there is none.
+    [[nodiscard]] QUrl proposedImage() const { return m_proposedImage; }
+    void setProposedImage(const QUrl &image);
+    /// True once load() has ended for the first time.
+    [[nodiscard]] bool isLoaded() const { return m_isLoaded; }
 
     /// The listed machine with the selected identifier; null when there is none.
     [[nodiscard]] VirtualMachine *selectedVM() const;
@@ -87,6 +93,9 @@ Q_SIGNALS:
     void showingConsoleChanged();
     void consoleVMIDChanged();
     void errorMessageChanged();
+    void proposedImageChanged();
+    /// Each time load() has ended.
+    void loaded();
     /// Each time somebody asks for the machine's console window, also when it is open already.
     void consoleRequested(const QUuid &id);
 
@@ -112,6 +121,8 @@ private:
     bool m_showingConsole = false;
     std::optional<QUuid> m_consoleVMID;
     QString m_errorMessage;
+    QUrl m_proposedImage;
+    bool m_isLoaded = false;
 
     QTimer m_stateRefreshTimer;
     QPointer<VirtualMachine> m_notifiedVM;

@@ -1,10 +1,11 @@
 #include "App/CommandLine.h"
 
 #include <QCommandLineParser>
+#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
-CommandLine CommandLine::parse(const QStringList &arguments)
+CommandLine CommandLine::parse(const QStringList &arguments, const QString &workingDirectory)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(u"Creates, installs, runs and shows ARM64 virtual machines."_s);
@@ -13,6 +14,10 @@ CommandLine CommandLine::parse(const QStringList &arguments)
     const QCommandLineOption colorScheme(
         u"color-scheme"_s, u"Colors of the interface: light, dark or system."_s, u"scheme"_s, u"system"_s);
     parser.addOption(colorScheme);
+    parser.addPositionalArgument(
+        u"file"_s,
+        u"A virtual machine's folder, whose console opens, or an image to install a new one from."_s,
+        u"[file...]"_s);
 
     CommandLine commandLine;
     if (!parser.parse(arguments)) {
@@ -27,9 +32,16 @@ CommandLine CommandLine::parse(const QStringList &arguments)
         commandLine.output = u"kelvo "_s + QLatin1StringView(KELVO_VERSION) + u'\n';
         return commandLine;
     }
-    if (!parser.positionalArguments().isEmpty()) {
-        commandLine.problem = u"Unexpected argument '%1'."_s.arg(parser.positionalArguments().constFirst());
-        return commandLine;
+    const QStringList files = parser.positionalArguments();
+    for (const QString &file : files) {
+        const QUrl url = QUrl::fromUserInput(file, workingDirectory, QUrl::AssumeLocalFile);
+        if (!url.isLocalFile())
+            commandLine.problem = u"'%1' is no file of this computer."_s.arg(file);
+        else if (!QFileInfo::exists(url.toLocalFile()))
+            commandLine.problem = u"'%1' does not exist."_s.arg(file);
+        if (!commandLine.problem.isEmpty())
+            return commandLine;
+        commandLine.documents.append(url);
     }
     const QString scheme = parser.value(colorScheme);
     if (scheme == "light"_L1)

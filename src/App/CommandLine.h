@@ -3,16 +3,18 @@
 #include "UI/Components/Appearance.h"
 
 #include <QStringList>
+#include <QUrl>
 
 /// What the program was asked on its command line.
 struct CommandLine
 {
     ColorScheme colorScheme = ColorScheme::system;
-    QString output;  ///< to be written instead of starting: help, version
-    QString problem; ///< why the arguments were not understood
+    QList<QUrl> documents; ///< files and folders to open, all of which exist
+    QString output;        ///< to be written instead of starting: help, version
+    QString problem;       ///< why the arguments were not understood
 
     bool operator==(const CommandLine &) const = default;
 
-    /// `arguments`: with the program's name first.
-    [[nodiscard]] static CommandLine parse(const QStringList &arguments);
+    /// `arguments`: with the program's name first. Relative paths are those of the working directory.
+    [[nodiscard]] static CommandLine parse(const QStringList &arguments, const QString &workingDirectory);
 };

@@ -13,6 +13,7 @@ using namespace Qt::StringLiterals;
 KelvoApp::KelvoApp(std::unique_ptr<AppState> state, QObject *parent)
     : QObject(parent)
     , m_state(std::move(state))
+    , m_opener(*m_state)
 {
     AppStateForeign::instance = m_state.get();
     m_engine.addImageProvider(u"symbol"_s, new SymbolImageProvider);
@@ -40,6 +41,12 @@ bool KelvoApp::start()
         return false;
     m_mainWindow->show();
     return true;
+}
+
+void KelvoApp::open(const QList<QUrl> &documents)
+{
+    raise(m_mainWindow);
+    m_opener.open(documents);
 }
 
 void KelvoApp::showConsole(const QUuid &id)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "App/AppState.h"
+#include "App/DocumentOpener.h"
 
 #include <QHash>
 #include <QObject>
@@ -29,6 +30,8 @@ public:
     /// Null until it is asked for.
     [[nodiscard]] QQuickWindow *consoleWindow(const QUuid &id) const { return m_consoleWindows.value(id); }
 
+    /// Raises the main window and opens what is handed in, as DocumentOpener does.
+    void open(const QList<QUrl> &documents);
     /// A window that is open already is raised.
     void showConsole(const QUuid &id);
     void showSettings();
@@ -41,6 +44,7 @@ private:
     static void raise(QQuickWindow *window);
 
     std::unique_ptr<AppState> m_state;
+    DocumentOpener m_opener;
     QQmlApplicationEngine m_engine;
     QPointer<QQuickWindow> m_mainWindow;
     QPointer<QQuickWindow> m_settingsWindow;

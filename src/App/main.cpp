@@ -4,6 +4,7 @@
 #include "UI/Components/SymbolCatalogue.h"
 #include "Virtualization/VMManager.h"
 
+#include <QDir>
 #include <QFont>
 #include <QGuiApplication>
 #include <QQuickWindow>
@@ -17,6 +18,8 @@ Q_IMPORT_QML_PLUGIN(Kelvo_UIPlugin)
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr int exitStatusOfMisuse = 2;
 
 void useReadableFont()
 {
@@ -36,10 +39,10 @@ int main(int argc, char *argv[])
     QStringList arguments;
     for (int index = 0; index < argc; ++index)
         arguments.append(QString::fromLocal8Bit(argv[index]));
-    const CommandLine commandLine = CommandLine::parse(arguments);
+    const CommandLine commandLine = CommandLine::parse(arguments, QDir::currentPath());
     if (!commandLine.problem.isEmpty()) {
         std::fprintf(stderr, "kelvo: %s\n", qUtf8Printable(commandLine.problem));
-        return EXIT_FAILURE;
+        return exitStatusOfMisuse;
     }
     if (!commandLine.output.isEmpty()) {
         std::fputs(qUtf8Printable(commandLine.output), stdout);
@@ -64,5 +67,7 @@ int main(int argc, char *argv[])
     KelvoApp kelvo(std::make_unique<AppState>(std::move(manager)));
     if (!kelvo.start())
         return EXIT_FAILURE;
+    if (!commandLine.documents.isEmpty())
+        kelvo.open(commandLine.documents);
     return QGuiApplication::exec();
 }

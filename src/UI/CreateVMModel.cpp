@@ -3,6 +3,7 @@
 #include "App/AppState.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
+#include "Services/ISOService.h"
 #include "Virtualization/Backend/KelvoError.h"
 #include "Virtualization/VMManager.h"
 
@@ -94,9 +95,24 @@ void CreateVMModel::setAppState(AppState *appState)
 {
     if (m_appState == appState)
         return;
+    if (m_appState)
+        m_appState->disconnect(this);
     m_appState = appState;
+    if (m_appState)
+        connect(m_appState, &AppState::proposedImageChanged, this, &CreateVMModel::takeProposedImage);
     Q_EMIT appStateChanged();
     Q_EMIT changed();
+    takeProposedImage();
+}
+
+void CreateVMModel::takeProposedImage()
+{
+    // What is being created has its image already; the next presentation takes this one.
+    if (m_isCreating || !m_appState || !m_appState->proposedImage().isValid())
+        return;
+    set(m_mediaType, InstallationMediaType::iso);
+    set(m_isoURL, m_appState->proposedImage());
+    m_appState->setProposedImage({});
 }
 
 bool CreateVMModel::canContinue() const
@@ -204,7 +220,7 @@ void CreateVMModel::setMediaTypeIndex(int index)
 
 QStringList CreateVMModel::imagePatterns() const
 {
-    return {u"*.iso"_s, u"*.img"_s, u"*.dmg"_s, u"*.raw"_s};
+    return ISOService().namePatterns();
 }
 
 QUrl CreateVMModel::startFolder() const

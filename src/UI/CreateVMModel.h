@@ -64,6 +64,7 @@ public:
     CreateVMModel(FileManager &fileManager, QObject *parent = nullptr);
 
     [[nodiscard]] AppState *appState() const { return m_appState; }
+    /// An image that the state proposes, now or later, becomes the installation medium.
     void setAppState(AppState *appState);
 
     [[nodiscard]] int step() const { return m_step; }
@@ -150,6 +151,7 @@ private:
     [[nodiscard]] QUrl bundleURL() const;
     void refuseExistingBundle() const;
     [[nodiscard]] SteppedValue steppedCPUCount() const;
+    void takeProposedImage();
     void setStep(int step);
     void fitHardwareToHost();
     void setCreating(bool creating);

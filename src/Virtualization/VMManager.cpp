@@ -1,12 +1,14 @@
 #include "Virtualization/VMManager.h"
 
 #include "Platform/FileManager.h"
+#include "Platform/FileUrl.h"
 #include "Platform/Hypervisor/VZVirtualMachine.h"
 #include "Services/DiagnosticLogger.h"
 #include "Virtualization/Backend/KelvoError.h"
 #include "Virtualization/Backend/VMBackendController.h"
 #include "Virtualization/Backend/VMBackendFactory.h"
 
+#include <QFileInfo>
 #include <QSet>
 
 #include <algorithm>
@@ -22,6 +24,12 @@ VMPersistedMetadata metadataOrFresh(const VMStorage &storage, const QUrl &bundle
     } catch (const LocalizedError &) {
         return {}; // a machine is worth more than the record of its use
     }
+}
+
+/// Empty for a folder that does not exist.
+QString placeOf(const QUrl &bundle)
+{
+    return QFileInfo(FileUrl::path(bundle)).canonicalFilePath();
 }
 
 } // namespace
@@ -69,6 +77,13 @@ VirtualMachine *VMManager::makeVirtualMachine(const VMConfiguration &configurati
     return vm;
 }
 
+VirtualMachine *VMManager::makeStoredMachine(VMConfiguration configuration)
+{
+    if (configuration.guestOS == GuestOperatingSystem::windows11ARM64)
+        configuration.backend = VMBackendType::qemuHVF;
+    return makeVirtualMachine(configuration, metadataOrFresh(m_storage, configuration.storageDirectory));
+}
+
 QCoro::Task<> VMManager::loadVirtualMachines()
 {
     QList<VMConfiguration> configurations;
@@ -82,17 +97,35 @@ QCoro::Task<> VMManager::loadVirtualMachines()
 
     QList<VirtualMachine *> loaded;
     loaded.reserve(configurations.size());
-    for (VMConfiguration &configuration : configurations) {
-        if (configuration.guestOS == GuestOperatingSystem::windows11ARM64)
-            configuration.backend = VMBackendType::qemuHVF;
-        loaded.append(
-            makeVirtualMachine(configuration, metadataOrFresh(m_storage, configuration.storageDirectory)));
-    }
+    for (const VMConfiguration &configuration : std::as_const(configurations))
+        loaded.append(makeStoredMachine(configuration));
     const QList<VirtualMachine *> replaced = std::exchange(m_virtualMachines, loaded);
     Q_EMIT virtualMachinesChanged();
     for (VirtualMachine *vm : replaced)
         vm->deleteLater();
     DiagnosticLogger::shared().log(u"Loaded %1 virtual machine(s)"_s.arg(loaded.size()), LogLevel::info);
+}
+
+VirtualMachine *VMManager::openBundle(const QUrl &bundle)
+{
+    const QString place = placeOf(bundle);
+    for (VirtualMachine *vm : std::as_const(m_virtualMachines))
+        if (!place.isEmpty() && placeOf(vm->configuration().storageDirectory) == place)
+            return vm;
+
+    VMConfiguration configuration = m_storage.loadConfiguration(bundle);
+    if (VirtualMachine *known = virtualMachine(configuration.id)) {
+        const QUrl original = known->configuration().storageDirectory;
+        if (placeOf(original).isEmpty())
+            return known; // the folder was moved inside the root
+        throw KelvoError::internalError(tr("“%1” is a copy of the virtual machine in “%2”.")
+                                            .arg(FileUrl::path(bundle), FileUrl::path(original)));
+    }
+    configuration.storageDirectory = FileUrl::directory(FileUrl::path(bundle));
+    VirtualMachine *vm = makeStoredMachine(configuration);
+    m_virtualMachines.append(vm);
+    Q_EMIT virtualMachinesChanged();
+    return vm;
 }
 
 QCoro::Task<VirtualMachine *> VMManager::createVirtualMachine(VMConfiguration configuration)

@@ -57,6 +57,10 @@ public:
 
     /// Replaces the list with what is on disk; a failure is logged and the list stays.
     QCoro::Task<> loadVirtualMachines();
+    /// The listed machine of a bundle folder. One that lies outside the root is appended for this run, as a
+    /// machine of the place where it was found. Throws VMStorageError, PlatformError, or KelvoError for a
+    /// copy of a listed machine.
+    VirtualMachine *openBundle(const QUrl &bundle);
     /// Makes the files and appends the machine. The backend is the guest's recommended one; an identifier
     /// whose VNC port a known machine has is exchanged for one with a free port, as long as there is one.
     /// Documents that are already in the folder are overwritten.
@@ -94,6 +98,7 @@ private:
     void updateMetadata(const VirtualMachine &vm, const std::function<void(VMPersistedMetadata &)> &change);
     void setActive(VMBackendController *controller, const std::optional<QUuid> &id);
     void avoidKnownVNCPorts(VMConfiguration &configuration) const;
+    [[nodiscard]] VirtualMachine *makeStoredMachine(VMConfiguration configuration);
     [[nodiscard]] VirtualMachine *makeVirtualMachine(const VMConfiguration &configuration,
                                                      const VMPersistedMetadata &metadata);
 

@@ -50,6 +50,7 @@ private Q_SLOTS:
     void stepsWaitForWhatTheyNeed();
     void guestBringsItsName();
     void driversAreForWindowsFromAnISO();
+    void proposedImageIsTakenOnceUnlessOneIsInUse();
     void stepperKeepsToItsRange_data();
     void stepperKeepsToItsRange();
     void processorsStartAtFourOnEveryHost();
@@ -122,6 +123,30 @@ void CreateVMModelTest::driversAreForWindowsFromAnISO()
     wizard.setMediaTypeIndex(0);
     wizard.setGuestOSIndex(1);
     QVERIFY(wizard.offersISO() && !wizard.offersDrivers());
+}
+
+void CreateVMModelTest::proposedImageIsTakenOnceUnlessOneIsInUse()
+{
+    WizardStage stage;
+    CreateVMModel &wizard = *stage.wizard;
+    wizard.setMediaTypeIndex(1);
+    stage.app.state->setProposedImage(stage.image());
+    QVERIFY(wizard.offersISO());
+    QCOMPARE(wizard.isoURL(), stage.image());
+    QVERIFY(!stage.app.state->proposedImage().isValid());
+
+    stage.goTo(4);
+    const QUrl later = FileUrl::file(u"/later.iso"_s);
+    connect(&wizard, &CreateVMModel::isCreatingChanged, this, [&] {
+        if (wizard.isCreating())
+            stage.app.state->setProposedImage(later);
+    });
+    wizard.create();
+    QTRY_VERIFY(!wizard.isCreating() && stage.machines().size() == 1);
+    QCOMPARE(stage.machines().first()->configuration().installationMediaPath, FileUrl::path(stage.image()));
+    CreateVMModel next;
+    next.setAppState(stage.app.state.get());
+    QCOMPARE(next.isoURL(), later);
 }
 
 void CreateVMModelTest::stepperKeepsToItsRange_data()

@@ -1,0 +1,164 @@
+#include "App/AppStage.h"
+#include "App/DocumentOpener.h"
+#include "support/TestMain.h"
+
+#include <QDir>
+#include <QSignalSpy>
+
+using namespace Qt::StringLiterals;
+
+class DocumentOpenerTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void machineIsFoundHoweverItsFolderIsSpelt_data();
+    void machineIsFoundHoweverItsFolderIsSpelt();
+    void machineOutsideTheRootIsListedOnce();
+    void movedMachineIsItselfAndACopyIsRefused();
+    void imagesGoToTheWizard();
+    void othersAreRefused_data();
+    void othersAreRefused();
+    void documentsWaitForTheMachines();
+
+private:
+    void open(const QString &relative)
+    {
+        m_opener->open({QUrl::fromLocalFile(m_stage->host.path(relative))});
+    }
+
+    std::unique_ptr<AppStage> m_stage;
+    std::unique_ptr<DocumentOpener> m_opener;
+    std::unique_ptr<QSignalSpy> m_consoles;
+};
+
+void DocumentOpenerTest::init()
+{
+    m_stage = std::make_unique<AppStage>();
+    m_stage->add(u"a"_s);
+    m_stage->state->load();
+    m_opener = std::make_unique<DocumentOpener>(*m_stage->state);
+    m_consoles = std::make_unique<QSignalSpy>(m_stage->state.get(), &AppState::consoleRequested);
+}
+
+void DocumentOpenerTest::cleanup()
+{
+    m_consoles.reset();
+    m_opener.reset();
+    m_stage.reset();
+}
+
+void DocumentOpenerTest::machineIsFoundHoweverItsFolderIsSpelt_data()
+{
+    QTest::addColumn<QString>("path");
+    const QString root = u"Virtual Machines"_s;
+    QTest::newRow("plain") << root + u"/a.vm"_s;
+    QTest::newRow("trailing slash") << root + u"/a.vm/"_s;
+    QTest::newRow("detour") << root + u"/../"_s + root + u"//a.vm"_s;
+    QTest::newRow("link") << u"link.vm"_s;
+}
+
+void DocumentOpenerTest::machineIsFoundHoweverItsFolderIsSpelt()
+{
+    QFETCH(const QString, path);
+    AppState &state = *m_stage->state;
+    VirtualMachine *vm = state.vmManager()->virtualMachines().constFirst();
+    QVERIFY(
+        QFile::link(FileUrl::path(vm->configuration().storageDirectory), m_stage->host.path(u"link.vm"_s)));
+    state.setSelectedSection(SidebarSection::downloads);
+    open(path);
+    QCOMPARE(state.errorMessage(), QString());
+    QCOMPARE(state.selectedVM(), vm);
+    QCOMPARE(state.detailContent(), DetailContent::MachineList);
+    QCOMPARE(m_consoles->count(), 1);
+    QCOMPARE(m_consoles->constFirst().constFirst().toUuid(), vm->id());
+    QCOMPARE(state.vmManager()->virtualMachines().size(), 1);
+}
+
+void DocumentOpenerTest::machineOutsideTheRootIsListedOnce()
+{
+    AppState &state = *m_stage->state;
+    QVERIFY(QDir().mkpath(m_stage->host.path(u"disk"_s)));
+    QVERIFY(
+        QDir().rename(m_stage->host.path(u"Virtual Machines/a.vm"_s), m_stage->host.path(u"disk/b.vm"_s)));
+    state.load();
+    QVERIFY(state.vmManager()->virtualMachines().isEmpty());
+    open(u"disk/b.vm"_s);
+    open(u"disk/b.vm"_s);
+    QCOMPARE(m_consoles->count(), 2);
+    QCOMPARE(state.vmManager()->virtualMachines().size(), 1);
+    const VMConfiguration &configuration = state.vmManager()->virtualMachines().constFirst()->configuration();
+    QCOMPARE(FileUrl::path(configuration.diskURL()), m_stage->host.path(u"disk/b.vm/disk.img"_s));
+}
+
+void DocumentOpenerTest::movedMachineIsItselfAndACopyIsRefused()
+{
+    AppState &state = *m_stage->state;
+    const QString root = m_stage->host.path(u"Virtual Machines"_s);
+    QVERIFY(QDir(root).mkdir(u"copy.vm"_s));
+    QVERIFY(QFile::copy(root + u"/a.vm/config.json"_s, root + u"/copy.vm/config.json"_s));
+    open(u"Virtual Machines/copy.vm"_s);
+    QVERIFY2(state.errorMessage().contains(u"is a copy of"_s), qPrintable(state.errorMessage()));
+    QVERIFY(m_consoles->isEmpty());
+
+    QVERIFY(QDir(root + u"/a.vm"_s).removeRecursively());
+    open(u"Virtual Machines/copy.vm"_s);
+    QCOMPARE(m_consoles->count(), 1);
+    QCOMPARE(state.vmManager()->virtualMachines().size(), 1);
+}
+
+void DocumentOpenerTest::imagesGoToTheWizard()
+{
+    AppState &state = *m_stage->state;
+    for (const QString &name : {u"Win 11#.ISO"_s, u"disk.raw"_s}) {
+        m_stage->host.write(name, "image");
+        state.setShowingCreateVM(false);
+        open(name);
+        QVERIFY(state.showingCreateVM());
+        QCOMPARE(state.proposedImage().toLocalFile(), m_stage->host.path(name));
+    }
+    QCOMPARE(state.errorMessage(), QString());
+}
+
+void DocumentOpenerTest::othersAreRefused_data()
+{
+    QTest::addColumn<QUrl>("document");
+    QTest::addColumn<QString>("problem");
+    QTest::newRow("gone") << QUrl(u"file:///none.iso"_s) << u"“/none.iso” does not exist."_s;
+    QTest::newRow("elsewhere") << QUrl(u"https://example.org/x.iso"_s)
+                               << u"“https://example.org/x.iso” does not exist."_s;
+    QTest::newRow("no bundle") << QUrl(u"file:///tmp"_s) << u"tmp"_s;
+    QTest::newRow("no image") << QUrl(u"file:///etc/passwd"_s)
+                              << u"“/etc/passwd” is neither a virtual machine nor an installation image."_s;
+}
+
+void DocumentOpenerTest::othersAreRefused()
+{
+    QFETCH(const QUrl, document);
+    QFETCH(const QString, problem);
+    m_opener->open({document});
+    const QString message = m_stage->state->errorMessage();
+    QVERIFY2(message.contains(problem), qPrintable(message));
+    QVERIFY(m_consoles->isEmpty() && !m_stage->state->showingCreateVM());
+}
+
+void DocumentOpenerTest::documentsWaitForTheMachines()
+{
+    AppStage later([this](VMManager::Collaborators &collaborators) {
+        collaborators.storage = VMStorage(m_stage->host.root(), FileManager::defaultManager());
+    });
+    DocumentOpener opener(*later.state);
+    const QSignalSpy consoles(later.state.get(), &AppState::consoleRequested);
+    opener.open({QUrl::fromLocalFile(m_stage->host.path(u"Virtual Machines/a.vm"_s))});
+    QVERIFY(consoles.isEmpty() && later.state->errorMessage().isEmpty());
+    later.state->load();
+    QTRY_COMPARE(consoles.count(), 1);
+    later.state->load();
+    QTest::qWait(20);
+    QCOMPARE(consoles.count(), 1);
+}
+
+KELVO_TEST_MAIN(DocumentOpenerTest)
+#include "tst_documentopener.moc"
