@@ -9,8 +9,9 @@ CommandLine CommandLine::parse(const QStringList &arguments, const QString &work
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(u"Creates, installs, runs and shows ARM64 virtual machines."_s);
-    const QCommandLineOption help = parser.addHelpOption();
-    const QCommandLineOption version = parser.addVersionOption();
+    const QCommandLineOption help({u"h"_s, u"help"_s}, u"Shows this help."_s);
+    const QCommandLineOption version({u"v"_s, u"version"_s}, u"Shows the version."_s);
+    parser.addOptions({help, version});
     const QCommandLineOption colorScheme(
         u"color-scheme"_s, u"Colors of the interface: light, dark or system."_s, u"scheme"_s, u"system"_s);
     parser.addOption(colorScheme);
@@ -25,7 +26,9 @@ CommandLine CommandLine::parse(const QStringList &arguments, const QString &work
         return commandLine;
     }
     if (parser.isSet(help)) {
-        commandLine.output = parser.helpText();
+        // The program's name in it is the application object's to say, and there is none yet.
+        const QString text = parser.helpText();
+        commandLine.output = u"Usage: kelvo"_s + text.mid(text.indexOf(" [options]"_L1));
         return commandLine;
     }
     if (parser.isSet(version)) {

@@ -66,6 +66,16 @@ void KelvoApp::showSettings()
     raise(m_settingsWindow);
 }
 
+void KelvoApp::perform(const QString &action)
+{
+    if (action == "new-machine"_L1) {
+        raise(m_mainWindow);
+        m_state->setShowingCreateVM(true);
+    } else if (action == "settings"_L1) {
+        showSettings();
+    }
+}
+
 QQuickWindow *KelvoApp::makeWindow(const QString &type, const QVariantMap &properties)
 {
     QQmlComponent component(&m_engine);

@@ -35,6 +35,8 @@ public:
     /// A window that is open already is raised.
     void showConsole(const QUuid &id);
     void showSettings();
+    /// One of the desktop entry's actions: "new-machine" or "settings"; others are ignored.
+    void perform(const QString &action);
 
 private:
     [[nodiscard]] QQuickWindow *makeWindow(const QString &type, const QVariantMap &properties = {});

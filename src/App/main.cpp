@@ -1,5 +1,6 @@
 #include "App/CommandLine.h"
 #include "App/KelvoApp.h"
+#include "Platform/Desktop/ApplicationService.h"
 #include "UI/Components/AppearancePortal.h"
 #include "UI/Components/SymbolCatalogue.h"
 #include "Virtualization/VMManager.h"
@@ -20,6 +21,40 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int exitStatusOfMisuse = 2;
+
+const QString identifier = u"vostarn.id.Kelvo"_s;
+
+/// What whoever launched us gave, so that a window may come to the front; empty when nothing was given.
+QString launchToken()
+{
+    const QString token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
+    return token.isEmpty() ? qEnvironmentVariable("DESKTOP_STARTUP_ID") : token;
+}
+
+/// The next window that is raised takes the token from there.
+void useActivationToken(const QString &token)
+{
+    if (!token.isEmpty())
+        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
+}
+
+void connectService(ApplicationService &service, KelvoApp &kelvo)
+{
+    QObject::connect(&service, &ApplicationService::activated, &kelvo, [&kelvo](const QString &token) {
+        useActivationToken(token);
+        kelvo.open({});
+    });
+    QObject::connect(&service, &ApplicationService::openRequested, &kelvo,
+                     [&kelvo](const QList<QUrl> &documents, const QString &token) {
+                         useActivationToken(token);
+                         kelvo.open(documents);
+                     });
+    QObject::connect(&service, &ApplicationService::actionRequested, &kelvo,
+                     [&kelvo](const QString &action, const QString &token) {
+                         useActivationToken(token);
+                         kelvo.perform(action);
+                     });
+}
 
 void useReadableFont()
 {
@@ -49,11 +84,24 @@ int main(int argc, char *argv[])
         return EXIT_SUCCESS;
     }
 
+    const QString token = launchToken(); // the toolkit takes it out of the environment
     QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(u"kelvo"_s);
     QGuiApplication::setApplicationDisplayName(u"Kelvo"_s);
     QGuiApplication::setApplicationVersion(QLatin1StringView(KELVO_VERSION));
-    QGuiApplication::setDesktopFileName(u"vostarn.id.Kelvo"_s);
+    QGuiApplication::setDesktopFileName(identifier);
+
+    ApplicationService service(identifier, QDBusConnection::sessionBus());
+    switch (service.start(commandLine.documents, token)) {
+    case ApplicationService::Start::first:
+        break;
+    case ApplicationService::Start::handedOver:
+        return EXIT_SUCCESS;
+    case ApplicationService::Start::unanswered:
+        std::fputs("kelvo: Kelvo runs already, but it does not answer.\n", stderr);
+        return EXIT_FAILURE;
+    }
+
     useReadableFont();
     SymbolCatalogue::useIconThemes();
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
@@ -65,6 +113,7 @@ int main(int argc, char *argv[])
 
     auto manager = std::make_unique<VMManager>(VMManager::defaultCollaborators());
     KelvoApp kelvo(std::make_unique<AppState>(std::move(manager)));
+    connectService(service, kelvo);
     if (!kelvo.start())
         return EXIT_FAILURE;
     if (!commandLine.documents.isEmpty())
