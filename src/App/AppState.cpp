@@ -7,6 +7,12 @@
 
 namespace {
 
+bool isAtWork(const VirtualMachine *vm)
+{
+    return vm->state() == VMState::starting || vm->state() == VMState::running ||
+           vm->state() == VMState::stopping;
+}
+
 bool runsOrIsPaused(const VirtualMachine *vm)
 {
     return vm->state() == VMState::running || vm->state() == VMState::paused;
@@ -222,6 +228,9 @@ void AppState::machineStateChanged()
         m_stateRefreshTimer.start();
     else if (!anyRuns)
         m_stateRefreshTimer.stop();
+    const bool atWork = std::ranges::any_of(m_vmManager->virtualMachines(), isAtWork);
+    if (std::exchange(m_isMachineAtWork, atWork) != atWork)
+        Q_EMIT machineAtWorkChanged(atWork);
     updateDerivedState();
 }
 

@@ -62,6 +62,8 @@ public:
     /// The installation medium for the next wizard, which takes it; invalid when there is none.
     [[nodiscard]] QUrl proposedImage() const { return m_proposedImage; }
     void setProposedImage(const QUrl &image);
+    /// True while a machine starts, runs or stops: not while it is paused.
+    [[nodiscard]] bool isMachineAtWork() const { return m_isMachineAtWork; }
     /// True once load() has ended for the first time.
     [[nodiscard]] bool isLoaded() const { return m_isLoaded; }
 
@@ -94,6 +96,7 @@ Q_SIGNALS:
     void consoleVMIDChanged();
     void errorMessageChanged();
     void proposedImageChanged();
+    void machineAtWorkChanged(bool atWork);
     /// Each time load() has ended.
     void loaded();
     /// Each time somebody asks for the machine's console window, also when it is open already.
@@ -123,6 +126,7 @@ private:
     QString m_errorMessage;
     QUrl m_proposedImage;
     bool m_isLoaded = false;
+    bool m_isMachineAtWork = false;
 
     QTimer m_stateRefreshTimer;
     QPointer<VirtualMachine> m_notifiedVM;

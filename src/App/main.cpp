@@ -1,6 +1,7 @@
 #include "App/CommandLine.h"
 #include "App/KelvoApp.h"
 #include "Platform/Desktop/ApplicationService.h"
+#include "Platform/Desktop/SleepInhibitor.h"
 #include "UI/Components/AppearancePortal.h"
 #include "UI/Components/SymbolCatalogue.h"
 #include "Virtualization/VMManager.h"
@@ -114,6 +115,9 @@ int main(int argc, char *argv[])
     auto manager = std::make_unique<VMManager>(VMManager::defaultCollaborators());
     KelvoApp kelvo(std::make_unique<AppState>(std::move(manager)));
     connectService(service, kelvo);
+    SleepInhibitor inhibitor(identifier, QCoreApplication::translate("main", "A virtual machine is running."),
+                             QDBusConnection::sessionBus());
+    QObject::connect(&kelvo.state(), &AppState::machineAtWorkChanged, &inhibitor, &SleepInhibitor::setActive);
     if (!kelvo.start())
         return EXIT_FAILURE;
     if (!commandLine.documents.isEmpty())

@@ -15,6 +15,7 @@ private Q_SLOTS:
     void sectionsAreNamedExactly();
     void propertiesNotifyOnRealChangesOnly();
     void runningSectionFollowsTheMachines();
+    void machineIsAtWorkUnlessItStandsStill();
     void selectionOfAMissingMachineIsNone();
     void settingsShowTheSelectedMachineElseTheApplication();
     void failedCommandsLeaveTheLatestText();
@@ -95,6 +96,27 @@ void AppStateTest::runningSectionFollowsTheMachines()
     }
     stage.state->setSelectedSection(SidebarSection::downloads);
     QCOMPARE(stage.state->filteredVirtualMachines(), QList({first, second}));
+}
+
+void AppStateTest::machineIsAtWorkUnlessItStandsStill()
+{
+    AppStage stage;
+    VirtualMachine *first = stage.add(u"first"_s);
+    VirtualMachine *second = stage.add(u"second"_s);
+    const QSignalSpy atWork(stage.state.get(), &AppState::machineAtWorkChanged);
+    for (const VMState state : {VMState::starting, VMState::running, VMState::stopping})
+        first->setState(state);
+    second->setState(VMState::running);
+    first->setState(VMState::error);
+    QCOMPARE(atWork.count(), 1);
+    QVERIFY(stage.state->isMachineAtWork());
+    second->setState(VMState::paused);
+    QCOMPARE(atWork.count(), 2);
+    QVERIFY(!stage.state->isMachineAtWork());
+    first->setState(VMState::running);
+    QDir(FileUrl::path(first->configuration().storageDirectory)).removeRecursively();
+    stage.state->load();
+    QVERIFY(!stage.state->isMachineAtWork());
 }
 
 void AppStateTest::selectionOfAMissingMachineIsNone()
