@@ -178,6 +178,27 @@ void AppState::showConsole(VirtualMachine *vm)
     Q_EMIT consoleRequested(vm->id());
 }
 
+QString AppState::quitNotice() const
+{
+    QStringList names;
+    for (const VirtualMachine *vm : m_vmManager->virtualMachines())
+        if (isAtWork(vm) || vm->state() == VMState::paused)
+            names.append(vm->name());
+    if (names.isEmpty())
+        return {};
+    if (names.size() == 1)
+        return tr("“%1” keeps running. Kelvo cannot show or stop it again until it has shut itself down.")
+            .arg(names.constFirst());
+    return tr("%n virtual machines keep running. Kelvo cannot show or stop them again until they have shut "
+              "themselves down.",
+              nullptr, static_cast<int>(names.size()));
+}
+
+void AppState::confirmQuit()
+{
+    Q_EMIT quitConfirmed();
+}
+
 QCoro::Task<> AppState::run(QPointer<VirtualMachine> vm, VMCommand command, AfterSuccess afterSuccess)
 {
     const QPointer<AppState> self(this);

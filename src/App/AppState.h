@@ -83,6 +83,10 @@ public:
     Q_INVOKABLE void installAndShowConsole(VirtualMachine *vm);
     Q_INVOKABLE void finishInstallation(VirtualMachine *vm);
     Q_INVOKABLE void showConsole(VirtualMachine *vm);
+    /// What quitting leaves behind, for people; empty where no machine runs, is paused, starts or stops.
+    Q_INVOKABLE [[nodiscard]] QString quitNotice() const;
+    /// The notice has been read.
+    Q_INVOKABLE void confirmQuit();
 
 Q_SIGNALS:
     void selectedSectionChanged();
@@ -97,6 +101,7 @@ Q_SIGNALS:
     void errorMessageChanged();
     void proposedImageChanged();
     void machineAtWorkChanged(bool atWork);
+    void quitConfirmed();
     /// Each time load() has ended.
     void loaded();
     /// Each time somebody asks for the machine's console window, also when it is open already.

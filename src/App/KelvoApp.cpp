@@ -4,9 +4,12 @@
 #include "UI/QmlTypes.h"
 #include "Virtualization/VMManager.h"
 
+#include <QEvent>
 #include <QGuiApplication>
 #include <QQmlComponent>
 #include <QQuickWindow>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -17,7 +20,11 @@ KelvoApp::KelvoApp(std::unique_ptr<AppState> state, QObject *parent)
 {
     AppStateForeign::instance = m_state.get();
     m_engine.addImageProvider(u"symbol"_s, new SymbolImageProvider);
-    connect(&m_engine, &QQmlEngine::quit, qGuiApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    connect(&m_engine, &QQmlEngine::quit, this, &KelvoApp::quit, Qt::QueuedConnection);
+    connect(m_state.get(), &AppState::quitConfirmed, this, &KelvoApp::quitWithoutAsking,
+            Qt::QueuedConnection);
+    // The session's end has asked already, and does not wait for people.
+    connect(qGuiApp, &QGuiApplication::commitDataRequest, this, &KelvoApp::endWithTheSession);
     connect(m_state.get(), &AppState::consoleRequested, this, &KelvoApp::showConsole);
     connect(m_state.get(), &AppState::showingConsoleChanged, this, &KelvoApp::handleConsoleRequest);
     connect(m_state.get(), &AppState::showingAppSettingsChanged, this, &KelvoApp::handleSettingsRequest);
@@ -66,6 +73,46 @@ void KelvoApp::showSettings()
     raise(m_settingsWindow);
 }
 
+bool KelvoApp::mayQuit() const
+{
+    return m_quitsWithoutAsking || m_state->quitNotice().isEmpty();
+}
+
+bool KelvoApp::isLastOpen(const QWindow *window) const
+{
+    return std::ranges::none_of(QGuiApplication::topLevelWindows(), [window](const QWindow *other) {
+        return other != window && other->isVisible() && !other->transientParent();
+    });
+}
+
+void KelvoApp::quit()
+{
+    if (mayQuit()) {
+        quitWithoutAsking();
+        return;
+    }
+    auto *window = qobject_cast<QQuickWindow *>(QGuiApplication::focusWindow());
+    if (!window || !window->property("asksToQuit").isValid())
+        window = m_mainWindow;
+    raise(window);
+    window->setProperty("asksToQuit", true);
+}
+
+void KelvoApp::quitWithoutAsking()
+{
+    m_quitsWithoutAsking = true;
+    QCoreApplication::quit();
+}
+
+bool KelvoApp::eventFilter(QObject *object, QEvent *event)
+{
+    if (event->type() != QEvent::Close || mayQuit() || !isLastOpen(qobject_cast<QWindow *>(object)))
+        return QObject::eventFilter(object, event);
+    event->ignore();
+    object->setProperty("asksToQuit", true);
+    return true;
+}
+
 void KelvoApp::perform(const QString &action)
 {
     if (action == "new-machine"_L1) {
@@ -84,7 +131,10 @@ QQuickWindow *KelvoApp::makeWindow(const QString &type, const QVariantMap &prope
         qCritical("%s", qUtf8Printable(component.errorString()));
         return nullptr;
     }
-    return qobject_cast<QQuickWindow *>(component.createWithInitialProperties(properties));
+    auto *window = qobject_cast<QQuickWindow *>(component.createWithInitialProperties(properties));
+    if (window)
+        window->installEventFilter(this);
+    return window;
 }
 
 void KelvoApp::handleConsoleRequest()

@@ -35,11 +35,21 @@ public:
     /// A window that is open already is raised.
     void showConsole(const QUuid &id);
     void showSettings();
+    /// Ends the application; while machines run only once that has been confirmed.
+    void quit();
+    /// From now on nobody is asked.
+    void endWithTheSession() { m_quitsWithoutAsking = true; }
     /// One of the desktop entry's actions: "new-machine" or "settings"; others are ignored.
     void perform(const QString &action);
 
+    /// The last open window's closing is a way to quit.
+    bool eventFilter(QObject *object, QEvent *event) override;
+
 private:
     [[nodiscard]] QQuickWindow *makeWindow(const QString &type, const QVariantMap &properties = {});
+    [[nodiscard]] bool mayQuit() const;
+    [[nodiscard]] bool isLastOpen(const QWindow *window) const;
+    void quitWithoutAsking();
     void handleConsoleRequest();
     void handleSettingsRequest();
     void updateConsoleMachines();
@@ -51,4 +61,5 @@ private:
     QPointer<QQuickWindow> m_mainWindow;
     QPointer<QQuickWindow> m_settingsWindow;
     QHash<QUuid, QPointer<QQuickWindow>> m_consoleWindows;
+    bool m_quitsWithoutAsking = false;
 };

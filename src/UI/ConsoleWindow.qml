@@ -7,6 +7,7 @@ import Kelvo.UI
 T.ApplicationWindow {
     id: root
 
+    property bool asksToQuit: false
     property VirtualMachine vm: null
 
     title: vm ? vm.name : qsTr("VM Console")
@@ -28,5 +29,11 @@ T.ApplicationWindow {
         visible: root.vm === null
         text: qsTr("Virtual machine not found.")
         color: Theme.secondaryText
+    }
+
+    SheetLoader {
+        sheet: "QuitAlert.qml"
+        shown: root.asksToQuit
+        onDismissed: root.asksToQuit = false
     }
 }

@@ -6,6 +6,8 @@ import Kelvo.UI
 T.ApplicationWindow {
     id: root
 
+    property bool asksToQuit: false
+
     title: AppState.detailContent === DetailContent.MachineList ? AppState.sectionTitle : "Kelvo"
     width: Math.min(1120, Screen.desktopAvailableWidth)
     height: Math.min(740, Screen.desktopAvailableHeight)
@@ -30,5 +32,11 @@ T.ApplicationWindow {
         sheet: "ErrorAlert.qml"
         shown: AppState.errorMessage !== ""
         onDismissed: AppState.errorMessage = ""
+    }
+
+    SheetLoader {
+        sheet: "QuitAlert.qml"
+        shown: root.asksToQuit
+        onDismissed: root.asksToQuit = false
     }
 }

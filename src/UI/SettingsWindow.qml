@@ -6,6 +6,8 @@ import Kelvo.UI
 T.ApplicationWindow {
     id: root
 
+    property bool asksToQuit: false
+
     title: qsTr("Settings")
     width: Math.min(720, Screen.desktopAvailableWidth)
     height: Math.min(680, Screen.desktopAvailableHeight)
@@ -19,7 +21,14 @@ T.ApplicationWindow {
     }
 
     Shortcut {
+        enabled: !root.asksToQuit
         sequences: ["Esc", "Ctrl+W"]
         onActivated: root.close()
+    }
+
+    SheetLoader {
+        sheet: "QuitAlert.qml"
+        shown: root.asksToQuit
+        onDismissed: root.asksToQuit = false
     }
 }

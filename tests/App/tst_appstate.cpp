@@ -113,10 +113,14 @@ void AppStateTest::machineIsAtWorkUnlessItStandsStill()
     second->setState(VMState::paused);
     QCOMPARE(atWork.count(), 2);
     QVERIFY(!stage.state->isMachineAtWork());
+    QVERIFY(stage.state->quitNotice().contains(u"“second”"_s)); // it outlives the application all the same
     first->setState(VMState::running);
+    QVERIFY(stage.state->quitNotice().contains(u"2 virtual machines"_s));
+    second->setState(VMState::poweredOff);
     QDir(FileUrl::path(first->configuration().storageDirectory)).removeRecursively();
     stage.state->load();
     QVERIFY(!stage.state->isMachineAtWork());
+    QCOMPARE(stage.state->quitNotice(), QString());
 }
 
 void AppStateTest::selectionOfAMissingMachineIsNone()

@@ -80,6 +80,8 @@ private Q_SLOTS:
     void settingsWindowOpensOnRequest();
     void cardsAreSelectedAndCommanded();
     void arrowsMoveTheSelection();
+    void quittingAsksWhileAMachineRuns();
+    void lastWindowAsksAsWell();
 
 private:
     [[nodiscard]] QQuickWindow *mainWindow() const { return m_app->mainWindow(); }
@@ -290,6 +292,40 @@ void WindowsTest::arrowsMoveTheSelection()
     QTRY_COMPARE(m_app->state().selectedVM(), machines.at(0));
     QTest::keyClick(mainWindow(), Qt::Key_Return);
     QTRY_VERIFY(m_app->consoleWindow(machines.at(0)->id()));
+}
+
+void WindowsTest::quittingAsksWhileAMachineRuns()
+{
+    VirtualMachine *vm = m_app->state().vmManager()->virtualMachines().first();
+    m_app->state().perform(vm, VMCommand::Start);
+    QTRY_COMPARE(vm->state(), VMState::running);
+    for (int time = 0; time < 2; ++time) {
+        QTest::keyClick(mainWindow(), Qt::Key_Q, Qt::ControlModifier);
+        QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"Quit Kelvo?"_s));
+        QTest::keyClick(mainWindow(), Qt::Key_Escape);
+        QTRY_VERIFY(!findItem(mainWindow()->contentItem(), u"Quit Kelvo?"_s));
+        QVERIFY(mainWindow()->isVisible());
+    }
+    QTest::keyClick(mainWindow(), Qt::Key_Q, Qt::ControlModifier);
+    QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"Quit"_s));
+    QTest::keyClick(mainWindow(), Qt::Key_Return);
+    QTRY_VERIFY(mainWindow()->close()); // as the application's end does, which a test never reaches
+}
+
+void WindowsTest::lastWindowAsksAsWell()
+{
+    VirtualMachine *vm = m_app->state().vmManager()->virtualMachines().first();
+    m_app->state().perform(vm, VMCommand::Start);
+    QTRY_COMPARE(vm->state(), VMState::running);
+    m_app->state().showConsole(vm);
+    QQuickWindow *console = m_app->consoleWindow(vm->id());
+    QVERIFY(mainWindow()->close());
+    QVERIFY(!console->close());
+    QTRY_VERIFY(findItem(console->contentItem(), u"Quit Kelvo?"_s));
+    click(console, u"Cancel"_s);
+    QTRY_VERIFY(!findItem(console->contentItem(), u"Quit Kelvo?"_s));
+    m_app->endWithTheSession();
+    QVERIFY(console->close());
 }
 
 KELVO_GUI_TEST_MAIN(WindowsTest)

@@ -1,12 +1,13 @@
 import QtQuick
 import QtQuick.Templates as T
 
-/// Says what went wrong until it is answered with "OK", Return or Escape.
+/// Says something until it is answered: with the first button or Return, which accept it, or with Escape.
 Sheet {
     id: root
 
     required property string message
-    /// A second way out beside "OK"; none when empty.
+    property string acceptText: qsTr("OK")
+    /// A second way out; none when empty.
     property string secondaryText: ""
 
     signal secondaryChosen
@@ -61,10 +62,10 @@ Sheet {
             }
             PushButton {
                 width: Math.max(implicitWidth, 88)
-                text: qsTr("OK")
+                text: root.acceptText
                 prominent: true
                 focus: true
-                onClicked: root.close()
+                onClicked: root.accept()
             }
         }
     }
