@@ -13,10 +13,11 @@
 
 using namespace Qt::StringLiterals;
 
-KelvoApp::KelvoApp(std::unique_ptr<AppState> state, QObject *parent)
+KelvoApp::KelvoApp(std::unique_ptr<AppState> state, const QString &windowFile, QObject *parent)
     : QObject(parent)
     , m_state(std::move(state))
     , m_opener(*m_state)
+    , m_windowMemory(windowFile)
 {
     AppStateForeign::instance = m_state.get();
     m_engine.addImageProvider(u"symbol"_s, new SymbolImageProvider);
@@ -43,10 +44,10 @@ KelvoApp::~KelvoApp()
 bool KelvoApp::start()
 {
     m_state->load();
-    m_mainWindow = makeWindow(u"MainWindow"_s);
+    m_mainWindow = makeWindow(u"MainWindow"_s, u"Main"_s);
     if (!m_mainWindow)
         return false;
-    m_mainWindow->show();
+    raise(m_mainWindow);
     return true;
 }
 
@@ -61,7 +62,8 @@ void KelvoApp::showConsole(const QUuid &id)
     QPointer<QQuickWindow> &window = m_consoleWindows[id];
     if (!window) {
         VirtualMachine *vm = m_state->vmManager()->virtualMachine(id);
-        window = makeWindow(u"ConsoleWindow"_s, {{u"vm"_s, QVariant::fromValue(vm)}});
+        window = makeWindow(u"ConsoleWindow"_s, u"Console-"_s + id.toString(QUuid::WithoutBraces),
+                            {{u"vm"_s, QVariant::fromValue(vm)}});
     }
     raise(window);
 }
@@ -69,7 +71,7 @@ void KelvoApp::showConsole(const QUuid &id)
 void KelvoApp::showSettings()
 {
     if (!m_settingsWindow)
-        m_settingsWindow = makeWindow(u"SettingsWindow"_s);
+        m_settingsWindow = makeWindow(u"SettingsWindow"_s, u"Settings"_s);
     raise(m_settingsWindow);
 }
 
@@ -123,7 +125,7 @@ void KelvoApp::perform(const QString &action)
     }
 }
 
-QQuickWindow *KelvoApp::makeWindow(const QString &type, const QVariantMap &properties)
+QQuickWindow *KelvoApp::makeWindow(const QString &type, const QString &name, const QVariantMap &properties)
 {
     QQmlComponent component(&m_engine);
     component.loadUrl(QUrl(u"qrc:/qt-project.org/imports/Kelvo/UI/"_s + type + u".qml"_s));
@@ -132,8 +134,10 @@ QQuickWindow *KelvoApp::makeWindow(const QString &type, const QVariantMap &prope
         return nullptr;
     }
     auto *window = qobject_cast<QQuickWindow *>(component.createWithInitialProperties(properties));
-    if (window)
-        window->installEventFilter(this);
+    if (!window)
+        return nullptr;
+    m_windowMemory.follow(window, name);
+    window->installEventFilter(this);
     return window;
 }
 
@@ -162,11 +166,8 @@ void KelvoApp::updateConsoleMachines()
                 "vm", QVariant::fromValue(m_state->vmManager()->virtualMachine(console.key())));
 }
 
-void KelvoApp::raise(QQuickWindow *window)
+void KelvoApp::raise(QQuickWindow *window) const
 {
-    if (!window)
-        return;
-    window->show();
-    window->raise();
-    window->requestActivate();
+    if (window)
+        m_windowMemory.raise(window);
 }

@@ -2,6 +2,7 @@
 
 #include "App/AppState.h"
 #include "App/DocumentOpener.h"
+#include "App/WindowMemory.h"
 
 #include <QHash>
 #include <QObject>
@@ -18,7 +19,8 @@ class KelvoApp : public QObject
     Q_OBJECT
 
 public:
-    explicit KelvoApp(std::unique_ptr<AppState> state, QObject *parent = nullptr);
+    /// `windowFile`: where the windows' sizes are kept, see WindowMemory.
+    KelvoApp(std::unique_ptr<AppState> state, const QString &windowFile, QObject *parent = nullptr);
     ~KelvoApp() override;
 
     /// Loads the machines and shows the main window; false when it could not be made.
@@ -46,17 +48,20 @@ public:
     bool eventFilter(QObject *object, QEvent *event) override;
 
 private:
-    [[nodiscard]] QQuickWindow *makeWindow(const QString &type, const QVariantMap &properties = {});
+    /// `name`: for the window's memory.
+    [[nodiscard]] QQuickWindow *makeWindow(const QString &type, const QString &name,
+                                           const QVariantMap &properties = {});
     [[nodiscard]] bool mayQuit() const;
     [[nodiscard]] bool isLastOpen(const QWindow *window) const;
     void quitWithoutAsking();
     void handleConsoleRequest();
     void handleSettingsRequest();
     void updateConsoleMachines();
-    static void raise(QQuickWindow *window);
+    void raise(QQuickWindow *window) const;
 
     std::unique_ptr<AppState> m_state;
     DocumentOpener m_opener;
+    WindowMemory m_windowMemory;
     QQmlApplicationEngine m_engine;
     QPointer<QQuickWindow> m_mainWindow;
     QPointer<QQuickWindow> m_settingsWindow;

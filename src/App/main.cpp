@@ -10,6 +10,7 @@
 #include <QFont>
 #include <QGuiApplication>
 #include <QQuickWindow>
+#include <QStandardPaths>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <cstdio>
@@ -113,7 +114,8 @@ int main(int argc, char *argv[])
         portal.start();
 
     auto manager = std::make_unique<VMManager>(VMManager::defaultCollaborators());
-    KelvoApp kelvo(std::make_unique<AppState>(std::move(manager)));
+    KelvoApp kelvo(std::make_unique<AppState>(std::move(manager)),
+                   QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) + u"/windows.ini"_s);
     connectService(service, kelvo);
     SleepInhibitor inhibitor(identifier, QCoreApplication::translate("main", "A virtual machine is running."),
                              QDBusConnection::sessionBus());

@@ -10,6 +10,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QScopeGuard>
+#include <QScreen>
 #include <QTcpServer>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -17,6 +18,7 @@ Q_IMPORT_QML_PLUGIN(Kelvo_ComponentsPlugin)
 Q_IMPORT_QML_PLUGIN(Kelvo_UIPlugin)
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -82,6 +84,7 @@ private Q_SLOTS:
     void arrowsMoveTheSelection();
     void quittingAsksWhileAMachineRuns();
     void lastWindowAsksAsWell();
+    void sizesAreRememberedWithinTheScreen();
 
 private:
     [[nodiscard]] QQuickWindow *mainWindow() const { return m_app->mainWindow(); }
@@ -105,7 +108,7 @@ void WindowsTest::init()
     m_stage->host.write(u"setup.iso"_s, "image");
     m_stage->add(u"first"_s);
     m_stage->add(u"second"_s, m_stage->host.path(u"setup.iso"_s));
-    m_app = std::make_unique<KelvoApp>(std::move(m_stage->state));
+    m_app = std::make_unique<KelvoApp>(std::move(m_stage->state), m_stage->host.path(u"windows.ini"_s));
     QVERIFY(m_app->start());
     QVERIFY(QTest::qWaitForWindowExposed(mainWindow()));
 }
@@ -326,6 +329,49 @@ void WindowsTest::lastWindowAsksAsWell()
     QTRY_VERIFY(!findItem(console->contentItem(), u"Quit Kelvo?"_s));
     m_app->endWithTheSession();
     QVERIFY(console->close());
+}
+
+void WindowsTest::sizesAreRememberedWithinTheScreen()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(u"sizes.ini"_s);
+    const auto restart = [&] {
+        m_app.reset();
+        m_host = std::make_unique<AppStage>();
+        m_app = std::make_unique<KelvoApp>(std::move(m_host->state), path);
+        return m_app->start() && QTest::qWaitForWindowExposed(mainWindow());
+    };
+    const QSize screen = mainWindow()->screen()->availableSize();
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("[Main]\nsize=@Size(90000 10)\n[Settings]\nsize=rubbish\n");
+    file.close();
+    QVERIFY(restart());
+    QCOMPARE(mainWindow()->size(), QSize(screen.width(), mainWindow()->minimumHeight()));
+
+    m_app->showSettings();
+    QQuickWindow *settings = m_app->settingsWindow();
+    const QSize wanted(500, 400);
+    QVERIFY(settings->width() > wanted.width());
+    settings->resize(wanted);
+    QVERIFY(settings->close());
+    mainWindow()->showMaximized();
+    QVERIFY(mainWindow()->close());
+
+    QVERIFY(restart());
+    QCOMPARE(mainWindow()->visibility(), QWindow::Maximized);
+    m_app->showSettings();
+    QCOMPARE(m_app->settingsWindow()->size(), wanted);
+    m_app->settingsWindow()->showFullScreen();
+    QVERIFY(m_app->settingsWindow()->close());
+    mainWindow()->showNormal();
+    const std::chrono::milliseconds writtenAfter = WindowMemory::writeDelay + 100ms;
+    QTest::qWait(static_cast<int>(writtenAfter.count())); // from then on a crash loses nothing
+
+    QVERIFY(restart());
+    QCOMPARE(mainWindow()->visibility(), QWindow::Windowed);
+    m_app->showSettings();
+    QCOMPARE(m_app->settingsWindow()->size(), wanted);
 }
 
 KELVO_GUI_TEST_MAIN(WindowsTest)
