@@ -4,6 +4,7 @@
 #include "LibraryBenchmark.h"
 #include "LogBenchmark.h"
 #include "StartBenchmark.h"
+#include "UIBenchmark.h"
 #include "VNCBenchmark.h"
 
 #include "Platform/LocalizedError.h"
@@ -34,6 +35,8 @@ constexpr std::array commands{
     Command{"library", "finding and loading many machines", runLibraryBenchmark},
     Command{"log", "entries into the diagnostic log", runLogBenchmark},
     Command{"start", "from a controller's start to the running state", runStartBenchmark},
+    Command{"ui", "the list of machines on the screen", runUIBenchmark},
+    Command{"ui-window", "one window of it", runUIWindow},
     Command{"vnc", "frames received from a VNC server", runVNCBenchmark},
     Command{"vnc-server", "a server for it, until it is killed", runFrameServer},
 };
@@ -50,7 +53,8 @@ void printUsage()
 int main(int argc, char *argv[])
 {
     // Only what has a window needs a display.
-    const bool hasWindow = argc > 1 && QByteArrayView(argv[1]) == "display";
+    const QByteArrayView wanted = argc > 1 ? argv[1] : "";
+    const bool hasWindow = wanted == "display" || wanted == "ui-window";
     const std::unique_ptr<QCoreApplication> application =
         hasWindow ? std::make_unique<QGuiApplication>(argc, argv)
                   : std::make_unique<QCoreApplication>(argc, argv);
