@@ -7,6 +7,6 @@ QRectF screenTarget(const QSizeF &area, const QSize &pixels, qreal devicePixelRa
         return {};
     const QSize fitted = pixels.scaled(available, Qt::KeepAspectRatio).expandedTo({1, 1});
     const QSize bars = available - fitted;
-    return {QPointF(bars.width() / 2, bars.height() / 2) / devicePixelRatio,
-            QSizeF(fitted) / devicePixelRatio};
+    const QPoint corner(bars.width() / 2, bars.height() / 2);
+    return {QPointF(corner) / devicePixelRatio, QSizeF(fitted) / devicePixelRatio};
 }
