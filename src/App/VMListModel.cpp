@@ -40,20 +40,12 @@ QVariant VMListModel::data(const QModelIndex &index, int role) const
     if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
         return {};
     VirtualMachine *vm = m_rows.at(index.row()).vm;
-    switch (role) {
-    case MachineRole:
-        return QVariant::fromValue(vm);
-    case NameRole:
-    case Qt::DisplayRole:
-        return vm ? vm->name() : QString();
-    default:
-        return {};
-    }
+    return role == MachineRole ? QVariant::fromValue(vm) : QVariant();
 }
 
 QHash<int, QByteArray> VMListModel::roleNames() const
 {
-    return {{MachineRole, "vm"}, {NameRole, "name"}};
+    return {{MachineRole, "vm"}};
 }
 
 int VMListModel::rowOf(VirtualMachine *vm) const
@@ -117,9 +109,6 @@ void VMListModel::removeUnlisted(const QList<Row> &wanted)
         int first = last;
         while (first > 0 && !wantedKeys.contains(m_rows.at(first - 1).key))
             --first;
-        for (int row = first; row <= last; ++row)
-            if (VirtualMachine *vm = m_rows.at(row).vm)
-                vm->disconnect(this);
         beginRemoveRows({}, first, last);
         m_rows.remove(first, last - first + 1);
         endRemoveRows();
@@ -133,28 +122,12 @@ void VMListModel::insertRun(int row, const QList<Row> &run)
     m_rows.insert(row, run.size(), Row());
     std::ranges::copy(run, m_rows.begin() + row);
     endInsertRows();
-    for (const Row &inserted : run)
-        observe(inserted.vm);
 }
 
 void VMListModel::replace(int row, VirtualMachine *vm)
 {
     if (m_rows.at(row).vm == vm)
         return;
-    if (VirtualMachine *before = m_rows.at(row).vm)
-        before->disconnect(this);
     m_rows[row].vm = vm;
-    observe(vm);
     Q_EMIT dataChanged(index(row), index(row));
-}
-
-void VMListModel::observe(VirtualMachine *vm)
-{
-    connect(vm, &VirtualMachine::nameChanged, this, &VMListModel::machineNameChanged);
-}
-
-void VMListModel::machineNameChanged()
-{
-    if (const int row = rowOf(qobject_cast<VirtualMachine *>(sender())); row >= 0)
-        Q_EMIT dataChanged(index(row), index(row), {NameRole, Qt::DisplayRole});
 }

@@ -8,7 +8,8 @@ class AppState;
 class VirtualMachine;
 
 /// The machines that the main window lists, one row each, keyed by identifier. It follows the list of its
-/// source with inserts, removals, moves and data changes; it is never reset.
+/// source with inserts, removals, moves and data changes; it is never reset. What changes of a machine is
+/// told by the machine itself.
 class VMListModel : public QAbstractListModel
 {
     Q_OBJECT
@@ -20,8 +21,7 @@ class VMListModel : public QAbstractListModel
 public:
     enum Role
     {
-        MachineRole = Qt::UserRole + 1,
-        NameRole
+        MachineRole = Qt::UserRole + 1
     };
 
     explicit VMListModel(QObject *parent = nullptr);
@@ -67,8 +67,6 @@ private:
     void removeUnlisted(const QList<Row> &wanted);
     void insertRun(int row, const QList<Row> &run);
     void replace(int row, VirtualMachine *vm);
-    void observe(VirtualMachine *vm);
-    void machineNameChanged();
 
     QPointer<AppState> m_source;
     QList<Row> m_rows;

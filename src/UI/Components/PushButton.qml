@@ -1,27 +1,12 @@
 import QtQuick
-import QtQuick.Templates as T
 
-/// A bordered push button; `prominent` is the one that people most likely want.
-T.Button {
+/// A push button with room for a symbol before its text.
+TextButton {
     id: root
 
-    property bool prominent: false
-    property bool small: false
     property string symbol: ""
 
-    readonly property color foreground: !enabled ? Theme.disabledText : prominent ? Theme.accentText : Theme.text
-
-    implicitWidth: implicitContentWidth + leftPadding + rightPadding
-    implicitHeight: small ? Theme.smallControlHeight : Theme.controlHeight
-    horizontalPadding: small ? 10 : 14
     spacing: 6
-    font.pixelSize: small ? Theme.subheadline : Theme.body
-    font.weight: prominent ? Font.DemiBold : Font.Medium
-    focusPolicy: Qt.StrongFocus
-
-    Accessible.onPressAction: if (root.enabled) root.clicked()
-    Keys.onReturnPressed: root.clicked()
-    Keys.onEnterPressed: root.clicked()
 
     contentItem: ButtonContent {
         symbol: root.symbol
@@ -29,22 +14,5 @@ T.Button {
         font: root.font
         color: root.foreground
         spacing: root.spacing
-    }
-
-    background: Rectangle {
-        radius: Theme.controlRadius
-        color: {
-            if (root.prominent && root.enabled)
-                return root.down ? Theme.accentPressed : root.hovered ? Theme.accentHovered : Theme.accent;
-            if (!root.enabled)
-                return Theme.controlDisabled;
-            return root.down ? Theme.controlPressed : root.hovered ? Theme.controlHovered : Theme.control;
-        }
-        border.width: root.prominent && root.enabled ? 0 : 1
-        border.color: root.enabled ? Theme.controlBorder : Theme.disabledBorder
-
-        FocusRing {
-            visible: root.visualFocus
-        }
     }
 }

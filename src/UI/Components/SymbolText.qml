@@ -1,35 +1,25 @@
 import QtQuick
 
 /// A symbol before a short text, in one colour.
-Item {
+Text {
     id: root
 
     required property string symbol
-    required property string text
     property int pixelSize: Theme.caption
-    property color color: Theme.secondaryText
 
-    implicitWidth: label.x + label.implicitWidth
-    implicitHeight: Math.max(Theme.smallSymbol, label.implicitHeight)
+    height: Math.max(Theme.smallSymbol, implicitHeight)
+    leftPadding: Theme.smallSymbol + 7
+    verticalAlignment: Text.AlignVCenter
+    textFormat: Text.PlainText
+    font.pixelSize: pixelSize
+    color: Theme.secondaryText
+    elide: Text.ElideRight
+    Accessible.role: Accessible.StaticText
+    Accessible.name: text
 
     Symbol {
-        anchors.verticalCenter: parent.verticalCenter
+        y: Math.round((parent.height - height) / 2)
         name: root.symbol
         color: root.color
-    }
-
-    Text {
-        id: label
-
-        x: Theme.smallSymbol + 7
-        width: parent.width - x
-        anchors.verticalCenter: parent.verticalCenter
-        text: root.text
-        textFormat: Text.PlainText
-        font.pixelSize: root.pixelSize
-        color: root.color
-        elide: Text.ElideRight
-        Accessible.role: Accessible.StaticText
-        Accessible.name: root.text
     }
 }

@@ -173,7 +173,7 @@ Item {
         x: Theme.spacing
         spacing: 6
 
-        PushButton {
+        TextButton {
             small: true
             prominent: true
             visible: presenter.shown.showsInstall
@@ -181,21 +181,21 @@ Item {
             text: qsTr("Install")
             onClicked: AppState.installAndShowConsole(root.vm)
         }
-        PushButton {
+        TextButton {
             small: true
             enabled: presenter.shown.startEnabled
             focusPolicy: root.tabPolicy
             text: qsTr("Start")
             onClicked: AppState.perform(root.vm, VMCommand.Start)
         }
-        PushButton {
+        TextButton {
             small: true
             enabled: presenter.shown.stopEnabled
             focusPolicy: root.tabPolicy
             text: qsTr("Stop")
             onClicked: AppState.perform(root.vm, VMCommand.Stop)
         }
-        PushButton {
+        TextButton {
             small: true
             enabled: presenter.shown.pauseEnabled
             focusPolicy: root.tabPolicy
@@ -212,19 +212,19 @@ Item {
         x: Theme.spacing
         spacing: 6
 
-        PushButton {
+        TextButton {
             small: true
             focusPolicy: root.tabPolicy
             text: qsTr("Console")
             onClicked: AppState.showConsole(root.vm)
         }
-        PushButton {
+        TextButton {
             small: true
             focusPolicy: root.tabPolicy
             text: qsTr("Settings")
             onClicked: AppState.showSettings(root.vm)
         }
-        PushButton {
+        TextButton {
             small: true
             visible: presenter.shown.showsFinishInstall
             focusPolicy: root.tabPolicy

@@ -1,0 +1,53 @@
+import QtQuick
+import QtQuick.Templates as T
+
+/// A bordered push button with a text alone; `prominent` is the one that people most likely want.
+T.Button {
+    id: root
+
+    property bool prominent: false
+    property bool small: false
+
+    readonly property color foreground: !enabled ? Theme.disabledText : prominent ? Theme.accentText : Theme.text
+
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitHeight: small ? Theme.smallControlHeight : Theme.controlHeight
+    horizontalPadding: small ? 10 : 14
+    font.pixelSize: small ? Theme.subheadline : Theme.body
+    font.weight: prominent ? Font.DemiBold : Font.Medium
+    focusPolicy: Qt.StrongFocus
+
+    Accessible.onPressAction: if (root.enabled) root.clicked()
+    Keys.onReturnPressed: root.clicked()
+    Keys.onEnterPressed: root.clicked()
+
+    contentItem: Text {
+        text: root.text
+        textFormat: Text.PlainText
+        font: root.font
+        color: root.foreground
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+        elide: Text.ElideRight
+        Accessible.ignored: true
+    }
+
+    background: Rectangle {
+        radius: Theme.controlRadius
+        color: {
+            if (root.prominent && root.enabled)
+                return root.down ? Theme.accentPressed : root.hovered ? Theme.accentHovered : Theme.accent;
+            if (!root.enabled)
+                return Theme.controlDisabled;
+            return root.down ? Theme.controlPressed : root.hovered ? Theme.controlHovered : Theme.control;
+        }
+        border.width: root.prominent && root.enabled ? 0 : 1
+        border.color: root.enabled ? Theme.controlBorder : Theme.disabledBorder
+
+        Loader {
+            anchors.fill: parent
+            active: root.visualFocus
+            sourceComponent: FocusRing {}
+        }
+    }
+}
