@@ -173,11 +173,11 @@ QJsonObject measure(QQuickWindow &window)
     return result;
 }
 
-QJsonObject measureShipped()
+QJsonObject measureShipped(const QString &home)
 {
     SymbolCatalogue::useIconThemes();
-    KelvoApp kelvo(
-        std::make_unique<AppState>(std::make_unique<VMManager>(VMManager::defaultCollaborators())));
+    KelvoApp kelvo(std::make_unique<AppState>(std::make_unique<VMManager>(VMManager::defaultCollaborators())),
+                   home + u"/windows.conf"_s);
     if (!kelvo.start())
         throw LocalizedError(u"The main window could not be made."_s);
     return measure(*kelvo.mainWindow());
@@ -203,5 +203,5 @@ QJsonObject runUIWindow(const QStringList &arguments)
     if (arguments.size() != 3)
         throw LocalizedError(u"This command is for the benchmark “ui”."_s);
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
-    return arguments.at(1) == u"shipped" ? measureShipped() : measureBare(arguments.at(2));
+    return arguments.at(1) == u"shipped" ? measureShipped(arguments.at(2)) : measureBare(arguments.at(2));
 }
