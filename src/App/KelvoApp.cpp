@@ -1,5 +1,6 @@
 #include "App/KelvoApp.h"
 
+#include "Platform/Desktop/WindowActivation.h"
 #include "UI/Components/SymbolImageProvider.h"
 #include "UI/QmlTypes.h"
 #include "Virtualization/VMManager.h"
@@ -51,9 +52,9 @@ bool KelvoApp::start()
     return true;
 }
 
-void KelvoApp::open(const QList<QUrl> &documents)
+void KelvoApp::open(const QList<QUrl> &documents, const std::optional<QString> &activationToken)
 {
-    raise(m_mainWindow);
+    raise(m_mainWindow, activationToken);
     m_opener.open(documents);
 }
 
@@ -68,11 +69,11 @@ void KelvoApp::showConsole(const QUuid &id)
     raise(window);
 }
 
-void KelvoApp::showSettings()
+void KelvoApp::showSettings(const std::optional<QString> &activationToken)
 {
     if (!m_settingsWindow)
         m_settingsWindow = makeWindow(u"SettingsWindow"_s, u"Settings"_s);
-    raise(m_settingsWindow);
+    raise(m_settingsWindow, activationToken);
 }
 
 bool KelvoApp::mayQuit() const
@@ -115,13 +116,13 @@ bool KelvoApp::eventFilter(QObject *object, QEvent *event)
     return true;
 }
 
-void KelvoApp::perform(const QString &action)
+void KelvoApp::perform(const QString &action, const QString &activationToken)
 {
     if (action == "new-machine"_L1) {
-        raise(m_mainWindow);
+        raise(m_mainWindow, activationToken);
         m_state->setShowingCreateVM(true);
     } else if (action == "settings"_L1) {
-        showSettings();
+        showSettings(activationToken);
     }
 }
 
@@ -166,8 +167,13 @@ void KelvoApp::updateConsoleMachines()
                 "vm", QVariant::fromValue(m_state->vmManager()->virtualMachine(console.key())));
 }
 
-void KelvoApp::raise(QQuickWindow *window) const
+void KelvoApp::raise(QQuickWindow *window, const std::optional<QString> &activationToken) const
 {
-    if (window)
-        m_windowMemory.raise(window);
+    if (!window)
+        return;
+    m_windowMemory.show(window);
+    if (activationToken)
+        WindowActivation::activate(window, *activationToken);
+    else
+        window->requestActivate();
 }

@@ -32,17 +32,18 @@ public:
     /// Null until it is asked for.
     [[nodiscard]] QQuickWindow *consoleWindow(const QUuid &id) const { return m_consoleWindows.value(id); }
 
-    /// Raises the main window and opens what is handed in, as DocumentOpener does.
-    void open(const QList<QUrl> &documents);
+    /// Raises the main window and opens what is handed in, as DocumentOpener does. `activationToken` comes
+    /// with what another process asks for, see WindowActivation.
+    void open(const QList<QUrl> &documents, const std::optional<QString> &activationToken = std::nullopt);
     /// A window that is open already is raised.
     void showConsole(const QUuid &id);
-    void showSettings();
+    void showSettings(const std::optional<QString> &activationToken = std::nullopt);
     /// Ends the application; while machines run only once that has been confirmed.
     void quit();
     /// From now on nobody is asked.
     void endWithTheSession() { m_quitsWithoutAsking = true; }
     /// One of the desktop entry's actions: "new-machine" or "settings"; others are ignored.
-    void perform(const QString &action);
+    void perform(const QString &action, const QString &activationToken);
 
     /// The last open window's closing is a way to quit.
     bool eventFilter(QObject *object, QEvent *event) override;
@@ -57,7 +58,7 @@ private:
     void handleConsoleRequest();
     void handleSettingsRequest();
     void updateConsoleMachines();
-    void raise(QQuickWindow *window) const;
+    void raise(QQuickWindow *window, const std::optional<QString> &activationToken = std::nullopt) const;
 
     std::unique_ptr<AppState> m_state;
     DocumentOpener m_opener;

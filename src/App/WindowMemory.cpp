@@ -54,7 +54,7 @@ void WindowMemory::follow(QWindow *window, const QString &name)
     connect(window, &QObject::destroyed, this, [this, window] { m_names.remove(window); });
 }
 
-void WindowMemory::raise(QWindow *window) const
+void WindowMemory::show(QWindow *window) const
 {
     if (window->isVisible())
         window->setWindowStates(window->windowStates() & ~Qt::WindowMinimized);
@@ -63,7 +63,6 @@ void WindowMemory::raise(QWindow *window) const
     else
         window->show();
     window->raise();
-    window->requestActivate();
 }
 
 bool WindowMemory::eventFilter(QObject *object, QEvent *event)

@@ -22,9 +22,8 @@ public:
     /// Gives a window that has not been shown yet the remembered size, within its screen and its minimum
     /// size, and remembers it under that name from now on.
     void follow(QWindow *window, const QString &name);
-    /// Shows a followed window, maximized if it was; one that is open already is raised. Both give it the
-    /// focus.
-    void raise(QWindow *window) const;
+    /// Shows a followed window, maximized if it was; one that is open already comes to the front.
+    void show(QWindow *window) const;
 
     bool eventFilter(QObject *object, QEvent *event) override;
 

@@ -33,29 +33,12 @@ QString launchToken()
     return token.isEmpty() ? qEnvironmentVariable("DESKTOP_STARTUP_ID") : token;
 }
 
-/// The next window that is raised takes the token from there.
-void useActivationToken(const QString &token)
-{
-    if (!token.isEmpty())
-        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
-}
-
 void connectService(ApplicationService &service, KelvoApp &kelvo)
 {
-    QObject::connect(&service, &ApplicationService::activated, &kelvo, [&kelvo](const QString &token) {
-        useActivationToken(token);
-        kelvo.open({});
-    });
-    QObject::connect(&service, &ApplicationService::openRequested, &kelvo,
-                     [&kelvo](const QList<QUrl> &documents, const QString &token) {
-                         useActivationToken(token);
-                         kelvo.open(documents);
-                     });
-    QObject::connect(&service, &ApplicationService::actionRequested, &kelvo,
-                     [&kelvo](const QString &action, const QString &token) {
-                         useActivationToken(token);
-                         kelvo.perform(action);
-                     });
+    QObject::connect(&service, &ApplicationService::activated, &kelvo,
+                     [&kelvo](const QString &token) { kelvo.open({}, token); });
+    QObject::connect(&service, &ApplicationService::openRequested, &kelvo, &KelvoApp::open);
+    QObject::connect(&service, &ApplicationService::actionRequested, &kelvo, &KelvoApp::perform);
 }
 
 void useReadableFont()
