@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFont>
 #include <QGuiApplication>
+#include <QIcon>
 #include <QQuickWindow>
 #include <QStandardPaths>
 #include <QtQml/qqmlextensionplugin.h>
@@ -89,6 +90,7 @@ int main(int argc, char *argv[])
 
     useReadableFont();
     SymbolCatalogue::useIconThemes();
+    QGuiApplication::setWindowIcon(QIcon::fromTheme(identifier, QIcon(u":/vostarn.id.Kelvo.svg"_s)));
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
 
     Appearance::shared().setOverride(commandLine.colorScheme);

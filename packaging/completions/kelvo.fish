@@ -1,0 +1,4 @@
+# fish completion for kelvo(1)
+complete -c kelvo -l color-scheme -x -a "light dark system" -d "Colors of the interface"
+complete -c kelvo -s h -l help -f -d "Show the options"
+complete -c kelvo -s v -l version -f -d "Show the version"
