@@ -34,22 +34,19 @@ xcb_screen_t *screenOf(xcb_connection_t *connection)
 void WindowActivation::activate(QWindow *window, const QString &token)
 {
     auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (!x11) {
-        // The toolkit's Wayland part takes the token from there, with the next request.
-        if (!token.isEmpty())
-            qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
-        window->requestActivate();
+    // The toolkit's Wayland part takes the token from there, with the next request.
+    if (!x11 && !token.isEmpty())
+        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
+    window->requestActivate();
+    if (!x11)
         return;
-    }
-    // The toolkit's own request carries the time of our last input, and whoever had input since then keeps
-    // the focus.
+    // That waits for a window that is not there yet, but it carries the time of our last input: whoever had
+    // input since then keeps the focus.
     std::optional<quint32> time = launchTime(token);
     if (!time)
         time = serverTime();
     if (time)
         requestFocus(x11->connection(), static_cast<quint32>(window->winId()), *time);
-    else
-        window->requestActivate();
 }
 
 std::optional<quint32> WindowActivation::launchTime(QStringView identifier)

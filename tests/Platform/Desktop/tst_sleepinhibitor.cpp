@@ -157,8 +157,7 @@ void SleepInhibitorTest::everyDesktopHoldsAndLetsGo()
     QCOMPARE(service->holders.size(), 0);
     for (const bool active : {true, false, true})
         sleep->setActive(active);
-    QTest::qWait(50);
-    QCOMPARE(service->holders.size(), 1);
+    QTRY_COMPARE(service->holders.size(), 1);
 
     service.reset();
     service = std::make_unique<FakeService>(Manner(manner), m_desktop);
