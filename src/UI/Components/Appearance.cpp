@@ -6,6 +6,29 @@
 #include <QPalette>
 #include <QQmlEngine>
 
+#include <cmath>
+#include <utility>
+
+namespace {
+
+/// WCAG 2.1, "relative luminance".
+double luminance(const QColor &color)
+{
+    const auto linear = [](float value) {
+        return value <= 0.04045F ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+}
+
+bool isHighContrast(const QPalette &palette)
+{
+    const auto [darker, lighter] = std::minmax(
+        {luminance(palette.color(QPalette::Window)), luminance(palette.color(QPalette::WindowText))});
+    return (lighter + 0.05) / (darker + 0.05) >= 20;
+}
+
+} // namespace
+
 Appearance::Appearance()
 {
     qGuiApp->installEventFilter(this);
@@ -38,6 +61,18 @@ void Appearance::setPortalPreference(PortalPreference preference)
     update();
 }
 
+void Appearance::setPortalContrast(bool isHigh)
+{
+    m_wantsContrast = isHigh;
+    update();
+}
+
+void Appearance::setAnimated(bool isAnimated)
+{
+    if (std::exchange(m_isAnimated, isAnimated) != isAnimated)
+        Q_EMIT animatedChanged();
+}
+
 bool Appearance::eventFilter(QObject *watched, QEvent *event)
 {
     const bool isSystemChange = event->type() == QEvent::ApplicationPaletteChange ||
@@ -62,6 +97,9 @@ void Appearance::update()
 {
     if (const bool dark = wantsDark(); std::exchange(m_isDark, dark) != dark)
         Q_EMIT darkChanged();
+    const bool isHigh = m_wantsContrast || ::isHighContrast(QGuiApplication::palette());
+    if (std::exchange(m_isHighContrast, isHigh) != isHigh)
+        Q_EMIT highContrastChanged();
     const int pixelSize = qMax(13, QFontInfo(QGuiApplication::font()).pixelSize());
     if (std::exchange(m_baseFontPixelSize, pixelSize) != pixelSize)
         Q_EMIT baseFontPixelSizeChanged();

@@ -14,20 +14,21 @@ enum class ColorScheme
     dark
 };
 
-/// Whether the interface is light or dark: an override, else what the desktop says through its settings
-/// portal
-/// ("org.freedesktop.appearance", "color-scheme"), else the lightness of the system palette. Main thread
-/// only.
+/// How the desktop wants the interface to look: light or dark (an override, else what the desktop's settings
+/// portal says, else the lightness of the system palette), with high contrast, and with or without movement.
+/// Main thread only.
 class Appearance : public QObject
 {
     Q_OBJECT
     QML_ELEMENT
     QML_SINGLETON
     Q_PROPERTY(bool dark READ isDark NOTIFY darkChanged)
+    Q_PROPERTY(bool highContrast READ isHighContrast NOTIFY highContrastChanged)
+    Q_PROPERTY(bool animated READ isAnimated NOTIFY animatedChanged)
     Q_PROPERTY(int baseFontPixelSize READ baseFontPixelSize NOTIFY baseFontPixelSizeChanged)
 
 public:
-    /// The portal's values.
+    /// The portal's values ("org.freedesktop.appearance", "color-scheme").
     enum class PortalPreference
     {
         none = 0,
@@ -40,14 +41,22 @@ public:
     [[nodiscard]] static Appearance *create(QQmlEngine *engine, QJSEngine *jsEngine);
 
     [[nodiscard]] bool isDark() const { return m_isDark; }
+    /// The desktop asks for it, or its palette has it: texts on windows of at least 20 to 1 (WCAG 2.1,
+    /// "contrast ratio").
+    [[nodiscard]] bool isHighContrast() const { return m_isHighContrast; }
+    [[nodiscard]] bool isAnimated() const { return m_isAnimated; }
     /// Height of the running text's em, in device-independent pixels; never below 13.
     [[nodiscard]] int baseFontPixelSize() const { return m_baseFontPixelSize; }
 
     void setOverride(ColorScheme scheme);
     void setPortalPreference(PortalPreference preference);
+    void setPortalContrast(bool isHigh);
+    void setAnimated(bool isAnimated);
 
 Q_SIGNALS:
     void darkChanged();
+    void highContrastChanged();
+    void animatedChanged();
     void baseFontPixelSizeChanged();
 
 protected:
@@ -61,6 +70,9 @@ private:
 
     ColorScheme m_override = ColorScheme::system;
     PortalPreference m_portalPreference = PortalPreference::none;
+    bool m_wantsContrast = false;
     bool m_isDark = false;
+    bool m_isHighContrast = false;
+    bool m_isAnimated = true;
     int m_baseFontPixelSize = 14;
 };

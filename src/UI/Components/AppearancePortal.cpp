@@ -8,6 +8,8 @@
 #include <QPointer>
 #include <QThreadPool>
 
+#include <optional>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -15,8 +17,37 @@ namespace {
 const QString service = u"org.freedesktop.portal.Desktop"_s;
 const QString path = u"/org/freedesktop/portal/desktop"_s;
 const QString interface = u"org.freedesktop.portal.Settings"_s;
-const QString appearanceNamespace = u"org.freedesktop.appearance"_s;
+
+const QString common = u"org.freedesktop.appearance"_s;
+const QString gnome = u"org.gnome.desktop.interface"_s;
+const QString kde = u"org.kde.kdeglobals.KDE"_s;
 const QString colorSchemeKey = u"color-scheme"_s;
+const QString contrastKey = u"contrast"_s;
+const QString reducedMotionKey = u"reduced-motion"_s;
+const QString enableAnimationsKey = u"enable-animations"_s;
+const QString durationFactorKey = u"AnimationDurationFactor"_s;
+
+template<typename Value>
+std::optional<Value> as(QVariant value)
+{
+    while (value.metaType() == QMetaType::fromType<QDBusVariant>())
+        value = value.value<QDBusVariant>().variant();
+    if (value.metaType() != QMetaType::fromType<Value>())
+        return std::nullopt;
+    return value.value<Value>();
+}
+
+Appearance::PortalPreference preference(uint scheme)
+{
+    switch (scheme) {
+    case 1:
+        return Appearance::PortalPreference::dark;
+    case 2:
+        return Appearance::PortalPreference::light;
+    default:
+        return Appearance::PortalPreference::none;
+    }
+}
 
 } // namespace
 
@@ -26,23 +57,6 @@ AppearancePortal::AppearancePortal(Appearance &appearance, QObject *parent)
 {}
 
 AppearancePortal::~AppearancePortal() = default;
-
-std::optional<Appearance::PortalPreference> AppearancePortal::preference(const QVariant &value)
-{
-    QVariant inner = value;
-    while (inner.metaType() == QMetaType::fromType<QDBusVariant>())
-        inner = inner.value<QDBusVariant>().variant();
-    if (inner.metaType() != QMetaType::fromType<uint>())
-        return std::nullopt;
-    switch (inner.toUInt()) {
-    case 1:
-        return Appearance::PortalPreference::dark;
-    case 2:
-        return Appearance::PortalPreference::light;
-    default:
-        return Appearance::PortalPreference::none;
-    }
-}
 
 void AppearancePortal::start()
 {
@@ -66,26 +80,59 @@ void AppearancePortal::ask()
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     bus.connect(service, path, interface, u"SettingChanged"_s, this, SLOT(settingChanged(QDBusMessage)));
+    for (const QString &key : {colorSchemeKey, contrastKey, reducedMotionKey})
+        ask(common, key);
+    ask(gnome, enableAnimationsKey);
+    ask(kde, durationFactorKey);
+}
+
+void AppearancePortal::ask(const QString &nameSpace, const QString &key)
+{
     QDBusMessage read = QDBusMessage::createMethodCall(service, path, interface, u"Read"_s);
-    read.setArguments({appearanceNamespace, colorSchemeKey});
-    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(read), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+    read.setArguments({nameSpace, key});
+    auto *watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(read), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, nameSpace, key] {
         watcher->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply = *watcher;
         if (!reply.isError())
-            take(reply.value().variant());
+            take(nameSpace, key, reply.value().variant());
     });
 }
 
 void AppearancePortal::settingChanged(const QDBusMessage &message)
 {
     const QList<QVariant> arguments = message.arguments();
-    if (arguments.value(0) == appearanceNamespace && arguments.value(1) == colorSchemeKey)
-        take(arguments.value(2));
+    take(arguments.value(0).toString(), arguments.value(1).toString(), arguments.value(2));
 }
 
-void AppearancePortal::take(const QVariant &value)
+void AppearancePortal::take(const QString &nameSpace, const QString &key, const QVariant &value)
 {
-    if (const auto chosen = preference(value))
-        m_appearance.setPortalPreference(*chosen);
+    if (nameSpace == common) {
+        const std::optional<uint> number = as<uint>(value);
+        if (!number)
+            return;
+        if (key == colorSchemeKey)
+            m_appearance.setPortalPreference(preference(*number));
+        else if (key == contrastKey)
+            m_appearance.setPortalContrast(*number == 1);
+        else if (key == reducedMotionKey)
+            setStill(key, *number == 1);
+    } else if (nameSpace == gnome && key == enableAnimationsKey) {
+        if (const auto isEnabled = as<bool>(value))
+            setStill(key, !*isEnabled);
+    } else if (nameSpace == kde && key == durationFactorKey) {
+        bool isNumber = false;
+        const double factor = as<QString>(value).value_or(QString()).toDouble(&isNumber);
+        if (isNumber)
+            setStill(key, factor <= 0);
+    }
+}
+
+void AppearancePortal::setStill(const QString &key, bool isStill)
+{
+    if (isStill)
+        m_stillKeys.insert(key);
+    else
+        m_stillKeys.remove(key);
+    m_appearance.setAnimated(m_stillKeys.isEmpty());
 }

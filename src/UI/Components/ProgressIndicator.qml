@@ -46,7 +46,7 @@ Column {
             to: 360
             duration: 1000
             loops: Animation.Infinite
-            running: root.visible
+            running: root.visible && Appearance.animated
         }
     }
 

@@ -41,7 +41,7 @@ T.Button {
                 return Theme.controlDisabled;
             return root.down ? Theme.controlPressed : root.hovered ? Theme.controlHovered : Theme.control;
         }
-        border.width: root.prominent && root.enabled ? 0 : 1
+        border.width: root.prominent && root.enabled && !Theme.highContrast ? 0 : 1
         border.color: root.enabled ? Theme.controlBorder : Theme.disabledBorder
 
         Loader {

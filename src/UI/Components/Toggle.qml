@@ -25,7 +25,7 @@ T.Switch {
             width: 18
             height: 18
             radius: 9
-            color: "#ffffff"
+            color: Theme.handle
 
             Behavior on x {
                 enabled: !root.down

@@ -10,6 +10,7 @@
 #include <QPalette>
 #include <QQmlComponent>
 #include <QQmlEngine>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -56,8 +57,9 @@ class AppearanceTest : public QObject
 
 private Q_SLOTS:
     void schemeComesFromOverridePortalThenPalette();
-    void portalValuesAreUnwrapped_data();
-    void portalValuesAreUnwrapped();
+    void portalValuesAreUnderstood_data();
+    void portalValuesAreUnderstood();
+    void nothingMovesWhileAnySettingSaysSo();
     void textsAreReadable_data();
     void textsAreReadable();
     void everySymbolIsDrawnInItsColor();
@@ -87,43 +89,90 @@ void AppearanceTest::schemeComesFromOverridePortalThenPalette()
     appearance.setPortalPreference(Appearance::PortalPreference::none);
     QVERIFY(appearance.isDark());
     QCOMPARE(spy.count(), 5);
+    QVERIFY2(appearance.isHighContrast(), "white on black");
     QGuiApplication::setPalette(QPalette());
 }
 
-void AppearanceTest::portalValuesAreUnwrapped_data()
+void AppearanceTest::portalValuesAreUnderstood_data()
 {
+    QTest::addColumn<QString>("nameSpace");
+    QTest::addColumn<QString>("key");
     QTest::addColumn<QVariant>("value");
-    QTest::addColumn<int>("preference"); // −1: none could be read
+    QTest::addColumn<QString>("expected");
     const auto wrapped = [](const QVariant &value) {
         return QVariant::fromValue(QDBusVariant(value));
     };
-    QTest::newRow("dark") << QVariant(1U) << 1;
-    QTest::newRow("light in two variants") << wrapped(wrapped(2U)) << 2;
-    QTest::newRow("no preference") << wrapped(0U) << 0;
-    QTest::newRow("unknown number") << QVariant(7U) << 0;
-    QTest::newRow("signed") << QVariant(1) << -1;
-    QTest::newRow("text") << wrapped(u"1"_s) << -1;
-    QTest::newRow("nothing") << QVariant() << -1;
+    const QString common = u"org.freedesktop.appearance"_s;
+    const QString gnome = u"org.gnome.desktop.interface"_s;
+    const QString kde = u"org.kde.kdeglobals.KDE"_s;
+    const QString scheme = u"color-scheme"_s;
+    QTest::newRow("dark") << common << scheme << QVariant(1U) << u"dark"_s;
+    QTest::newRow("dark in two variants") << common << scheme << wrapped(wrapped(1U)) << u"dark"_s;
+    QTest::newRow("no preference") << common << scheme << wrapped(0U) << QString();
+    QTest::newRow("unknown number") << common << scheme << QVariant(7U) << QString();
+    QTest::newRow("signed") << common << scheme << QVariant(1) << QString();
+    QTest::newRow("text") << common << scheme << wrapped(u"1"_s) << QString();
+    QTest::newRow("nothing") << common << scheme << QVariant() << QString();
+    QTest::newRow("contrast") << common << u"contrast"_s << wrapped(1U) << u"contrast"_s;
+    QTest::newRow("reduced motion") << common << u"reduced-motion"_s << wrapped(1U) << u"still"_s;
+    QTest::newRow("GNOME, animated") << gnome << u"enable-animations"_s << wrapped(true) << QString();
+    QTest::newRow("GNOME, still") << gnome << u"enable-animations"_s << wrapped(false) << u"still"_s;
+    QTest::newRow("KDE, still") << kde << u"AnimationDurationFactor"_s << wrapped(u"0"_s) << u"still"_s;
+    QTest::newRow("KDE, no number") << kde << u"AnimationDurationFactor"_s << wrapped(u"x"_s) << QString();
+    QTest::newRow("of another") << u"org.example"_s << scheme << QVariant(1U) << QString();
 }
 
-void AppearanceTest::portalValuesAreUnwrapped()
+void AppearanceTest::portalValuesAreUnderstood()
 {
+    QFETCH(const QString, nameSpace);
+    QFETCH(const QString, key);
     QFETCH(const QVariant, value);
-    const auto preference = AppearancePortal::preference(value);
-    QTEST(preference ? int(*preference) : -1, "preference");
+    Appearance &appearance = Appearance::shared();
+    const auto reset = qScopeGuard([&appearance] {
+        appearance.setPortalPreference(Appearance::PortalPreference::none);
+        appearance.setPortalContrast(false);
+        appearance.setAnimated(true);
+    });
+    AppearancePortal(appearance).take(nameSpace, key, value);
+    QStringList found;
+    if (appearance.isDark())
+        found << u"dark"_s;
+    if (appearance.isHighContrast())
+        found << u"contrast"_s;
+    if (!appearance.isAnimated())
+        found << u"still"_s;
+    QTEST(found.join(u' '), "expected");
+}
+
+void AppearanceTest::nothingMovesWhileAnySettingSaysSo()
+{
+    Appearance &appearance = Appearance::shared();
+    AppearancePortal portal(appearance);
+    portal.take(u"org.freedesktop.appearance"_s, u"reduced-motion"_s, 1U);
+    portal.take(u"org.gnome.desktop.interface"_s, u"enable-animations"_s, true);
+    QVERIFY(!appearance.isAnimated());
+    portal.take(u"org.freedesktop.appearance"_s, u"reduced-motion"_s, 0U);
+    QVERIFY(appearance.isAnimated());
 }
 
 void AppearanceTest::textsAreReadable_data()
 {
     QTest::addColumn<ColorScheme>("scheme");
-    QTest::newRow("light") << ColorScheme::light;
-    QTest::newRow("dark") << ColorScheme::dark;
+    QTest::addColumn<bool>("highContrast");
+    QTest::addColumn<double>("leastForText"); // WCAG 2.1: 4.5 for level AA, 7 for AAA
+    QTest::newRow("light") << ColorScheme::light << false << 4.5;
+    QTest::newRow("dark") << ColorScheme::dark << false << 4.5;
+    QTest::newRow("light, high contrast") << ColorScheme::light << true << 7.0;
+    QTest::newRow("dark, high contrast") << ColorScheme::dark << true << 7.0;
 }
 
 void AppearanceTest::textsAreReadable()
 {
     QFETCH(const ColorScheme, scheme);
+    QFETCH(const bool, highContrast);
+    QFETCH(const double, leastForText);
     Appearance::shared().setOverride(scheme);
+    Appearance::shared().setPortalContrast(highContrast);
     QQmlEngine engine;
     QQmlComponent component(&engine);
     component.setData("import QtQml\nimport Kelvo.Components\nQtObject { property QtObject theme: Theme }",
@@ -155,12 +204,12 @@ void AppearanceTest::textsAreReadable()
          {"windowBackground", "sidebarBackground", "cardBackground", "popupBackground", "groupBackground"}) {
         for (const char *text : {"text", "secondaryText", "linkText"})
             check(QString::fromLatin1(text) + u" on "_s + QLatin1StringView(surface), color(text),
-                  color(surface), 4.5);
+                  color(surface), leastForText);
         check(u"focus on "_s + QLatin1StringView(surface), color("focus"), color(surface), 3);
         check(u"field border on "_s + QLatin1StringView(surface), color("toggleOff"), color(surface), 3);
     }
     for (const char *control : {"control", "controlHovered", "controlPressed"})
-        check(QString::fromLatin1(control), color("text"), color(control), 4.5);
+        check(QString::fromLatin1(control), color("text"), color(control), leastForText);
     for (const char *accent : {"accent", "accentHovered", "accentPressed"})
         check(QString::fromLatin1(accent), color("accentText"), color(accent), 4.5);
     check(u"tool tip"_s, color("toolTipText"), color("toolTipBackground"), 4.5);
@@ -170,6 +219,7 @@ void AppearanceTest::textsAreReadable()
         for (const char *surface : {"cardBackground", "sidebarBackground"})
             check(QString::fromLatin1(tone) + u" on "_s + QLatin1StringView(surface), color(tone),
                   over(color(surface), color(tone), 0.15), 4.5);
+    Appearance::shared().setPortalContrast(false);
     Appearance::shared().setOverride(ColorScheme::system);
 }
 
