@@ -31,6 +31,8 @@ T.ApplicationWindow {
         color: Theme.secondaryText
     }
 
+    HintToolTip {}
+
     SheetLoader {
         sheet: "QuitAlert.qml"
         shown: root.asksToQuit

@@ -8,8 +8,8 @@ SidebarSplitView {
     id: root
 
     Sidebar {
-        T.SplitView.minimumWidth: 180
-        T.SplitView.preferredWidth: 210
+        T.SplitView.minimumWidth: Theme.scaled(180)
+        T.SplitView.preferredWidth: Theme.scaled(210)
     }
 
     Rectangle {
@@ -68,8 +68,8 @@ SidebarSplitView {
                 source: AppState
             }
             columns: AdaptiveGrid {
-                minimumColumnWidth: 320
-                maximumColumnWidth: 420
+                minimumColumnWidth: Theme.scaled(320)
+                maximumColumnWidth: Theme.scaled(420)
                 spacing: 16
             }
         }

@@ -115,16 +115,13 @@ void CreateVMModel::takeProposedImage()
     m_appState->setProposedImage({});
 }
 
-bool CreateVMModel::canContinue() const
+QString CreateVMModel::missing() const
 {
-    switch (m_step) {
-    case 1:
-        return !offersISO() || m_isoURL.isValid();
-    case 3:
-        return !m_vmName.trimmed().isEmpty();
-    default:
-        return true;
-    }
+    if (m_step == 1 && offersISO() && !m_isoURL.isValid())
+        return tr("Choose an ISO file first.");
+    if (m_step == 3 && m_vmName.trimmed().isEmpty())
+        return tr("Enter a name first.");
+    return {};
 }
 
 void CreateVMModel::goBack()

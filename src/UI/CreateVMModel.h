@@ -25,6 +25,7 @@ class CreateVMModel : public QObject
     Q_PROPERTY(int stepCount READ stepCount CONSTANT)
     Q_PROPERTY(bool isLastStep READ isLastStep NOTIFY stepChanged)
     Q_PROPERTY(bool canContinue READ canContinue NOTIFY changed)
+    Q_PROPERTY(QString missing READ missing NOTIFY changed)
     Q_PROPERTY(QList<QString> guestOSNames READ guestOSNames CONSTANT)
     Q_PROPERTY(QList<QString> guestOSDetails READ guestOSDetails CONSTANT)
     Q_PROPERTY(QList<QString> mediaTypeNames READ mediaTypeNames CONSTANT)
@@ -70,7 +71,9 @@ public:
     [[nodiscard]] int step() const { return m_step; }
     [[nodiscard]] int stepCount() const { return 5; }
     [[nodiscard]] bool isLastStep() const { return m_step == stepCount() - 1; }
-    [[nodiscard]] bool canContinue() const;
+    [[nodiscard]] bool canContinue() const { return missing().isEmpty(); }
+    /// What must be done before the next step; empty when nothing is.
+    [[nodiscard]] QString missing() const;
     Q_INVOKABLE void goBack();
     /// Nothing where canContinue() is false or the step is the last.
     Q_INVOKABLE void goForward();

@@ -23,7 +23,7 @@ FocusScope {
                 announcesLabel: false
 
                 TextField {
-                    width: Math.min(280, column.width - 220)
+                    width: Math.min(Theme.scaled(280), column.width - Theme.scaled(220))
                     focus: true
                     text: root.wizard.vmName
                     Accessible.name: qsTr("Virtual Machine Name")

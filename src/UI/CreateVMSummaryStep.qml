@@ -40,7 +40,7 @@ FocusScope {
                     height: value.implicitHeight
 
                     Label {
-                        width: 120
+                        width: Theme.scaled(120)
                         text: row.modelData.label
                         color: Theme.secondaryText
                         Accessible.ignored: true
@@ -48,7 +48,7 @@ FocusScope {
                     Label {
                         id: value
 
-                        x: 120
+                        x: Theme.scaled(120)
                         width: parent.width - x
                         wrapMode: Text.Wrap
                         elide: Text.ElideNone

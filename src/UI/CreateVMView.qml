@@ -99,6 +99,7 @@ Sheet {
                 anchors.verticalCenter: parent.verticalCenter
                 visible: !model.isLastStep
                 enabled: model.canContinue
+                disabledReason: model.missing
                 prominent: true
                 text: qsTr("Continue")
                 onClicked: model.goForward()
@@ -109,6 +110,7 @@ Sheet {
                 anchors.verticalCenter: parent.verticalCenter
                 visible: model.isLastStep
                 enabled: !model.isCreating
+                disabledReason: qsTr("The virtual machine is being created.")
                 prominent: true
                 text: qsTr("Create Virtual Machine")
                 onClicked: model.create()

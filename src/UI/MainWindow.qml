@@ -22,6 +22,8 @@ T.ApplicationWindow {
         focus: true
     }
 
+    HintToolTip {}
+
     SheetLoader {
         sheet: "CreateVMView.qml"
         shown: AppState.showingCreateVM

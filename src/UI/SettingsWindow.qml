@@ -26,6 +26,8 @@ T.ApplicationWindow {
         onActivated: root.close()
     }
 
+    HintToolTip {}
+
     SheetLoader {
         sheet: "QuitAlert.qml"
         shown: root.asksToQuit

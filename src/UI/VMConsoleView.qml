@@ -49,6 +49,7 @@ Item {
                 small: true
                 symbol: "play"
                 enabled: presenter.shown.startEnabled
+                disabledReason: presenter.shown.startHint
                 text: qsTr("Start")
                 onClicked: AppState.perform(root.vm, VMCommand.Start)
             }
@@ -56,6 +57,7 @@ Item {
                 small: true
                 symbol: "pause"
                 enabled: presenter.shown.pauseEnabled
+                disabledReason: presenter.shown.pauseHint
                 text: qsTr("Pause")
                 onClicked: AppState.perform(root.vm, VMCommand.Pause)
             }
@@ -63,6 +65,7 @@ Item {
                 small: true
                 symbol: "play"
                 enabled: presenter.shown.resumeEnabled
+                disabledReason: presenter.shown.resumeHint
                 text: qsTr("Resume")
                 onClicked: AppState.perform(root.vm, VMCommand.Resume)
             }
@@ -70,6 +73,7 @@ Item {
                 small: true
                 symbol: "stop"
                 enabled: presenter.shown.stopEnabled
+                disabledReason: presenter.shown.stopHint
                 text: qsTr("Stop")
                 onClicked: AppState.perform(root.vm, VMCommand.Stop)
             }

@@ -4,6 +4,23 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+/// Why nothing can be done now, else the given reason.
+QString hint(const VirtualMachine &vm, const QString &reason)
+{
+    return vm.operationInProgress() ? VMPresenter::tr("Wait until the virtual machine is done.") : reason;
+}
+
+QString startHint(const VirtualMachine &vm)
+{
+    if (vm.canStart())
+        return VMPresenter::tr("Install the operating system first.");
+    return hint(vm, VMPresenter::tr("The virtual machine is already running."));
+}
+
+} // namespace
+
 VMPresentation presentationOf(const VirtualMachine &vm)
 {
     const VMConfiguration &configuration = vm.configuration();
@@ -30,6 +47,14 @@ VMPresentation presentationOf(const VirtualMachine &vm)
     shown.stopEnabled = vm.canStop();
     shown.pauseEnabled = vm.canPause();
     shown.resumeEnabled = vm.canResume();
+    if (!shown.startEnabled)
+        shown.startHint = startHint(vm);
+    if (!shown.stopEnabled)
+        shown.stopHint = hint(vm, VMPresenter::tr("The virtual machine is not running."));
+    if (!shown.pauseEnabled)
+        shown.pauseHint = hint(vm, VMPresenter::tr("The virtual machine is not running."));
+    if (!shown.resumeEnabled)
+        shown.resumeHint = hint(vm, VMPresenter::tr("The virtual machine is not paused."));
     shown.showsFinishInstall =
         installation == VMInstallationState::inProgress && vm.state() == VMState::poweredOff;
     return shown;

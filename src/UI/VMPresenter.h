@@ -29,6 +29,10 @@ struct VMPresentation
     Q_PROPERTY(bool stopEnabled MEMBER stopEnabled)
     Q_PROPERTY(bool pauseEnabled MEMBER pauseEnabled)
     Q_PROPERTY(bool resumeEnabled MEMBER resumeEnabled)
+    Q_PROPERTY(QString startHint MEMBER startHint)
+    Q_PROPERTY(QString stopHint MEMBER stopHint)
+    Q_PROPERTY(QString pauseHint MEMBER pauseHint)
+    Q_PROPERTY(QString resumeHint MEMBER resumeHint)
     Q_PROPERTY(bool showsFinishInstall MEMBER showsFinishInstall)
 
 public:
@@ -49,6 +53,10 @@ public:
     bool stopEnabled = false;
     bool pauseEnabled = false;
     bool resumeEnabled = false;
+    QString startHint; ///< each says why its button is disabled, and is empty while it is not
+    QString stopHint;
+    QString pauseHint;
+    QString resumeHint;
     bool showsFinishInstall = false;
 
     bool operator==(const VMPresentation &) const = default;

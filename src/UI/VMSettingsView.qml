@@ -196,6 +196,8 @@ FormPage {
     }
 
     Label {
+        id: stopFirst
+
         width: parent.width
         visible: settings.isRunning
         wrapMode: Text.Wrap
@@ -211,6 +213,7 @@ FormPage {
 
             prominent: true
             enabled: settings.canSave
+            disabledReason: settings.isRunning ? stopFirst.text : settings.problem
             text: qsTr("Save Changes")
             onClicked: settings.saveChanges()
         }

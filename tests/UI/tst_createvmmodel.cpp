@@ -76,6 +76,7 @@ void CreateVMModelTest::stepsWaitForWhatTheyNeed()
     QCOMPARE(wizard.step(), 0);
     wizard.goForward();
     QVERIFY(!wizard.canContinue());
+    QCOMPARE(wizard.missing(), u"Choose an ISO file first."_s);
     wizard.goForward();
     QCOMPARE(wizard.step(), 1);
     wizard.setMediaTypeIndex(1);

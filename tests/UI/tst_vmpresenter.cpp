@@ -21,7 +21,8 @@ VMConfiguration configurationOf(GuestOperatingSystem guestOS, bool hasMedia)
     return configuration;
 }
 
-/// The names of the buttons that are there and enabled, in the card's order.
+/// The names of the buttons that are there and enabled, in the card's order; one that is enabled and says why
+/// it is not, or the other way round, has a question mark.
 QString buttons(const VMPresentation &shown)
 {
     QStringList names;
@@ -30,10 +31,14 @@ QString buttons(const VMPresentation &shown)
             names.append(name);
     };
     add(shown.showsInstall, u"Install"_s);
-    add(shown.startEnabled, u"Start"_s);
-    add(shown.stopEnabled, u"Stop"_s);
-    add(shown.pauseEnabled, u"Pause"_s);
-    add(shown.resumeEnabled, u"Resume"_s);
+    const auto addButton = [&add](bool isEnabled, const QString &hint, const QString &name) {
+        add(isEnabled, name);
+        add(isEnabled != hint.isEmpty(), name + u'?');
+    };
+    addButton(shown.startEnabled, shown.startHint, u"Start"_s);
+    addButton(shown.stopEnabled, shown.stopHint, u"Stop"_s);
+    addButton(shown.pauseEnabled, shown.pauseHint, u"Pause"_s);
+    addButton(shown.resumeEnabled, shown.resumeHint, u"Resume"_s);
     add(shown.showsFinishInstall, u"Finish"_s);
     return names.join(u' ');
 }

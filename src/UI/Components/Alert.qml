@@ -12,7 +12,7 @@ Sheet {
 
     signal secondaryChosen
 
-    preferredWidth: 400
+    preferredWidth: Theme.scaled(400)
     preferredHeight: content.implicitHeight + 2 * Theme.largeSpacing
     padding: Theme.largeSpacing
 
@@ -31,7 +31,7 @@ Sheet {
         }
         Flickable {
             width: parent.width
-            height: Math.min(contentHeight, 260)
+            height: Math.min(contentHeight, Theme.scaled(260))
             contentHeight: messageLabel.implicitHeight
             clip: contentHeight > height
             T.ScrollBar.vertical: ScrollBar {}

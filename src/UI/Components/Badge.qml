@@ -12,6 +12,8 @@ Rectangle {
     implicitWidth: label.implicitWidth + 16
     implicitHeight: label.implicitHeight + 8
     radius: height / 2
+    border.width: Theme.highContrast ? 1 : 0
+    border.color: root.toneColor
     color: Qt.rgba(toneColor.r, toneColor.g, toneColor.b, 0.15)
     Accessible.role: Accessible.StaticText
     Accessible.name: root.text

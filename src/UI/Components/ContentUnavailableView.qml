@@ -19,7 +19,7 @@ Item {
         id: content
 
         anchors.centerIn: parent
-        width: Math.min(parent.width - 2 * Theme.largeSpacing, 460)
+        width: Math.min(parent.width - 2 * Theme.largeSpacing, Theme.scaled(460))
         spacing: Theme.smallSpacing
 
         Symbol {

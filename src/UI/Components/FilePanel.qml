@@ -15,8 +15,8 @@ Sheet {
 
     signal picked(file: url)
 
-    preferredWidth: 580
-    preferredHeight: 450
+    preferredWidth: Theme.scaled(580)
+    preferredHeight: Theme.scaled(450)
     visible: true
 
     FileBrowser {
@@ -172,7 +172,7 @@ Sheet {
                         color: row.fileIsDir ? Theme.linkText : Theme.secondaryText
                     }
                     Text {
-                        x: 34
+                        x: Theme.smallSymbol + 18
                         width: parent.width - x - 8
                         anchors.verticalCenter: parent.verticalCenter
                         text: row.fileName
@@ -235,6 +235,7 @@ Sheet {
                 anchors.verticalCenter: parent.verticalCenter
                 prominent: true
                 enabled: root.picksFolder || list.currentIndex >= 0
+                disabledReason: qsTr("Select a file first.")
                 text: root.picksFolder ? qsTr("Choose") : qsTr("Open")
                 onClicked: root.choose()
             }

@@ -24,7 +24,7 @@ Flickable {
 
         x: Math.round((root.width - width) / 2)
         y: Theme.largeSpacing
-        width: Math.min(root.width - 2 * Theme.largeSpacing, 680)
+        width: Math.min(root.width - 2 * Theme.largeSpacing, Theme.scaled(680))
         spacing: Theme.largeSpacing
 
         Label {

@@ -61,7 +61,7 @@ FocusScope {
                         color: row.checked ? Theme.linkText : Theme.secondaryText
                     }
                     Column {
-                        x: 54
+                        x: Theme.symbol + 2 * Theme.spacing
                         width: parent.width - x - 46
                         anchors.verticalCenter: parent.verticalCenter
                         spacing: 2

@@ -4,7 +4,9 @@ import QtQuick.Templates as T
 T.Menu {
     id: root
 
-    implicitWidth: 268
+    property real widest: 0
+
+    implicitWidth: Math.max(Theme.scaled(258), root.widest) + leftPadding + rightPadding
     implicitHeight: contentHeight + topPadding + bottomPadding
     padding: 5
     margins: 4
@@ -20,4 +22,11 @@ T.Menu {
     }
 
     background: PopupBackground {}
+
+    onAboutToShow: {
+        let widest = 0;
+        for (let i = 0; i < root.count; ++i)
+            widest = Math.max(widest, root.itemAt(i)?.implicitWidth ?? 0);
+        root.widest = widest;
+    }
 }

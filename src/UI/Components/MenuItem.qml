@@ -8,32 +8,50 @@ T.MenuItem {
     property string shortcutText: ""
 
     width: ListView.view ? ListView.view.width : implicitWidth
-    implicitWidth: 258
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: Math.round(Theme.body * 2.15)
     horizontalPadding: 12
     Accessible.name: MnemonicText.plain(root.text)
     Accessible.onPressAction: root.choose()
 
-    contentItem: Item {
+    component Content: Item {
+        id: content
+
+        required property string text
+        required property string shortcutText
+        required property bool isEnabled
+
+        implicitWidth: label.implicitWidth + (shortcut.text === "" ? 0 : Theme.hugeSpacing + shortcut.implicitWidth)
+
         Text {
-            width: parent.width - (root.shortcutText === "" ? 0 : 72)
+            id: label
+
+            width: parent.width - (shortcut.text === "" ? 0 : Theme.spacing + shortcut.implicitWidth)
             anchors.verticalCenter: parent.verticalCenter
-            text: MnemonicText.underlined(root.text)
+            text: content.text
             textFormat: Text.StyledText
             font.pixelSize: Theme.body
-            color: root.enabled ? Theme.text : Theme.disabledText
+            color: content.isEnabled ? Theme.text : Theme.disabledText
             elide: Text.ElideRight
             Accessible.ignored: true
         }
         Text {
+            id: shortcut
+
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
-            text: root.shortcutText
+            text: content.shortcutText
             textFormat: Text.PlainText
             font.pixelSize: Theme.subheadline
-            color: root.enabled ? Theme.secondaryText : Theme.disabledText
+            color: content.isEnabled ? Theme.secondaryText : Theme.disabledText
             Accessible.ignored: true
         }
+    }
+
+    contentItem: Content {
+        text: MnemonicText.underlined(root.text)
+        shortcutText: root.shortcutText
+        isEnabled: root.enabled
     }
 
     background: Rectangle {

@@ -12,7 +12,7 @@ T.ComboBox {
     /// Return was pressed while the list is closed, where it belongs to the form.
     signal submitted
 
-    implicitWidth: Math.max(150, implicitContentWidth + leftPadding + rightPadding)
+    implicitWidth: Math.max(Theme.scaled(150), implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: Theme.smallControlHeight
     leftPadding: 12
     rightPadding: 32
@@ -74,7 +74,7 @@ T.ComboBox {
                 color: Theme.text
             }
             Text {
-                x: 34
+                x: Theme.smallSymbol + 18
                 width: parent.width - x - 10
                 anchors.verticalCenter: parent.verticalCenter
                 text: row.text

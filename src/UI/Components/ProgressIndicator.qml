@@ -1,6 +1,7 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
+import Kelvo.Components
 
 /// Turns while something is awaited; the label says what.
 Column {
@@ -52,7 +53,7 @@ Column {
 
     Label {
         anchors.horizontalCenter: parent.horizontalCenter
-        width: Math.min(implicitWidth, 480)
+        width: Math.min(implicitWidth, Theme.scaled(480))
         horizontalAlignment: Text.AlignHCenter
         wrapMode: Text.Wrap
         text: root.text

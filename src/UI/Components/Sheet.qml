@@ -5,8 +5,8 @@ import QtQuick.Templates as T
 T.Dialog {
     id: root
 
-    property real preferredWidth: 620
-    property real preferredHeight: 520
+    property real preferredWidth: Theme.scaled(620)
+    property real preferredHeight: Theme.scaled(520)
     property bool dismissible: true
 
     parent: T.Overlay.overlay

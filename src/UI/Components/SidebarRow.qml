@@ -6,7 +6,7 @@ T.ItemDelegate {
 
     required property string symbol
 
-    implicitWidth: 180
+    implicitWidth: Theme.scaled(180)
     implicitHeight: Math.round(Theme.body * 2.45)
     horizontalPadding: 10
     focusPolicy: Qt.NoFocus

@@ -6,7 +6,7 @@ T.Slider {
 
     required property string label
 
-    implicitWidth: 200
+    implicitWidth: Theme.scaled(200)
     implicitHeight: Theme.smallControlHeight
     Accessible.name: root.label
     Accessible.onIncreaseAction: root.step(1)

@@ -39,7 +39,7 @@ Item {
 
         required property string symbol
 
-        implicitWidth: 34
+        implicitWidth: Theme.scaled(34)
         implicitHeight: Theme.smallControlHeight
         autoRepeat: true
         focusPolicy: Qt.NoFocus

@@ -7,6 +7,8 @@ T.Button {
 
     property bool prominent: false
     property bool small: false
+    /// Why the button is disabled, while it is; a tool tip says it.
+    property string disabledReason: ""
 
     readonly property color foreground: !enabled ? Theme.disabledText : prominent ? Theme.accentText : Theme.text
 
@@ -17,6 +19,7 @@ T.Button {
     font.weight: prominent ? Font.DemiBold : Font.Medium
     focusPolicy: Qt.StrongFocus
 
+    Accessible.description: root.enabled ? "" : root.disabledReason
     Accessible.onPressAction: if (root.enabled) root.clicked()
     Keys.onReturnPressed: root.clicked()
     Keys.onEnterPressed: root.clicked()

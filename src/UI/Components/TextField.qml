@@ -4,7 +4,7 @@ import QtQuick.Templates as T
 T.TextField {
     id: root
 
-    implicitWidth: 260
+    implicitWidth: Theme.scaled(260)
     implicitHeight: Theme.controlHeight
     leftPadding: 10
     rightPadding: 10

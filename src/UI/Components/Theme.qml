@@ -35,10 +35,10 @@ QtObject {
     readonly property int controlHeight: Math.round(body * 2.3)
     readonly property int smallControlHeight: Math.round(body * 2)
     readonly property int rowHeight: Math.round(body * 3.15)
-    readonly property int headerHeight: 52
-    readonly property int smallSymbol: 16
-    readonly property int symbol: 22
-    readonly property int heroSymbol: 66
+    readonly property int headerHeight: scaled(52)
+    readonly property int smallSymbol: scaled(16)
+    readonly property int symbol: scaled(22)
+    readonly property int heroSymbol: scaled(66)
 
     // Milliseconds; nothing moves where the desktop wants it so
     readonly property int quick: Appearance.animated ? 90 : 0
@@ -102,6 +102,11 @@ QtObject {
     readonly property color yellowTone: dark ? "#f2cc50" : "#775600"
     readonly property color orangeTone: dark ? "#ffaa63" : "#96420a"
     readonly property color redTone: dark ? "#ff9a94" : "#b3261e"
+
+    /// A length that goes with the size of the text: the given pixels where that is the usual one.
+    function scaled(pixels: real): int {
+        return Math.round(pixels * root.body / 14);
+    }
 
     function toneColor(tone: int): color {
         switch (tone) {

@@ -6,8 +6,8 @@ T.ToolTip {
 
     x: parent ? Math.round((parent.width - implicitWidth) / 2) : 0
     y: parent ? parent.height + 6 : 0
-    implicitWidth: contentWidth + leftPadding + rightPadding
-    implicitHeight: contentHeight + topPadding + bottomPadding
+    implicitWidth: Math.min(Theme.scaled(420), implicitContentWidth) + leftPadding + rightPadding
+    implicitHeight: implicitContentHeight + topPadding + bottomPadding
     margins: 6
     horizontalPadding: 8
     verticalPadding: 5
@@ -18,6 +18,7 @@ T.ToolTip {
         text: root.text
         textFormat: Text.PlainText
         font.pixelSize: Theme.caption
+        wrapMode: Text.Wrap
         color: Theme.toolTipText
     }
 

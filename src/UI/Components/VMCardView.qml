@@ -184,6 +184,7 @@ Item {
         TextButton {
             small: true
             enabled: presenter.shown.startEnabled
+            disabledReason: presenter.shown.startHint
             focusPolicy: root.tabPolicy
             text: qsTr("Start")
             onClicked: AppState.perform(root.vm, VMCommand.Start)
@@ -191,6 +192,7 @@ Item {
         TextButton {
             small: true
             enabled: presenter.shown.stopEnabled
+            disabledReason: presenter.shown.stopHint
             focusPolicy: root.tabPolicy
             text: qsTr("Stop")
             onClicked: AppState.perform(root.vm, VMCommand.Stop)
@@ -198,6 +200,7 @@ Item {
         TextButton {
             small: true
             enabled: presenter.shown.pauseEnabled
+            disabledReason: presenter.shown.pauseHint
             focusPolicy: root.tabPolicy
             text: qsTr("Pause")
             onClicked: AppState.perform(root.vm, VMCommand.Pause)
