@@ -11,6 +11,7 @@ import time
 from pathlib import Path
 
 PR_SET_CHILD_SUBREAPER = 36
+DESKTOP_SIZE = (1600, 1200)
 START_TIMEOUT = 20.0
 END_TIMEOUT = 5.0
 
@@ -59,7 +60,7 @@ class Desktop:
     the one in $DISPLAY.
     """
 
-    def __init__(self, display="own", size=(1600, 1200)):
+    def __init__(self, display="own", size=DESKTOP_SIZE):
         self._display = display
         self._size = size
         self.folder = None

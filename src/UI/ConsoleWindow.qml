@@ -17,11 +17,30 @@ T.ApplicationWindow {
     minimumHeight: Math.min(vm ? 640 : 480, Screen.desktopAvailableHeight)
     color: Theme.windowBackground
 
+    readonly property bool isFullScreen: visibility === Window.FullScreen
+    property int visibilityBefore: Window.Windowed
+
     VMConsoleView {
+        id: view
+
         anchors.fill: parent
         visible: root.vm !== null
         focus: true
         vm: root.vm
+        isFullScreen: root.isFullScreen
+        onFullScreenToggled: root.toggleFullScreen()
+    }
+
+    // While the guest has the keyboard these are the guest's.
+    Shortcut {
+        enabled: root.vm !== null
+        sequence: "F11"
+        onActivated: root.toggleFullScreen()
+    }
+    Shortcut {
+        enabled: root.isFullScreen && !root.asksToQuit
+        sequence: "Esc"
+        onActivated: root.toggleFullScreen()
     }
 
     Label {
@@ -37,5 +56,15 @@ T.ApplicationWindow {
         sheet: "QuitAlert.qml"
         shown: root.asksToQuit
         onDismissed: root.asksToQuit = false
+    }
+
+    function toggleFullScreen(): void {
+        if (root.isFullScreen) {
+            root.visibility = root.visibilityBefore;
+        } else {
+            root.visibilityBefore = root.visibility;
+            root.visibility = Window.FullScreen;
+            view.takeKeyboard();
+        }
     }
 }

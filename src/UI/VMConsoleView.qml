@@ -7,6 +7,14 @@ Item {
     id: root
 
     required property VirtualMachine vm
+    /// The screen then has all the room, and the buttons lie above it unless keys go to the guest.
+    property bool isFullScreen: false
+
+    signal fullScreenToggled
+
+    readonly property bool guestHasKeyboard: vncView.hasKeyboard || hypervisorView.hasKeyboard
+    readonly property bool showsButtons: !root.isFullScreen || !root.guestHasKeyboard || edge.hovered
+                                         || toolbarHover.hovered
 
     VMPresenter {
         id: presenter
@@ -26,9 +34,15 @@ Item {
 
         width: parent.width
         height: Theme.smallControlHeight + 16
+        z: 1
+        visible: root.showsButtons
         color: Theme.sidebarBackground
         Accessible.role: Accessible.ToolBar
         Accessible.name: qsTr("Virtual machine controls")
+
+        HoverHandler {
+            id: toolbarHover
+        }
 
         Row {
             id: buttons
@@ -89,12 +103,28 @@ Item {
         }
         Label {
             anchors.left: buttons.right
-            anchors.right: badge.left
+            anchors.right: fullScreen.left
             anchors.rightMargin: Theme.spacing
             anchors.verticalCenter: parent.verticalCenter
             text: presenter.shown.backendText
             font.pixelSize: Theme.caption
             color: Theme.secondaryText
+        }
+        PushButton {
+            id: fullScreen
+
+            anchors.right: badge.left
+            anchors.rightMargin: Theme.mediumSpacing
+            anchors.verticalCenter: parent.verticalCenter
+            small: true
+            symbol: "arrow.up.left.and.arrow.down.right"
+            Accessible.name: qsTr("Full Screen")
+            onClicked: root.fullScreenToggled()
+
+            ToolTip {
+                visible: fullScreen.hovered
+                text: root.isFullScreen ? qsTr("Leave full screen (F11)") : qsTr("Full Screen (F11)")
+            }
         }
         VMStateBadge {
             id: badge
@@ -111,12 +141,34 @@ Item {
 
         anchors.top: toolbar.bottom
         width: parent.width
+        z: 1
+        visible: root.showsButtons
+    }
+
+    // Where a pointer fetches the buttons that are not shown.
+    Item {
+        z: 1
+        width: parent.width
+        height: 2
+        visible: root.isFullScreen
+
+        HoverHandler {
+            id: edge
+        }
+    }
+
+    Item {
+        id: content
+
+        anchors.top: root.isFullScreen ? parent.top : divider.bottom
+        anchors.bottom: parent.bottom
+        width: parent.width
     }
 
     VNCConsoleView {
-        anchors.top: divider.bottom
-        anchors.bottom: parent.bottom
-        width: parent.width
+        id: vncView
+
+        anchors.fill: content
         visible: active
         active: consolePresenter.display === ConsolePresenter.VNC
         host: consolePresenter.vncHost
@@ -126,18 +178,16 @@ Item {
     }
 
     VirtualMachineViewRepresentable {
-        anchors.top: divider.bottom
-        anchors.bottom: parent.bottom
-        width: parent.width
+        id: hypervisorView
+
+        anchors.fill: content
         visible: consolePresenter.display === ConsolePresenter.HypervisorView
         virtualMachine: consolePresenter.vzMachine
         onKeyboardReleased: toolbar.forceActiveFocus(Qt.TabFocusReason)
     }
 
     ContentUnavailableView {
-        anchors.top: divider.bottom
-        anchors.bottom: parent.bottom
-        width: parent.width
+        anchors.fill: content
         visible: consolePresenter.display === ConsolePresenter.StatusPanel
         label: consolePresenter.statusTitle
         symbol: "display"
@@ -160,5 +210,12 @@ Item {
             text: qsTr("Finish Install")
             onClicked: AppState.finishInstallation(root.vm)
         }
+    }
+
+    function takeKeyboard(): void {
+        if (vncView.visible)
+            vncView.takeKeyboard();
+        else if (hypervisorView.visible)
+            hypervisorView.takeKeyboard();
     }
 }

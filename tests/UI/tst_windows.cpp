@@ -229,6 +229,12 @@ void WindowsTest::consoleFollowsItsMachine()
     click(console, u"Start"_s);
     QTRY_COMPARE(vm->state(), VMState::running);
     QTRY_VERIFY(findItem(console->contentItem(), u"Connecting to VM display…"_s));
+    for (const Qt::Key leave : {Qt::Key_F11, Qt::Key_Escape}) {
+        QTest::keyClick(console, Qt::Key_F11);
+        QTRY_COMPARE(console->visibility(), QWindow::FullScreen);
+        QTest::keyClick(console, leave);
+        QTRY_COMPARE(console->visibility(), QWindow::Windowed);
+    }
     click(console, u"Pause"_s);
     click(console, u"Resume"_s);
     click(console, u"Stop"_s);

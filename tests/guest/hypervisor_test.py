@@ -2,7 +2,10 @@
 """A Linux machine on the hypervisor layer as its owner sees it: screen, keys, pause, and both ways to an end."""
 
 import os
+import time
 
+from application import wait_until
+from desktop import DESKTOP_SIZE
 from firmware import shows_firmware
 from stage import EMULATOR, check, run
 
@@ -15,6 +18,27 @@ def identity(command):
     network = next(word for word in command if word.startswith("virtio-net-pci"))
     store = next(word for word in command if '"node-name":"vars"' in word)
     return uuid, network, store
+
+
+def fill_the_screen(kelvo, console):
+    """There and back without a pointer, from a guest that has the keyboard."""
+    def size():
+        picture = kelvo.picture(NAME)
+        return picture.width, picture.height
+
+    windowed = size()
+    kelvo.keys("Control_L+Alt_L")
+    kelvo.keys("F11")
+    wait_until(lambda: size() == DESKTOP_SIZE, 10, "the console to fill the screen")
+    console.wait_gone("Pause", "push button")
+    kelvo.keys("F11")
+    kelvo.keys("Escape")
+    time.sleep(0.5)
+    check(size() == DESKTOP_SIZE, "a key of the guest's has left full screen")
+    kelvo.keys("Control_L+Alt_L")
+    console.find("Pause", "push button")
+    kelvo.keys("Escape")
+    wait_until(lambda: size() == windowed, 10, "the console's window to have its size back")
 
 
 def life_of_a_linux_machine(stage):
@@ -36,6 +60,7 @@ def life_of_a_linux_machine(stage):
         kelvo.type_text("echo typed")
         kelvo.wait_for_picture(NAME, lambda picture: picture != before, 20, "the typed text in the firmware's shell")
 
+        fill_the_screen(kelvo, console)
         console.find("Pause").press()
         console.find("Paused", "label")
         console.find("Resume").press()

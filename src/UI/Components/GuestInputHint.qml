@@ -42,7 +42,11 @@ Rectangle {
         text: {
             if (!root.isAvailable)
                 return qsTr("Keyboard and pointer are not available.");
-            return root.screen.hasKeyboard ? qsTr("Keys go to the guest. Press Ctrl+Alt to get out.") : qsTr("Click into the screen to type in the guest.");
+            if (root.screen.hasKeyboard)
+                return qsTr("Keys go to the guest. Press Ctrl+Alt to get out.");
+            if (root.Window.visibility === Window.FullScreen)
+                return qsTr("Press F11 or Escape to leave full screen. Click into the screen to type in the guest.");
+            return qsTr("Click into the screen to type in the guest.");
         }
     }
 

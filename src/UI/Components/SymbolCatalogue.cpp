@@ -21,6 +21,7 @@ const QHash<QString, QStringList> &catalogue()
         {u"pause"_s, {u"media-playback-pause-symbolic"_s, u"media-playback-pause"_s}},
         {u"stop"_s, {u"media-playback-stop-symbolic"_s, u"media-playback-stop"_s}},
         {u"arrow.down.circle"_s, {u"folder-download-symbolic"_s, u"download"_s}},
+        {u"arrow.up.left.and.arrow.down.right"_s, {u"view-fullscreen-symbolic"_s, u"view-fullscreen"_s}},
         {u"gearshape"_s, {u"preferences-system-symbolic"_s, u"configure"_s}},
         {u"plus"_s, {u"list-add-symbolic"_s, u"list-add"_s}},
         {u"minus"_s, {u"list-remove-symbolic"_s, u"list-remove"_s}},

@@ -20,6 +20,8 @@ Rectangle {
     /// Until the user gives the keyboard back, also while the screen is gone for a moment.
     property bool wantsKeyboard: false
 
+    /// Keys go to the guest now.
+    readonly property bool hasKeyboard: screen.hasKeyboard
     readonly property bool hasPicture: screen.implicitWidth > 0
 
     color: Theme.screen
@@ -74,6 +76,11 @@ Rectangle {
     Component.onDestruction: {
         vncInput.disconnect();
         vnc.disconnect();
+    }
+
+    function takeKeyboard(): void {
+        root.wantsKeyboard = true;
+        screen.forceActiveFocus();
     }
 
     function follow(): void {

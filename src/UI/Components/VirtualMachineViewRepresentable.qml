@@ -6,6 +6,8 @@ Item {
     id: root
 
     required property VZVirtualMachine virtualMachine
+    /// Keys go to the guest now.
+    readonly property bool hasKeyboard: screen.hasKeyboard
 
     /// The guest's screen has given the keyboard back: the focus should go elsewhere.
     signal keyboardReleased
