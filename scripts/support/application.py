@@ -106,15 +106,19 @@ class Element:
         if not self._ask(lambda: self._accessible.do_action(0), False):
             raise NotFound(f"\"{self.name}\" ({self.role}) has no action")
 
-    def click(self, times=1):
-        """With the mouse, in its middle."""
+    def point_at(self):
+        """With the mouse, at its middle."""
         from gi.repository import Atspi
         place = self._ask(lambda: self._accessible.get_extents(Atspi.CoordType.SCREEN), None)
         if place is None:
-            raise NotFound(f"\"{self.name}\" has gone before the click")
+            raise NotFound(f"\"{self.name}\" has gone before the pointer came")
         self._application.desktop.run(["xdotool", "mousemove", str(place.x + place.width // 2),
-                                       str(place.y + place.height // 2),
-                                       "click", "--repeat", str(times), "--delay", "60", "1"])
+                                       str(place.y + place.height // 2)])
+
+    def click(self, times=1):
+        """With the mouse, in its middle."""
+        self.point_at()
+        self._application.desktop.run(["xdotool", "click", "--repeat", str(times), "--delay", "60", "1"])
 
     def outline(self, depth=0):
         """The tree below it as indented text, for people who look into a failure."""
@@ -186,6 +190,10 @@ class Application(Element):
         number = self._window_number(title)
         self.desktop.run(["xdotool", "windowactivate", "--sync", number])
         return number
+
+    def resize(self, title, width, height):
+        """To that many pixels, which must not be the size that it has."""
+        self.desktop.run(["xdotool", "windowsize", "--sync", self.activate(title), str(width), str(height)])
 
     def close(self, title):
         """Closes the window with this title by the window manager's keys."""

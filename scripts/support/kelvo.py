@@ -10,10 +10,10 @@ MACHINES = "Virtual Machines"
 class Kelvo(Application):
     """A running Kelvo whose machines are in the given home folder, which is also where its file panels open."""
 
-    def __init__(self, desktop, program, home):
+    def __init__(self, desktop, program, home, color_scheme="light"):
         self.home = home
         self.log = home / "kelvo.log"
-        super().__init__(desktop, [str(program), "--color-scheme", "light"], {"HOME": str(home)}, self.log, home)
+        super().__init__(desktop, [str(program), "--color-scheme", color_scheme], {"HOME": str(home)}, self.log, home)
 
     def create_machine(self, image, kind="Windows 11 ARM64"):
         """Goes through the wizard, which then starts the installation. The image lies below the home folder."""

@@ -98,7 +98,7 @@ def place_on_the_desktop(stage):
             check(any(NAME in element.name for element in question.descendants()), f"it asks {question.outline()}")
             kelvo.keys("Escape")
             kelvo.window(MACHINES).wait_gone("Quit Kelvo?", "dialog")
-        resize(kelvo, SIZE)
+        kelvo.resize(MACHINES, *SIZE)
         kelvo.keys("ctrl+q")
         kelvo.window(MACHINES).find("Quit Kelvo?", "dialog")
         kelvo.keys("Return")
@@ -131,10 +131,6 @@ def start_over_the_bus(stage, program):
     wait_until(lambda: subprocess.run(asks_for_active, env=stage.desktop.environment, capture_output=True,
                                       check=False).stdout.startswith(b"Settings"),
                10, "the settings, which the bus was asked for, to have the focus")
-
-
-def resize(kelvo, wanted):
-    kelvo.desktop.run(["xdotool", "windowsize", "--sync", kelvo.activate(MACHINES), *map(str, wanted)])
 
 
 def size(kelvo):
