@@ -63,6 +63,10 @@ class Element:
         return self._has_state("SHOWING")
 
     @property
+    def is_focused(self):
+        return self._has_state("FOCUSED")
+
+    @property
     def is_checked(self):
         return self._has_state("CHECKED")
 

@@ -83,6 +83,7 @@ ConsolePresenter::Status ConsolePresenter::status() const
         shown.title = displayName(state);
     }
     shown.message = message();
+    shown.isBusy = m_vm->operationInProgress() || state == VMState::starting || state == VMState::stopping;
     shown.offersInstall = m_vm->canInstall();
     shown.offersStart = m_vm->canStart() && !m_vm->needsInstallation();
     shown.offersFinishInstall =

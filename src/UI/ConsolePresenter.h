@@ -25,6 +25,7 @@ class ConsolePresenter : public QObject
     Q_PROPERTY(VZVirtualMachine *vzMachine READ vzMachine NOTIFY displayChanged)
     Q_PROPERTY(QString statusTitle READ statusTitle NOTIFY statusChanged)
     Q_PROPERTY(QString statusMessage READ statusMessage NOTIFY statusChanged)
+    Q_PROPERTY(bool isBusy READ isBusy NOTIFY statusChanged)
     Q_PROPERTY(bool offersInstall READ offersInstall NOTIFY statusChanged)
     Q_PROPERTY(bool offersStart READ offersStart NOTIFY statusChanged)
     Q_PROPERTY(bool offersFinishInstall READ offersFinishInstall NOTIFY statusChanged)
@@ -49,6 +50,8 @@ public:
     [[nodiscard]] VZVirtualMachine *vzMachine() const { return m_display.vzMachine; }
     [[nodiscard]] QString statusTitle() const { return m_status.title; }
     [[nodiscard]] QString statusMessage() const { return m_status.message; }
+    /// A start, a stop or another operation is under way.
+    [[nodiscard]] bool isBusy() const { return m_status.isBusy; }
     [[nodiscard]] bool offersInstall() const { return m_status.offersInstall; }
     [[nodiscard]] bool offersStart() const { return m_status.offersStart; }
     [[nodiscard]] bool offersFinishInstall() const { return m_status.offersFinishInstall; }
@@ -76,6 +79,7 @@ private:
     {
         QString title;
         QString message;
+        bool isBusy = false;
         bool offersInstall = false;
         bool offersStart = false;
         bool offersFinishInstall = false;

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Templates as T
 import Kelvo.Components
 import Kelvo.UI
 
@@ -46,17 +45,13 @@ Sheet {
             Accessible.name: qsTr("Step %1 of %2").arg(model.step + 1).arg(model.stepCount)
         }
 
-        Flickable {
+        ScrollPage {
             id: page
 
             anchors.top: progress.bottom
             anchors.bottom: divider.top
             width: parent.width
-            contentWidth: width
             contentHeight: stepLoader.height + 2 * Theme.largeSpacing
-            boundsBehavior: Flickable.StopAtBounds
-            clip: true
-            T.ScrollBar.vertical: ScrollBar {}
 
             Loader {
                 id: stepLoader
@@ -104,7 +99,17 @@ Sheet {
                 text: qsTr("Continue")
                 onClicked: model.goForward()
             }
+            Spinner {
+                anchors.right: createButton.left
+                anchors.rightMargin: Theme.mediumSpacing
+                anchors.verticalCenter: parent.verticalCenter
+                visible: model.isCreating
+                size: Theme.scaled(20)
+                color: Theme.secondaryText
+            }
             PushButton {
+                id: createButton
+
                 anchors.right: parent.right
                 anchors.rightMargin: Theme.spacing
                 anchors.verticalCenter: parent.verticalCenter

@@ -193,6 +193,11 @@ Item {
         symbol: "display"
         description: consolePresenter.statusMessage
 
+        Spinner {
+            visible: consolePresenter.isBusy
+            size: Theme.scaled(24)
+            color: Theme.secondaryText
+        }
         PushButton {
             visible: consolePresenter.offersInstall
             prominent: true

@@ -55,6 +55,7 @@ void ConsolePresenterTest::panelSaysHowThingsStand()
     presenter.setVM(vm);
     QTEST(presenter.statusTitle(), "title");
     QTEST(presenter.statusMessage(), "message");
+    QCOMPARE(presenter.isBusy(), presenter.statusTitle().endsWith(u'…'));
     QCOMPARE(presenter.display(), ConsolePresenter::StatusPanel); // nobody has configured a display
 }
 

@@ -1,8 +1,7 @@
 import QtQuick
-import QtQuick.Templates as T
 
 /// A scrolling column of sections, not wider than reads well.
-Flickable {
+ScrollPage {
     id: root
 
     default property alias sections: column.data
@@ -10,12 +9,11 @@ Flickable {
     /// Where the window says the same already.
     property bool showsTitle: true
 
-    contentWidth: width
     contentHeight: column.implicitHeight + 2 * Theme.largeSpacing
-    boundsBehavior: Flickable.StopAtBounds
-    clip: true
-    T.ScrollBar.vertical: ScrollBar {}
     activeFocusOnTab: true
+    Accessible.role: Accessible.Pane
+    Accessible.name: root.title
+    Accessible.focusable: true
     Keys.onUpPressed: flick(0, 700)
     Keys.onDownPressed: flick(0, -700)
 

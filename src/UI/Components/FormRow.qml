@@ -27,7 +27,7 @@ Item {
         anchors.verticalCenter: parent.verticalCenter
         text: root.label
         color: root.enabled ? Theme.text : Theme.disabledText
-        Accessible.ignored: !root.announcesLabel
+        Accessible.ignored: !root.announcesLabel || root.label === "" || root.value !== ""
     }
 
     Label {

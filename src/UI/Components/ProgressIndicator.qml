@@ -1,7 +1,4 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
-import Kelvo.Components
 
 /// Turns while something is awaited; the label says what.
 Column {
@@ -12,43 +9,9 @@ Column {
 
     spacing: Theme.spacing
 
-    Item {
-        id: dial
-
+    Spinner {
         anchors.horizontalCenter: parent.horizontalCenter
-        width: 32
-        height: 32
-
-        Repeater {
-            model: 8
-
-            Rectangle {
-                id: spoke
-
-                required property int index
-
-                x: 14
-                y: 0
-                width: 4
-                height: 9
-                radius: 2
-                color: root.color
-                opacity: 0.15 + 0.85 * spoke.index / 7
-                transform: Rotation {
-                    origin.x: 2
-                    origin.y: 16
-                    angle: spoke.index * 45
-                }
-            }
-        }
-
-        RotationAnimator on rotation {
-            from: 0
-            to: 360
-            duration: 1000
-            loops: Animation.Infinite
-            running: root.visible && Appearance.animated
-        }
+        color: root.color
     }
 
     Label {

@@ -4,6 +4,7 @@ import QtQuick.Templates as T
 T.ScrollBar {
     id: root
 
+    Accessible.ignored: true
     implicitWidth: 12
     implicitHeight: 12
     padding: 3
