@@ -1,0 +1,247 @@
+#include "App/AppStage.h"
+#include "App/KelvoApp.h"
+#include "UI/Components/Appearance.h"
+#include "UI/Components/SymbolCatalogue.h"
+#include "support/TestMain.h"
+
+#include <QAccessible>
+#include <QDir>
+#include <QFontDatabase>
+#include <QIcon>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QtQml/qqmlextensionplugin.h>
+
+#include <algorithm>
+#include <functional>
+
+Q_IMPORT_QML_PLUGIN(Kelvo_ComponentsPlugin)
+Q_IMPORT_QML_PLUGIN(Kelvo_UIPlugin)
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr QSize windowSize(960, 640);
+
+/// Mean colours are compared of areas of two by two of these: how glyphs are drawn hardly changes them.
+constexpr int cellPixels = 8;
+/// The mean of an area may differ by that, 0 to 255. Other hinting makes at most 8, a missing control at
+/// least 20.
+constexpr double tolerance = 13;
+
+struct Difference
+{
+    double amount = 0; ///< 255 for pictures of different sizes
+    QPoint place;
+};
+
+Difference difference(const QImage &first, const QImage &second)
+{
+    if (first.size() != second.size())
+        return {255, {}};
+    const QSize cells(first.width() / cellPixels, first.height() / cellPixels);
+    const auto mean = [&](const QImage &picture) {
+        return picture.scaled(cells, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+            .convertToFormat(QImage::Format_RGB32);
+    };
+    const QImage one = mean(first);
+    const QImage other = mean(second);
+    Difference worst;
+    for (const int shift : {0, 8, 16}) {
+        const auto channel = [shift](const QImage &picture, QPoint cell) {
+            return static_cast<int>(picture.pixel(cell) >> shift & 0xffU);
+        };
+        for (int y = 0; y + 1 < cells.height(); ++y)
+            for (int x = 0; x + 1 < cells.width(); ++x) {
+                int sum = 0;
+                for (const QPoint cell :
+                     {QPoint(x, y), QPoint(x + 1, y), QPoint(x, y + 1), QPoint(x + 1, y + 1)})
+                    sum += channel(one, cell) - channel(other, cell);
+                if (const double amount = std::abs(sum) / 4.0; amount > worst.amount)
+                    worst = {amount, QPoint(x + 1, y + 1) * cellPixels};
+            }
+    }
+    return worst;
+}
+
+/// What an assistive technology is told of below this: buttons, rows, texts.
+QList<QQuickItem *> controls(QAccessibleInterface *parent)
+{
+    QList<QQuickItem *> found;
+    for (int index = 0; index < parent->childCount(); ++index) {
+        QAccessibleInterface *child = parent->child(index);
+        if (!child || child->state().invisible)
+            continue;
+        auto *item = qobject_cast<QQuickItem *>(child->object());
+        if (item && child->childCount() == 0)
+            found.append(item);
+        found += controls(child);
+    }
+    return found;
+}
+
+bool isInPopup(const QQuickItem *item)
+{
+    for (; item; item = item->parentItem())
+        if (item->inherits("QQuickPopupItem"))
+            return true;
+    return false;
+}
+
+} // namespace
+
+/// The three main windows against pictures of them, which lie beside this file.
+class PicturesTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void windowsLookAsTheirPictures_data() { addWindows(); }
+    void windowsLookAsTheirPictures();
+    void otherHintingPasses_data() { addWindows(); }
+    void otherHintingPasses();
+    void eachMissingControlShows_data() { addWindows(); }
+    void eachMissingControlShows();
+
+private:
+    static void addWindows();
+    void start(QFont::HintingPreference hinting);
+    /// Once it stands still.
+    [[nodiscard]] QImage picture() const;
+
+    std::unique_ptr<AppStage> m_stage;
+    std::unique_ptr<KelvoApp> m_app;
+    QQuickWindow *m_window = nullptr;
+};
+
+void PicturesTest::initTestCase()
+{
+    QVERIFY2(QFontDatabase::families().contains(u"Noto Sans"_s), "no font Noto Sans: see scripts/setup");
+    SymbolCatalogue::useIconThemes();
+    QIcon::setThemeName(u"breeze"_s);
+    QVERIFY2(QIcon::hasThemeIcon(u"monitor"_s), "no icon theme Breeze: see scripts/setup");
+    QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
+    Appearance::shared().setOverride(ColorScheme::light);
+    Appearance::shared().setAnimated(false);
+    QAccessible::setActive(true);
+}
+
+void PicturesTest::init()
+{
+    start(QFont::PreferVerticalHinting);
+}
+
+void PicturesTest::cleanup()
+{
+    m_app.reset();
+    m_stage.reset();
+}
+
+void PicturesTest::addWindows()
+{
+    QTest::addColumn<int>("leastControls");
+    QTest::newRow("list") << 30;
+    QTest::newRow("wizard") << 5;
+    QTest::newRow("console-off") << 8;
+}
+
+void PicturesTest::start(QFont::HintingPreference hinting)
+{
+    QFont font(u"Noto Sans"_s);
+    font.setPixelSize(14);
+    font.setHintingPreference(hinting);
+    QGuiApplication::setFont(font);
+
+    m_app.reset();
+    m_stage = std::make_unique<AppStage>();
+    m_stage->host.write(u"setup.iso"_s, "image");
+    m_stage->add(u"Windows 11"_s);
+    m_stage->add(u"Windows 11 Preview"_s, m_stage->host.path(u"setup.iso"_s));
+    m_app = std::make_unique<KelvoApp>(std::move(m_stage->state), m_stage->host.path(u"windows.ini"_s));
+    QVERIFY(m_app->start());
+    AppState &state = m_app->state();
+    VirtualMachine *installed = state.vmManager()->virtualMachines().first();
+    installed->setInstallationState(VMInstallationState::completed);
+
+    m_window = m_app->mainWindow();
+    const QByteArrayView name = QTest::currentDataTag();
+    if (name == "list") {
+        state.perform(installed, VMCommand::Start);
+        QTRY_COMPARE(installed->state(), VMState::running);
+    } else if (name == "wizard") {
+        state.setShowingCreateVM(true);
+    } else {
+        state.showConsole(installed);
+        m_window = m_app->consoleWindow(installed->id());
+    }
+    m_window->resize(windowSize);
+    QVERIFY(QTest::qWaitForWindowExposed(m_window));
+}
+
+QImage PicturesTest::picture() const
+{
+    QImage last = m_window->grabWindow();
+    const bool isStill = QTest::qWaitFor([&] {
+        QTest::qWait(50);
+        return last == std::exchange(last, m_window->grabWindow());
+    });
+    if (!isStill)
+        QTest::qFail("the window does not come to rest", __FILE__, __LINE__);
+    return last;
+}
+
+void PicturesTest::windowsLookAsTheirPictures()
+{
+    const QImage shown = picture();
+    const QString name = QLatin1StringView(QTest::currentDataTag()) + u".png"_s;
+    const QString file = QStringLiteral(KELVO_PICTURES) + u'/' + name;
+    if (qEnvironmentVariableIsSet("KELVO_RENEW_PICTURES"))
+        QVERIFY(shown.save(file));
+    const QImage expected(file);
+    QVERIFY2(!expected.isNull(), qPrintable(u"there is no picture "_s + file));
+    const Difference found = difference(shown, expected);
+    if (found.amount > tolerance) {
+        const QString kept = QDir(QStringLiteral(KELVO_PICTURE_FAILURES)).filePath(name);
+        QVERIFY(QDir().mkpath(QStringLiteral(KELVO_PICTURE_FAILURES)) && shown.save(kept));
+        const QString text =
+            u"%1 is not like %2: most, by %3, around (%4, %5). If it should look so, build the target "
+            "renew-pictures."_s;
+        QFAIL(qPrintable(text.arg(kept, file).arg(found.amount).arg(found.place.x()).arg(found.place.y())));
+    }
+}
+
+void PicturesTest::otherHintingPasses()
+{
+    const QImage expected = picture();
+    start(QFont::PreferNoHinting);
+    if (QTest::currentTestFailed())
+        return;
+    const QImage shown = picture();
+    QVERIFY2(shown != expected, "the hinting did not change");
+    QVERIFY(difference(shown, expected).amount <= tolerance);
+}
+
+void PicturesTest::eachMissingControlShows()
+{
+    QFETCH(const int, leastControls);
+    const QImage whole = picture();
+    QList<QQuickItem *> all = controls(QAccessible::queryAccessibleInterface(m_window));
+    if (std::ranges::any_of(all, isInPopup)) // which covers the rest
+        erase_if(all, std::not_fn(isInPopup));
+    QVERIFY2(all.size() >= leastControls, qPrintable(u"only %1 controls"_s.arg(all.size())));
+    for (QQuickItem *control : all) {
+        const qreal opacity = control->opacity();
+        control->setOpacity(0);
+        const double found = difference(m_window->grabWindow(), whole).amount;
+        control->setOpacity(opacity);
+        const QString what = QDebug::toString(control) + control->property("text").toString();
+        QVERIFY2(found > tolerance, qPrintable(u"without %1 it differs by %2 only"_s.arg(what).arg(found)));
+    }
+}
+
+KELVO_GUI_TEST_MAIN(PicturesTest)
+#include "tst_pictures.moc"
