@@ -12,7 +12,7 @@ _kelvo()
             ;;
     esac
     if [[ $cur == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "--color-scheme --help --version" -- "$cur")
+        mapfile -t COMPREPLY < <(compgen -W "--color-scheme --reverse --help --version" -- "$cur")
     else
         _filedir '@(iso|img|raw|dmg|vm)'
     fi

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "App/DetailContent.h"
+#include "App/LocalizedName.h"
 #include "App/SidebarSection.h"
 #include "App/VMCommand.h"
 #include "Models/VirtualMachine.h"
@@ -43,7 +44,7 @@ public:
 
     [[nodiscard]] SidebarSection selectedSection() const { return m_selectedSection; }
     void setSelectedSection(SidebarSection section);
-    [[nodiscard]] QString sectionTitle() const { return rawValue(m_selectedSection); }
+    [[nodiscard]] QString sectionTitle() const { return localizedName(m_selectedSection); }
     [[nodiscard]] DetailContent detailContent() const;
     [[nodiscard]] std::optional<QUuid> selectedVMID() const { return m_selectedVMID; }
     void setSelectedVMID(const std::optional<QUuid> &id);

@@ -14,7 +14,8 @@ CommandLine CommandLine::parse(const QStringList &arguments, const QString &work
     parser.addOptions({help, version});
     const QCommandLineOption colorScheme(
         u"color-scheme"_s, u"Colors of the interface: light, dark or system."_s, u"scheme"_s, u"system"_s);
-    parser.addOption(colorScheme);
+    const QCommandLineOption reverse(u"reverse"_s, u"Lays the windows out from right to left."_s);
+    parser.addOptions({colorScheme, reverse});
     parser.addPositionalArgument(
         u"file"_s,
         u"A virtual machine's folder, whose console opens, or an image to install a new one from."_s,
@@ -46,6 +47,7 @@ CommandLine CommandLine::parse(const QStringList &arguments, const QString &work
             return commandLine;
         commandLine.documents.append(url);
     }
+    commandLine.isReversed = parser.isSet(reverse);
     const QString scheme = parser.value(colorScheme);
     if (scheme == "light"_L1)
         commandLine.colorScheme = ColorScheme::light;

@@ -9,9 +9,10 @@
 struct CommandLine
 {
     ColorScheme colorScheme = ColorScheme::system;
-    QList<QUrl> documents; ///< files and folders to open, all of which exist
-    QString output;        ///< to be written instead of starting: help, version
-    QString problem;       ///< why the arguments were not understood
+    bool isReversed = false; ///< to be laid out from right to left, whatever the language
+    QList<QUrl> documents;   ///< files and folders to open, all of which exist
+    QString output;          ///< to be written instead of starting: help, version
+    QString problem;         ///< why the arguments were not understood
 
     bool operator==(const CommandLine &) const = default;
 

@@ -1,5 +1,6 @@
 #include "App/CommandLine.h"
 #include "App/KelvoApp.h"
+#include "App/Translations.h"
 #include "Platform/Desktop/ApplicationService.h"
 #include "Platform/Desktop/SleepInhibitor.h"
 #include "UI/Components/AppearancePortal.h"
@@ -88,6 +89,9 @@ int main(int argc, char *argv[])
         return EXIT_FAILURE;
     }
 
+    Translations::install(QLocale::system());
+    if (commandLine.isReversed)
+        QGuiApplication::setLayoutDirection(Qt::RightToLeft);
     useReadableFont();
     SymbolCatalogue::useIconThemes();
     QGuiApplication::setWindowIcon(QIcon::fromTheme(identifier, QIcon(u":/vostarn.id.Kelvo.svg"_s)));

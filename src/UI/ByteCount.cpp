@@ -1,5 +1,6 @@
 #include "UI/ByteCount.h"
 
+#include <QCoreApplication>
 #include <QLocale>
 
 #include <array>
@@ -11,7 +12,10 @@ namespace {
 
 QString inUnits(quint64 bytes, double base)
 {
-    static constexpr std::array<const char *, 6> units = {"bytes", "KB", "MB", "GB", "TB", "PB"};
+    static constexpr std::array<const char *, 6> units = {
+        QT_TRANSLATE_NOOP("ByteCount", "bytes"), QT_TRANSLATE_NOOP("ByteCount", "KB"),
+        QT_TRANSLATE_NOOP("ByteCount", "MB"),    QT_TRANSLATE_NOOP("ByteCount", "GB"),
+        QT_TRANSLATE_NOOP("ByteCount", "TB"),    QT_TRANSLATE_NOOP("ByteCount", "PB")};
     static constexpr std::array<int, 6> decimals = {0, 0, 1, 2, 2, 2};
     auto amount = static_cast<double>(bytes);
     std::size_t unit = 0;
@@ -21,9 +25,9 @@ QString inUnits(quint64 bytes, double base)
         ++unit;
     }
     if (bytes == 0)
-        return u"Zero KB"_s;
+        return QCoreApplication::translate("ByteCount", "Zero KB");
     if (bytes == 1)
-        return u"1 byte"_s;
+        return QCoreApplication::translate("ByteCount", "1 byte");
     const QLocale locale;
     QString figure = locale.toString(amount, 'f', decimals[unit]);
     if (decimals[unit] > 0) {
@@ -32,7 +36,7 @@ QString inUnits(quint64 bytes, double base)
         if (figure.endsWith(locale.decimalPoint()))
             figure.chop(locale.decimalPoint().size());
     }
-    return figure + u' ' + QString::fromLatin1(units[unit]);
+    return figure + u' ' + QCoreApplication::translate("ByteCount", units[unit]);
 }
 
 } // namespace

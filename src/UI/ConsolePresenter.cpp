@@ -1,5 +1,6 @@
 #include "UI/ConsolePresenter.h"
 
+#include "App/LocalizedName.h"
 #include "Virtualization/Backend/VMBackendController.h"
 #include "Virtualization/VMManager.h"
 
@@ -80,7 +81,7 @@ ConsolePresenter::Status ConsolePresenter::status() const
         shown.title = tr("Stopping…");
         break;
     default:
-        shown.title = displayName(state);
+        shown.title = localizedName(state);
     }
     shown.message = message();
     shown.isBusy = m_vm->operationInProgress() || state == VMState::starting || state == VMState::stopping;
@@ -110,6 +111,6 @@ QString ConsolePresenter::message() const
                    ? tr("Install boots your Windows ISO with QEMU, a virtual TPM and UEFI firmware.")
                    : tr("Start the virtual machine to view its display.");
     default:
-        return displayName(m_vm->state());
+        return localizedName(m_vm->state());
     }
 }

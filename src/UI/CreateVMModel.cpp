@@ -39,12 +39,12 @@ QString defaultName(GuestOperatingSystem guestOS)
 
 QString sizeLabel(quint64 bytes)
 {
-    return u"%1 GB"_s.arg(bytes / gibibyte);
+    return CreateVMModel::tr("%1 GB").arg(bytes / gibibyte);
 }
 
 QString diskLabel(quint64 bytes)
 {
-    return bytes / tebibyte > 0 ? u"1 TB"_s : sizeLabel(bytes);
+    return bytes / tebibyte > 0 ? CreateVMModel::tr("1 TB") : sizeLabel(bytes);
 }
 
 template<typename List, typename Value>
@@ -161,7 +161,8 @@ void CreateVMModel::setStep(int step)
 
 QStringList CreateVMModel::guestOSNames() const
 {
-    return textsOf(allGuestOperatingSystems, [](GuestOperatingSystem guestOS) { return rawValue(guestOS); });
+    return textsOf(allGuestOperatingSystems,
+                   [](GuestOperatingSystem guestOS) { return localizedName(guestOS); });
 }
 
 QStringList CreateVMModel::guestOSDetails() const
@@ -187,7 +188,7 @@ QStringList CreateVMModel::diskLabels() const
 
 QStringList CreateVMModel::networkNames() const
 {
-    return textsOf(allVMNetworkModes, [](VMNetworkMode mode) { return rawValue(mode); });
+    return textsOf(allVMNetworkModes, [](VMNetworkMode mode) { return localizedName(mode); });
 }
 
 int CreateVMModel::guestOSIndex() const
@@ -341,11 +342,11 @@ QUrl CreateVMModel::bundleURL() const
 QList<LabeledValue> CreateVMModel::summaryRows() const
 {
     QList<LabeledValue> rows = {
-        {tr("OS"), rawValue(m_guestOS)},
+        {tr("OS"), localizedName(m_guestOS)},
         {tr("CPU"), tr("%1 cores").arg(m_cpuCount)},
         {tr("RAM"), sizeLabel(m_memoryBytes)},
         {tr("Disk"), diskLabel(m_diskBytes)},
-        {tr("Network"), rawValue(m_networkMode)},
+        {tr("Network"), localizedName(m_networkMode)},
         {tr("Backend"), displayName(recommendedBackend(m_guestOS))},
         {tr("Location"), FileUrl::path(bundleURL())},
     };

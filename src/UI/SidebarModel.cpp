@@ -1,6 +1,6 @@
 #include "UI/SidebarModel.h"
 
-#include "App/SidebarSection.h"
+#include "App/LocalizedName.h"
 
 int SidebarModel::rowCount(const QModelIndex &parent) const
 {
@@ -17,7 +17,7 @@ QVariant SidebarModel::data(const QModelIndex &index, int role) const
         return QVariant::fromValue(section);
     case TitleRole:
     case Qt::DisplayRole:
-        return rawValue(section);
+        return localizedName(section);
     case SymbolRole:
         return symbol(section);
     default:

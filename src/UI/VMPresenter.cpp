@@ -1,5 +1,6 @@
 #include "UI/VMPresenter.h"
 
+#include "App/LocalizedName.h"
 #include "UI/ByteCount.h"
 
 using namespace Qt::StringLiterals;
@@ -28,7 +29,7 @@ VMPresentation presentationOf(const VirtualMachine &vm)
 
     VMPresentation shown;
     shown.name = configuration.name;
-    shown.guestName = rawValue(configuration.guestOS);
+    shown.guestName = localizedName(configuration.guestOS);
     shown.architecture = architecture(configuration.guestOS);
     shown.cpuText = VMPresenter::tr("%1 cores").arg(configuration.cpuCount);
     shown.memoryText = VMPresenter::tr("%1 GB RAM").arg(configuration.memorySizeGB());
@@ -36,10 +37,10 @@ VMPresentation presentationOf(const VirtualMachine &vm)
     if (const std::optional<quint64> bytes = vm.actualDiskUsageBytes())
         shown.hostUsageText = VMPresenter::tr("Host usage: %1").arg(ByteCount::fileStyle(*bytes));
     if (installation != VMInstallationState::completed)
-        shown.installationText = displayName(installation);
+        shown.installationText = localizedName(installation);
     shown.backendText = displayName(configuration.backend);
     shown.backendSymbol = configuration.backend == VMBackendType::qemuHVF ? u"terminal"_s : u"apple.logo"_s;
-    shown.stateText = displayName(vm.state());
+    shown.stateText = localizedName(vm.state());
     shown.badgeTone = int(badgeTone(vm.state()));
 
     shown.showsInstall = vm.canInstall();

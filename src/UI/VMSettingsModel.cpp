@@ -68,7 +68,7 @@ void VMSettingsModel::setName(const QString &name)
 
 QString VMSettingsModel::guestName() const
 {
-    return m_vm ? rawValue(m_vm->guestOS()) : QString();
+    return m_vm ? localizedName(m_vm->guestOS()) : QString();
 }
 
 ClosedRange<qint64> VMSettingsModel::cpuCountRange() const
@@ -118,7 +118,7 @@ QStringList VMSettingsModel::networkNames() const
 {
     QStringList names;
     for (const VMNetworkMode mode : allVMNetworkModes)
-        names.append(rawValue(mode));
+        names.append(localizedName(mode));
     return names;
 }
 
