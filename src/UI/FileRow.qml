@@ -29,7 +29,7 @@ Rectangle {
 
     Label {
         anchors.left: symbol.right
-        anchors.leftMargin: 10
+        anchors.leftMargin: Theme.smallSpacing
         anchors.right: button.left
         anchors.rightMargin: Theme.spacing
         anchors.verticalCenter: parent.verticalCenter
@@ -43,7 +43,7 @@ Rectangle {
         id: button
 
         anchors.right: parent.right
-        anchors.rightMargin: 10
+        anchors.rightMargin: Theme.mediumSpacing
         anchors.verticalCenter: parent.verticalCenter
         text: root.buttonText
         onClicked: root.chooseRequested()

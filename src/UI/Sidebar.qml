@@ -14,7 +14,7 @@ Rectangle {
         id: list
 
         anchors.fill: parent
-        anchors.margins: 10
+        anchors.margins: Theme.smallSpacing
         spacing: 2
         model: SidebarModel {}
         currentIndex: AppState.selectedSection

@@ -47,10 +47,10 @@ Item {
         Row {
             id: buttons
 
-            x: 12
-            y: 8
+            x: Theme.mediumSpacing
+            y: Theme.smallSpacing
             height: Theme.smallControlHeight
-            spacing: 6
+            spacing: Theme.smallSpacing
 
             PushButton {
                 small: true
@@ -130,7 +130,7 @@ Item {
             id: badge
 
             anchors.right: parent.right
-            anchors.rightMargin: 12
+            anchors.rightMargin: Theme.mediumSpacing
             anchors.verticalCenter: parent.verticalCenter
             presenter: presenter
         }

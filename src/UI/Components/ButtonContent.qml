@@ -8,7 +8,7 @@ Item {
     required property string text
     required property font font
     required property color color
-    property int spacing: 6
+    property int spacing: Theme.smallSpacing
 
     readonly property int textStart: symbol === "" ? 0 : Theme.smallSymbol + (text === "" ? 0 : spacing)
 

@@ -99,7 +99,7 @@ Sheet {
             id: problem
 
             anchors.top: pathField.bottom
-            anchors.topMargin: 6
+            anchors.topMargin: Theme.tightSpacing
             anchors.left: pathField.left
             anchors.right: pathField.right
             visible: text !== ""
@@ -125,8 +125,8 @@ Sheet {
             anchors.bottom: buttons.top
             x: Theme.spacing
             width: parent.width - 2 * x
-            topMargin: 4
-            bottomMargin: 4
+            topMargin: Theme.tightSpacing
+            bottomMargin: Theme.tightSpacing
             clip: true
             model: files
             currentIndex: -1
@@ -154,7 +154,7 @@ Sheet {
                 required property bool fileIsDir
                 required property int index
 
-                x: 4
+                x: Theme.tightSpacing
                 width: list.width - 8
                 height: Theme.controlHeight
                 text: fileName
@@ -166,7 +166,7 @@ Sheet {
 
                 contentItem: Item {
                     Symbol {
-                        x: 8
+                        x: Theme.smallSpacing
                         anchors.verticalCenter: parent.verticalCenter
                         name: row.fileIsDir ? "folder" : "opticaldisc"
                         color: row.fileIsDir ? Theme.linkText : Theme.secondaryText

@@ -13,8 +13,8 @@ Column {
 
     Label {
         visible: root.title !== ""
-        x: 4
-        width: parent.width - 8
+        x: Theme.tightSpacing
+        width: parent.width - 2 * x
         text: root.title
         font.pixelSize: Theme.subheadline
         font.weight: Font.DemiBold

@@ -54,7 +54,7 @@ FocusScope {
 
                 contentItem: Item {
                     Symbol {
-                        x: 16
+                        x: Theme.spacing
                         anchors.verticalCenter: parent.verticalCenter
                         name: root.symbols[row.index] ?? ""
                         size: Theme.symbol
@@ -88,20 +88,20 @@ FocusScope {
                         }
                     }
                     Rectangle {
-                        x: parent.width - width - 16
+                        x: parent.width - width - Theme.spacing
                         anchors.verticalCenter: parent.verticalCenter
                         width: 18
                         height: 18
                         radius: 9
                         color: row.checked ? Theme.accent : "transparent"
-                        border.width: row.checked ? 0 : 1.5
+                        border.width: row.checked ? 0 : 2
                         border.color: Theme.fieldBorder
 
                         Rectangle {
                             anchors.centerIn: parent
-                            width: 7
-                            height: 7
-                            radius: 3.5
+                            width: 8
+                            height: 8
+                            radius: 4
                             visible: row.checked
                             color: Theme.accentText
                         }
@@ -112,7 +112,7 @@ FocusScope {
                     radius: Theme.groupRadius
                     color: row.checked ? Theme.accentWash : row.down ? Theme.pressedWash
                                        : row.hovered ? Theme.hoverWash : "transparent"
-                    border.width: row.checked ? 1.5 : 1
+                    border.width: row.checked ? 2 : 1
                     border.color: row.checked ? Theme.focus : Theme.cardBorder
 
                     FocusRing {

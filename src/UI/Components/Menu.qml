@@ -8,8 +8,8 @@ T.Menu {
 
     implicitWidth: Math.max(Theme.scaled(258), root.widest) + leftPadding + rightPadding
     implicitHeight: contentHeight + topPadding + bottomPadding
-    padding: 5
-    margins: 4
+    padding: Theme.tightSpacing
+    margins: Theme.tightSpacing
     overlap: 0
 
     delegate: MenuItem {}

@@ -6,7 +6,7 @@ T.MenuBar {
 
     implicitWidth: contentWidth + leftPadding + rightPadding
     implicitHeight: contentHeight + topPadding + bottomPadding
-    padding: 4
+    padding: Theme.tightSpacing
     Accessible.name: qsTr("Menu bar")
 
     delegate: MenuBarItem {}

@@ -7,7 +7,7 @@ T.MenuBarItem {
 
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: Math.round(Theme.body * 1.9)
-    horizontalPadding: 10
+    horizontalPadding: Theme.mediumSpacing
     Accessible.name: MnemonicText.plain(root.text)
     Accessible.onPressAction: root.triggered()
 

@@ -10,7 +10,7 @@ T.MenuItem {
     width: ListView.view ? ListView.view.width : implicitWidth
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: Math.round(Theme.body * 2.15)
-    horizontalPadding: 12
+    horizontalPadding: Theme.mediumSpacing
     Accessible.name: MnemonicText.plain(root.text)
     Accessible.onPressAction: root.choose()
 

@@ -4,7 +4,7 @@ import QtQuick.Templates as T
 T.MenuSeparator {
     width: ListView.view ? ListView.view.width : implicitWidth
     implicitHeight: 9
-    horizontalPadding: 12
+    horizontalPadding: Theme.mediumSpacing
 
     contentItem: Item {
         Divider {

@@ -14,8 +14,8 @@ T.ComboBox {
 
     implicitWidth: Math.max(Theme.scaled(150), implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: Theme.smallControlHeight
-    leftPadding: 12
-    rightPadding: 32
+    leftPadding: Theme.mediumSpacing
+    rightPadding: Theme.hugeSpacing
     font.pixelSize: Theme.body
     Accessible.name: root.label
     Accessible.description: root.displayText
@@ -35,7 +35,7 @@ T.ComboBox {
     }
 
     indicator: Symbol {
-        x: root.width - width - 10
+        x: root.width - width - Theme.mediumSpacing
         anchors.verticalCenter: parent.verticalCenter
         name: "chevron.down"
         color: root.enabled ? Theme.secondaryText : Theme.disabledText
@@ -96,8 +96,8 @@ T.ComboBox {
         y: root.height + 4
         width: Math.max(root.width, 160)
         height: Math.min(contentItem.implicitHeight + 8, 320)
-        padding: 4
-        margins: 8
+        padding: Theme.tightSpacing
+        margins: Theme.smallSpacing
 
         contentItem: ListView {
             implicitHeight: contentHeight

@@ -6,7 +6,7 @@ TextButton {
 
     property string symbol: ""
 
-    spacing: 6
+    spacing: Theme.smallSpacing
 
     contentItem: ButtonContent {
         symbol: root.symbol

@@ -8,7 +8,7 @@ T.ItemDelegate {
 
     implicitWidth: Theme.scaled(180)
     implicitHeight: Math.round(Theme.body * 2.45)
-    horizontalPadding: 10
+    horizontalPadding: Theme.mediumSpacing
     focusPolicy: Qt.NoFocus
     Accessible.onPressAction: root.clicked()
 
@@ -19,7 +19,7 @@ T.ItemDelegate {
             color: root.highlighted ? Theme.linkText : Theme.secondaryText
         }
         Text {
-            x: Theme.smallSymbol + 10
+            x: Theme.smallSymbol + Theme.mediumSpacing
             width: parent.width - x
             anchors.verticalCenter: parent.verticalCenter
             text: root.text

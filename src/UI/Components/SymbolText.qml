@@ -8,7 +8,7 @@ Text {
     property int pixelSize: Theme.caption
 
     height: Math.max(Theme.smallSymbol, implicitHeight)
-    leftPadding: Theme.smallSymbol + 7
+    leftPadding: Theme.smallSymbol + Theme.smallSpacing
     verticalAlignment: Text.AlignVCenter
     textFormat: Text.PlainText
     font.pixelSize: pixelSize

@@ -6,10 +6,10 @@ T.TextField {
 
     implicitWidth: Theme.scaled(260)
     implicitHeight: Theme.controlHeight
-    leftPadding: 10
-    rightPadding: 10
-    topPadding: 4
-    bottomPadding: 4
+    leftPadding: Theme.mediumSpacing
+    rightPadding: Theme.mediumSpacing
+    topPadding: Theme.tightSpacing
+    bottomPadding: Theme.tightSpacing
     font.pixelSize: Theme.body
     color: enabled ? Theme.text : Theme.disabledText
     selectionColor: Theme.accent

@@ -5,12 +5,12 @@ T.ToolTip {
     id: root
 
     x: parent ? Math.round((parent.width - implicitWidth) / 2) : 0
-    y: parent ? parent.height + 6 : 0
+    y: parent ? parent.height + Theme.smallSpacing : 0
     implicitWidth: Math.min(Theme.scaled(420), implicitContentWidth) + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
-    margins: 6
-    horizontalPadding: 8
-    verticalPadding: 5
+    margins: Theme.smallSpacing
+    horizontalPadding: Theme.smallSpacing
+    verticalPadding: Theme.tightSpacing
     delay: 600
     closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutsideParent | T.Popup.CloseOnReleaseOutsideParent
 

@@ -111,10 +111,11 @@ Item {
         anchors.topMargin: Theme.mediumSpacing
         x: Theme.spacing
         columns: 2
-        columnSpacing: 16
-        rowSpacing: 6
+        columnSpacing: Theme.spacing
+        rowSpacing: Theme.smallSpacing
 
         SymbolText {
+            width: Math.max(implicitWidth, Theme.scaled(104)) // so that cards side by side are alike
             symbol: "cpu"
             text: presenter.shown.architecture
             pixelSize: Theme.subheadline
@@ -125,6 +126,7 @@ Item {
             pixelSize: Theme.subheadline
         }
         SymbolText {
+            width: Math.max(implicitWidth, Theme.scaled(104)) // so that cards side by side are alike
             symbol: "memorychip"
             text: presenter.shown.memoryText
             pixelSize: Theme.subheadline
@@ -141,7 +143,7 @@ Item {
         anchors.topMargin: Theme.mediumSpacing
         x: Theme.spacing
         width: root.width - 2 * Theme.spacing
-        spacing: 4
+        spacing: Theme.tightSpacing
 
         Text {
             width: parent.width
@@ -169,9 +171,9 @@ Item {
 
     Row {
         anchors.bottom: manage.top
-        anchors.bottomMargin: 6
+        anchors.bottomMargin: Theme.smallSpacing
         x: Theme.spacing
-        spacing: 6
+        spacing: Theme.smallSpacing
 
         TextButton {
             small: true
@@ -213,7 +215,7 @@ Item {
         anchors.bottom: parent.bottom
         anchors.bottomMargin: Theme.spacing
         x: Theme.spacing
-        spacing: 6
+        spacing: Theme.smallSpacing
 
         TextButton {
             small: true
