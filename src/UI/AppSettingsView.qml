@@ -36,7 +36,8 @@ FormPage {
             Label {
                 id: hint
 
-                x: Theme.spacing
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.spacing
                 y: Theme.mediumSpacing
                 width: parent.width - 2 * Theme.spacing
                 wrapMode: Text.Wrap
@@ -49,7 +50,8 @@ FormPage {
 
                 anchors.top: hint.bottom
                 anchors.topMargin: Theme.mediumSpacing
-                x: Theme.spacing
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.spacing
                 small: true
                 text: qsTr("Copy Install Command")
                 onClicked: info.copyInstallCommand()
@@ -77,7 +79,8 @@ FormPage {
             TextBlock {
                 id: log
 
-                x: Theme.spacing
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.spacing
                 y: Theme.mediumSpacing
                 width: parent.width - 2 * Theme.spacing
                 wrapMode: TextEdit.WrapAnywhere
@@ -91,7 +94,8 @@ FormPage {
 
                 anchors.top: log.bottom
                 anchors.topMargin: Theme.mediumSpacing
-                x: Theme.spacing
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.spacing
                 small: true
                 text: qsTr("Copy Diagnostics")
                 onClicked: info.copyDiagnostics()

@@ -16,6 +16,8 @@ T.ApplicationWindow {
     minimumWidth: Math.min(vm ? 960 : 640, Screen.desktopAvailableWidth)
     minimumHeight: Math.min(vm ? 640 : 480, Screen.desktopAvailableHeight)
     color: Theme.windowBackground
+    LayoutMirroring.enabled: Theme.mirrored
+    LayoutMirroring.childrenInherit: true
 
     readonly property bool isFullScreen: visibility === Window.FullScreen
     property int visibilityBefore: Window.Windowed

@@ -24,8 +24,10 @@ SidebarSplitView {
             height: Theme.headerHeight
 
             Label {
-                x: Theme.largeSpacing
-                width: newButton.x - x - Theme.spacing
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.largeSpacing
+                anchors.right: newButton.left
+                anchors.rightMargin: Theme.spacing
                 anchors.verticalCenter: parent.verticalCenter
                 text: AppState.sectionTitle
                 font.pixelSize: Theme.title3
@@ -86,7 +88,11 @@ SidebarSplitView {
         }
     }
 
-    Component.onCompleted: root.showDetail()
+    Component.onCompleted: {
+        if (Theme.mirrored)
+            root.moveItem(0, 1);
+        root.showDetail();
+    }
 
     function showDetail(): void {
         switch (AppState.detailContent) {

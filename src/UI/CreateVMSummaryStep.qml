@@ -40,6 +40,7 @@ FocusScope {
                     height: value.implicitHeight
 
                     Label {
+                        anchors.left: parent.left
                         width: Theme.scaled(120)
                         text: row.modelData.label
                         color: Theme.secondaryText
@@ -48,8 +49,9 @@ FocusScope {
                     Label {
                         id: value
 
-                        x: Theme.scaled(120)
-                        width: parent.width - x
+                        anchors.left: parent.left
+                        anchors.leftMargin: Theme.scaled(120)
+                        anchors.right: parent.right
                         wrapMode: Text.Wrap
                         elide: Text.ElideNone
                         text: row.modelData.value

@@ -56,7 +56,8 @@ Sheet {
             Loader {
                 id: stepLoader
 
-                x: Theme.largeSpacing
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.largeSpacing
                 y: Theme.largeSpacing
                 width: page.width - 2 * Theme.largeSpacing
                 focus: true
@@ -82,7 +83,8 @@ Sheet {
             height: Theme.controlHeight + 2 * Theme.mediumSpacing
 
             PushButton {
-                x: Theme.spacing
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.spacing
                 anchors.verticalCenter: parent.verticalCenter
                 visible: model.step >= 1
                 text: qsTr("Back")

@@ -21,7 +21,8 @@ Rectangle {
     Symbol {
         id: symbol
 
-        x: Theme.spacing
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.spacing
         anchors.verticalCenter: parent.verticalCenter
         name: "opticaldisc"
         color: root.hasFile ? Theme.linkText : Theme.secondaryText

@@ -14,6 +14,8 @@ T.ApplicationWindow {
     minimumWidth: Math.min(900, Screen.desktopAvailableWidth)
     minimumHeight: Math.min(600, Screen.desktopAvailableHeight)
     color: Theme.windowBackground
+    LayoutMirroring.enabled: Theme.mirrored
+    LayoutMirroring.childrenInherit: true
 
     menuBar: MainMenuBar {}
 

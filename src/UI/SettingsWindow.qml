@@ -14,6 +14,8 @@ T.ApplicationWindow {
     minimumWidth: Math.min(420, Screen.desktopAvailableWidth)
     minimumHeight: Math.min(360, Screen.desktopAvailableHeight)
     color: Theme.windowBackground
+    LayoutMirroring.enabled: Theme.mirrored
+    LayoutMirroring.childrenInherit: true
 
     AppSettingsView {
         anchors.fill: parent

@@ -47,7 +47,8 @@ Item {
         Row {
             id: buttons
 
-            x: Theme.mediumSpacing
+            anchors.left: parent.left
+            anchors.leftMargin: Theme.mediumSpacing
             y: Theme.smallSpacing
             height: Theme.smallControlHeight
             spacing: Theme.smallSpacing

@@ -42,7 +42,10 @@ Item {
         anchors.fill: parent
         visible: count > 0
         model: root.machines
-        leftMargin: Math.floor((width - root.columns.columns * cellWidth + root.columns.spacing) / 2)
+        readonly property real sideMargin: Math.floor((width - root.columns.columns * cellWidth + root.columns.spacing) / 2)
+
+        leftMargin: Theme.mirrored ? 0 : sideMargin
+        rightMargin: Theme.mirrored ? sideMargin : 0
         topMargin: root.padding
         bottomMargin: root.padding - root.columns.spacing
         cellWidth: root.columns.columnWidth + root.columns.spacing
@@ -83,6 +86,7 @@ Item {
             height: grid.cellHeight
 
             VMCardView {
+                anchors.left: parent.left
                 width: root.columns.columnWidth
                 height: grid.cardHeight
                 vm: cell.vm

@@ -169,13 +169,15 @@ FormPage {
             height: logs.height + logLabel.implicitHeight + 2 * Theme.mediumSpacing + Theme.tightSpacing
 
             Divider {
-                x: Theme.spacing
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.spacing
                 width: parent.width - Theme.spacing
             }
             Label {
                 id: logLabel
 
-                x: Theme.spacing
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.spacing
                 y: Theme.mediumSpacing
                 text: qsTr("Logs")
             }
@@ -184,7 +186,8 @@ FormPage {
 
                 anchors.top: logLabel.bottom
                 anchors.topMargin: Theme.tightSpacing
-                x: Theme.spacing
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.spacing
                 width: parent.width - 2 * Theme.spacing
                 wrapMode: TextEdit.WrapAnywhere
                 text: settings.recentLog

@@ -32,6 +32,7 @@ bool isHighContrast(const QPalette &palette)
 Appearance::Appearance()
 {
     qGuiApp->installEventFilter(this);
+    connect(qGuiApp, &QGuiApplication::layoutDirectionChanged, this, &Appearance::mirroredChanged);
     update();
 }
 
@@ -71,6 +72,11 @@ void Appearance::setAnimated(bool isAnimated)
 {
     if (std::exchange(m_isAnimated, isAnimated) != isAnimated)
         Q_EMIT animatedChanged();
+}
+
+bool Appearance::isMirrored() const
+{
+    return QGuiApplication::isRightToLeft();
 }
 
 bool Appearance::eventFilter(QObject *watched, QEvent *event)

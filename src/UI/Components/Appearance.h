@@ -25,6 +25,7 @@ class Appearance : public QObject
     Q_PROPERTY(bool dark READ isDark NOTIFY darkChanged)
     Q_PROPERTY(bool highContrast READ isHighContrast NOTIFY highContrastChanged)
     Q_PROPERTY(bool animated READ isAnimated NOTIFY animatedChanged)
+    Q_PROPERTY(bool mirrored READ isMirrored NOTIFY mirroredChanged)
     Q_PROPERTY(int baseFontPixelSize READ baseFontPixelSize NOTIFY baseFontPixelSizeChanged)
 
 public:
@@ -45,6 +46,8 @@ public:
     /// "contrast ratio").
     [[nodiscard]] bool isHighContrast() const { return m_isHighContrast; }
     [[nodiscard]] bool isAnimated() const { return m_isAnimated; }
+    /// Laid out from right to left.
+    [[nodiscard]] bool isMirrored() const;
     /// Height of the running text's em, in device-independent pixels; never below 13.
     [[nodiscard]] int baseFontPixelSize() const { return m_baseFontPixelSize; }
 
@@ -57,6 +60,7 @@ Q_SIGNALS:
     void darkChanged();
     void highContrastChanged();
     void animatedChanged();
+    void mirroredChanged();
     void baseFontPixelSizeChanged();
 
 protected:

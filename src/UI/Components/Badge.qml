@@ -23,6 +23,7 @@ Rectangle {
 
         anchors.centerIn: parent
         text: root.text
+        horizontalAlignment: Text.AlignLeft
         textFormat: Text.PlainText
         font.pixelSize: Theme.caption
         font.weight: Font.DemiBold

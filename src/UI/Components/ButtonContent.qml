@@ -21,6 +21,7 @@ Item {
         height: root.height
 
         Symbol {
+            anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
             name: root.symbol
             color: root.color
@@ -29,10 +30,12 @@ Item {
         Text {
             id: label
 
-            x: root.textStart
-            width: parent.width - x
+            anchors.left: parent.left
+            anchors.leftMargin: root.textStart
+            anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
             text: root.text
+            horizontalAlignment: Text.AlignLeft
             textFormat: Text.PlainText
             font: root.font
             color: root.color

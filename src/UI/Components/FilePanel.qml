@@ -51,9 +51,10 @@ Sheet {
         Label {
             id: heading
 
-            x: Theme.spacing
+            anchors.left: parent.left
+            anchors.leftMargin: Theme.spacing
             y: Theme.spacing
-            width: parent.width - 2 * x
+            width: parent.width - 2 * Theme.spacing
             text: root.title
             font.pixelSize: Theme.title3
             font.weight: Font.DemiBold
@@ -63,7 +64,8 @@ Sheet {
         PushButton {
             id: upButton
 
-            x: Theme.spacing
+            anchors.left: parent.left
+            anchors.leftMargin: Theme.spacing
             anchors.verticalCenter: pathField.verticalCenter
             enabled: browser.canGoUp
             symbol: "arrow.up"
@@ -123,8 +125,9 @@ Sheet {
             anchors.top: problem.visible ? problem.bottom : pathField.bottom
             anchors.topMargin: Theme.mediumSpacing
             anchors.bottom: buttons.top
-            x: Theme.spacing
-            width: parent.width - 2 * x
+            anchors.left: parent.left
+            anchors.leftMargin: Theme.spacing
+            width: parent.width - 2 * Theme.spacing
             topMargin: Theme.tightSpacing
             bottomMargin: Theme.tightSpacing
             clip: true
@@ -154,7 +157,8 @@ Sheet {
                 required property bool fileIsDir
                 required property int index
 
-                x: Theme.tightSpacing
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.tightSpacing
                 width: list.width - 8
                 height: Theme.controlHeight
                 text: fileName
@@ -166,16 +170,20 @@ Sheet {
 
                 contentItem: Item {
                     Symbol {
-                        x: Theme.smallSpacing
+                        anchors.left: parent.left
+                        anchors.leftMargin: Theme.smallSpacing
                         anchors.verticalCenter: parent.verticalCenter
                         name: row.fileIsDir ? "folder" : "opticaldisc"
                         color: row.fileIsDir ? Theme.linkText : Theme.secondaryText
                     }
                     Text {
-                        x: Theme.smallSymbol + 18
-                        width: parent.width - x - 8
+                        anchors.left: parent.left
+                        anchors.leftMargin: Theme.smallSymbol + 18
+                        anchors.right: parent.right
+                        anchors.rightMargin: 8
                         anchors.verticalCenter: parent.verticalCenter
                         text: row.fileName
+                        horizontalAlignment: Text.AlignLeft
                         textFormat: Text.PlainText
                         font.pixelSize: Theme.body
                         color: Theme.text
@@ -215,7 +223,8 @@ Sheet {
             Toggle {
                 id: allFiles
 
-                x: Theme.spacing
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.spacing
                 anchors.verticalCenter: parent.verticalCenter
                 visible: root.patterns.length > 0
                 text: qsTr("All files")

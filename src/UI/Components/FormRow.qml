@@ -15,14 +15,16 @@ Item {
 
     Divider {
         visible: root.y > 0
-        x: Theme.spacing
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.spacing
         width: parent.width - Theme.spacing
     }
 
     Label {
         id: labelItem
 
-        x: Theme.spacing
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.spacing
         width: Math.min(implicitWidth, root.width - slot.childrenRect.width - 3 * Theme.spacing)
         anchors.verticalCenter: parent.verticalCenter
         text: root.label

@@ -13,8 +13,9 @@ Column {
 
     Label {
         visible: root.title !== ""
-        x: Theme.tightSpacing
-        width: parent.width - 2 * x
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.tightSpacing
+        width: parent.width - 2 * Theme.tightSpacing
         text: root.title
         font.pixelSize: Theme.subheadline
         font.weight: Font.DemiBold

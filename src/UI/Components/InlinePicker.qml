@@ -54,21 +54,25 @@ FocusScope {
 
                 contentItem: Item {
                     Symbol {
-                        x: Theme.spacing
+                        anchors.left: parent.left
+                        anchors.leftMargin: Theme.spacing
                         anchors.verticalCenter: parent.verticalCenter
                         name: root.symbols[row.index] ?? ""
                         size: Theme.symbol
                         color: row.checked ? Theme.linkText : Theme.secondaryText
                     }
                     Column {
-                        x: Theme.symbol + 2 * Theme.spacing
-                        width: parent.width - x - 46
+                        anchors.left: parent.left
+                        anchors.leftMargin: Theme.symbol + 2 * Theme.spacing
+                        anchors.right: parent.right
+                        anchors.rightMargin: 46
                         anchors.verticalCenter: parent.verticalCenter
                         spacing: 2
 
                         Text {
                             width: parent.width
                             text: row.text
+                            horizontalAlignment: Text.AlignLeft
                             textFormat: Text.PlainText
                             font.pixelSize: Theme.body
                             font.weight: Font.DemiBold
@@ -80,6 +84,7 @@ FocusScope {
                             width: parent.width
                             visible: text !== ""
                             text: row.detail
+                            horizontalAlignment: Text.AlignLeft
                             textFormat: Text.PlainText
                             font.pixelSize: Theme.subheadline
                             color: Theme.secondaryText
@@ -88,7 +93,8 @@ FocusScope {
                         }
                     }
                     Rectangle {
-                        x: parent.width - width - Theme.spacing
+                        anchors.right: parent.right
+                        anchors.rightMargin: Theme.spacing
                         anchors.verticalCenter: parent.verticalCenter
                         width: 18
                         height: 18

@@ -4,6 +4,7 @@ import QtQuick
 Text {
     id: root
 
+    horizontalAlignment: Text.AlignLeft
     color: Theme.text
     font.pixelSize: Theme.body
     textFormat: Text.PlainText

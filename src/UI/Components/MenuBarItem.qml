@@ -13,6 +13,7 @@ T.MenuBarItem {
 
     contentItem: Text {
         text: MnemonicText.underlined(root.text)
+        horizontalAlignment: Text.AlignLeft
         textFormat: Text.StyledText
         font.pixelSize: Theme.subheadline
         color: Theme.text

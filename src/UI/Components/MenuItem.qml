@@ -26,9 +26,11 @@ T.MenuItem {
         Text {
             id: label
 
+            anchors.left: parent.left
             width: parent.width - (shortcut.text === "" ? 0 : Theme.spacing + shortcut.implicitWidth)
             anchors.verticalCenter: parent.verticalCenter
             text: content.text
+            horizontalAlignment: Text.AlignLeft
             textFormat: Text.StyledText
             font.pixelSize: Theme.body
             color: content.isEnabled ? Theme.text : Theme.disabledText
@@ -41,6 +43,7 @@ T.MenuItem {
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
             text: content.shortcutText
+            horizontalAlignment: Text.AlignLeft
             textFormat: Text.PlainText
             font.pixelSize: Theme.subheadline
             color: content.isEnabled ? Theme.secondaryText : Theme.disabledText

@@ -26,6 +26,7 @@ T.ComboBox {
 
     contentItem: Text {
         text: root.displayText
+        horizontalAlignment: Text.AlignLeft
         textFormat: Text.PlainText
         font: root.font
         color: root.enabled ? Theme.text : Theme.disabledText
@@ -35,7 +36,8 @@ T.ComboBox {
     }
 
     indicator: Symbol {
-        x: root.width - width - Theme.mediumSpacing
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.mediumSpacing
         anchors.verticalCenter: parent.verticalCenter
         name: "chevron.down"
         color: root.enabled ? Theme.secondaryText : Theme.disabledText
@@ -67,17 +69,21 @@ T.ComboBox {
 
         contentItem: Item {
             Symbol {
-                x: 10
+                anchors.left: parent.left
+                anchors.leftMargin: 10
                 anchors.verticalCenter: parent.verticalCenter
                 visible: root.currentIndex === row.index
                 name: "checkmark"
                 color: Theme.text
             }
             Text {
-                x: Theme.smallSymbol + 18
-                width: parent.width - x - 10
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.smallSymbol + 18
+                anchors.right: parent.right
+                anchors.rightMargin: 10
                 anchors.verticalCenter: parent.verticalCenter
                 text: row.text
+                horizontalAlignment: Text.AlignLeft
                 textFormat: Text.PlainText
                 font: root.font
                 color: Theme.text

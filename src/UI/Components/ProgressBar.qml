@@ -9,7 +9,8 @@ T.ProgressBar {
 
     contentItem: Item {
         Rectangle {
-            width: root.visualPosition * parent.width
+            anchors.left: parent.left
+            width: root.position * parent.width
             height: parent.height
             color: Theme.accent
             radius: root.background ? 0 : height / 2

@@ -13,6 +13,8 @@ FocusScope {
 
     signal activated(index: int)
 
+    readonly property real segmentWidth: (root.width - 4) / Math.max(1, root.segments.length)
+
     implicitHeight: Theme.controlHeight
     implicitWidth: 420
     Accessible.role: Accessible.Grouping
@@ -25,9 +27,9 @@ FocusScope {
     }
 
     Rectangle {
-        x: 2 + root.currentIndex * (root.width - 4) / Math.max(1, root.segments.length)
+        x: 2 + (Theme.mirrored ? root.segments.length - 1 - root.currentIndex : root.currentIndex) * root.segmentWidth
         y: 2
-        width: (root.width - 4) / Math.max(1, root.segments.length)
+        width: root.segmentWidth
         height: parent.height - 4
         radius: Theme.rowRadius - 2
         color: Theme.dark ? Theme.controlHovered : Theme.control
@@ -43,7 +45,8 @@ FocusScope {
     }
 
     Row {
-        x: 2
+        anchors.left: parent.left
+        anchors.leftMargin: 2
         y: 2
 
         Repeater {
@@ -57,7 +60,7 @@ FocusScope {
                 required property string modelData
                 required property int index
 
-                width: (root.width - 4) / Math.max(1, root.segments.length)
+                width: root.segmentWidth
                 height: root.height - 4
                 text: modelData
                 checked: root.currentIndex === index
@@ -66,8 +69,8 @@ FocusScope {
                 onClicked: root.activated(index)
                 Accessible.onPressAction: root.choose(index)
                 Accessible.onToggleAction: root.choose(index)
-                Keys.onLeftPressed: root.choose(index - 1)
-                Keys.onRightPressed: root.choose(index + 1)
+                Keys.onLeftPressed: root.choose(Theme.mirrored ? index + 1 : index - 1)
+                Keys.onRightPressed: root.choose(Theme.mirrored ? index - 1 : index + 1)
                 focus: checked
                 activeFocusOnTab: checked
 

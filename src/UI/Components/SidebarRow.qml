@@ -14,15 +14,18 @@ T.ItemDelegate {
 
     contentItem: Item {
         Symbol {
+            anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
             name: root.symbol
             color: root.highlighted ? Theme.linkText : Theme.secondaryText
         }
         Text {
-            x: Theme.smallSymbol + Theme.mediumSpacing
-            width: parent.width - x
+            anchors.left: parent.left
+            anchors.leftMargin: Theme.smallSymbol + Theme.mediumSpacing
+            anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
             text: root.text
+            horizontalAlignment: Text.AlignLeft
             textFormat: Text.PlainText
             font.pixelSize: Theme.body
             font.weight: root.highlighted ? Font.DemiBold : Font.Normal

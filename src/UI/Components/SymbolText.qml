@@ -7,8 +7,12 @@ Text {
     required property string symbol
     property int pixelSize: Theme.caption
 
+    readonly property int symbolPadding: Theme.smallSymbol + Theme.smallSpacing
+
     height: Math.max(Theme.smallSymbol, implicitHeight)
-    leftPadding: Theme.smallSymbol + Theme.smallSpacing
+    leftPadding: Theme.mirrored ? 0 : root.symbolPadding
+    rightPadding: Theme.mirrored ? root.symbolPadding : 0
+    horizontalAlignment: Text.AlignLeft
     verticalAlignment: Text.AlignVCenter
     textFormat: Text.PlainText
     font.pixelSize: pixelSize
@@ -18,6 +22,7 @@ Text {
     Accessible.name: text
 
     Symbol {
+        anchors.left: parent.left
         y: Math.round((parent.height - height) / 2)
         name: root.symbol
         color: root.color

@@ -19,11 +19,13 @@ T.TextField {
     selectByMouse: true
 
     Text {
-        x: root.leftPadding
+        anchors.left: parent.left
+        anchors.leftMargin: root.leftPadding
         width: root.width - root.leftPadding - root.rightPadding
         anchors.verticalCenter: parent.verticalCenter
         visible: root.length === 0 && root.preeditText === ""
         text: root.placeholderText
+        horizontalAlignment: Text.AlignLeft
         textFormat: Text.PlainText
         font: root.font
         color: root.placeholderTextColor

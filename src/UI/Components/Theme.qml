@@ -9,6 +9,9 @@ QtObject {
     readonly property bool dark: Appearance.dark
     readonly property bool highContrast: Appearance.highContrast
 
+    /// From right to left
+    readonly property bool mirrored: Appearance.mirrored
+
     // Type scale, pixels
     readonly property int body: Appearance.baseFontPixelSize
     readonly property int caption: Math.round(body * 0.86)

@@ -6,13 +6,15 @@ T.Switch {
 
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: Theme.controlHeight
-    leftPadding: indicator.width + 10
+    leftPadding: root.mirrored ? 0 : indicator.width + 10
+    rightPadding: root.mirrored ? indicator.width + 10 : 0
     font.pixelSize: Theme.body
     Accessible.onPressAction: root.flip()
     Accessible.onToggleAction: root.flip()
     Keys.onReturnPressed: event => event.accepted = false
 
     indicator: Rectangle {
+        x: root.mirrored ? root.width - width : 0
         anchors.verticalCenter: parent.verticalCenter
         width: 38
         height: 22
@@ -43,6 +45,7 @@ T.Switch {
 
     contentItem: Text {
         text: root.text
+        horizontalAlignment: Text.AlignLeft
         textFormat: Text.PlainText
         font: root.font
         color: root.enabled ? Theme.text : Theme.disabledText

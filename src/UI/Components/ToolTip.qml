@@ -16,6 +16,7 @@ T.ToolTip {
 
     contentItem: Text {
         text: root.text
+        horizontalAlignment: Text.AlignLeft
         textFormat: Text.PlainText
         font.pixelSize: Theme.caption
         wrapMode: Text.Wrap

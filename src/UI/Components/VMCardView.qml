@@ -67,10 +67,13 @@ Item {
     Text {
         id: name
 
-        x: Theme.spacing
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.spacing
         y: Theme.spacing
-        width: badge.x - x - Theme.smallSpacing
+        anchors.right: badge.left
+        anchors.rightMargin: Theme.smallSpacing
         text: presenter.shown.name
+        horizontalAlignment: Text.AlignLeft
         textFormat: Text.PlainText
         font.pixelSize: Theme.title3
         font.weight: Font.DemiBold
@@ -85,9 +88,11 @@ Item {
 
         anchors.top: name.bottom
         anchors.topMargin: 1
-        x: Theme.spacing
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.spacing
         width: name.width
         text: presenter.shown.guestName
+        horizontalAlignment: Text.AlignLeft
         textFormat: Text.PlainText
         font.pixelSize: Theme.subheadline
         color: Theme.secondaryText
@@ -109,7 +114,8 @@ Item {
 
         anchors.top: guest.bottom
         anchors.topMargin: Theme.mediumSpacing
-        x: Theme.spacing
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.spacing
         columns: 2
         columnSpacing: Theme.spacing
         rowSpacing: Theme.smallSpacing
@@ -141,7 +147,8 @@ Item {
     Column {
         anchors.top: facts.bottom
         anchors.topMargin: Theme.mediumSpacing
-        x: Theme.spacing
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.spacing
         width: root.width - 2 * Theme.spacing
         spacing: Theme.tightSpacing
 
@@ -149,6 +156,7 @@ Item {
             width: parent.width
             visible: text !== ""
             text: presenter.shown.hostUsageText
+            horizontalAlignment: Text.AlignLeft
             textFormat: Text.PlainText
             font.pixelSize: Theme.caption
             color: Theme.secondaryText
@@ -172,7 +180,8 @@ Item {
     Row {
         anchors.bottom: manage.top
         anchors.bottomMargin: Theme.smallSpacing
-        x: Theme.spacing
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.spacing
         spacing: Theme.smallSpacing
 
         TextButton {
@@ -214,7 +223,8 @@ Item {
 
         anchors.bottom: parent.bottom
         anchors.bottomMargin: Theme.spacing
-        x: Theme.spacing
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.spacing
         spacing: Theme.smallSpacing
 
         TextButton {
