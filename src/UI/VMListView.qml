@@ -63,7 +63,7 @@ Item {
 
         readonly property int cardHeight: 2 * Theme.spacing + Math.round(Theme.title3 * 1.35)
                                           + Math.round(Theme.body * 1.3)
-                                          + 2 * Math.max(20, Math.round(Theme.body * 1.4)) + Theme.smallSpacing
+                                          + 2 * Math.max(20, Math.round(Theme.body * 1.4)) + 6
                                           + 3 * Math.round(Theme.body * 1.45)
                                           + 3 * Theme.mediumSpacing
                                           + 2 * Theme.smallControlHeight + Theme.smallSpacing

@@ -14,8 +14,8 @@ T.ComboBox {
 
     implicitWidth: Math.max(Theme.scaled(150), implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: Theme.smallControlHeight
-    leftPadding: Theme.mediumSpacing
-    rightPadding: Theme.hugeSpacing
+    leftPadding: root.mirrored ? Theme.hugeSpacing : Theme.mediumSpacing
+    rightPadding: root.mirrored ? Theme.mediumSpacing : Theme.hugeSpacing
     font.pixelSize: Theme.body
     Accessible.name: root.label
     Accessible.description: root.displayText

@@ -118,7 +118,7 @@ Item {
         anchors.leftMargin: Theme.spacing
         columns: 2
         columnSpacing: Theme.spacing
-        rowSpacing: Theme.smallSpacing
+        rowSpacing: 6
 
         SymbolText {
             width: Math.max(implicitWidth, Theme.scaled(104)) // so that cards side by side are alike
