@@ -15,6 +15,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <ctime>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -66,13 +67,36 @@ void writeAll(int descriptor, const char *bytes, qint64 count, const QString &pa
     }
 }
 
+constexpr auto temporaryPrefix = ".kelvo-"_L1;
+constexpr qsizetype temporaryNameLength = temporaryPrefix.size() + 6; // mkostemp(3)
+constexpr time_t longestWriteSeconds = 60;
+
+/// Removes what killed writers have left in a folder; files that somebody may be writing now stay.
+void sweepTemporaryFiles(const QString &folder)
+{
+    const QByteArray name = QFile::encodeName(folder);
+    const std::unique_ptr<DIR, int (*)(DIR *)> entries(::opendir(name.constData()), &::closedir);
+    if (!entries)
+        return;
+    while (const dirent *entry = ::readdir(entries.get())) {
+        const QLatin1StringView file(static_cast<const char *>(entry->d_name));
+        if (file.size() != temporaryNameLength || !file.startsWith(temporaryPrefix))
+            continue;
+        struct stat status = {};
+        const int place = ::dirfd(entries.get());
+        if (::fstatat(place, file.data(), &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode) &&
+            status.st_mtime < ::time(nullptr) - longestWriteSeconds)
+            ::unlinkat(place, file.data(), 0);
+    }
+}
+
 /// A file with a name of its own beside `target`; it is removed unless it was moved into place.
 class TemporaryFile
 {
 public:
     explicit TemporaryFile(const QString &target)
         : m_target(target)
-        , m_name(QFile::encodeName(parentOf(target) + u"/.kelvo-XXXXXX"_s))
+        , m_name(QFile::encodeName(parentOf(target) + u'/' + temporaryPrefix + u"XXXXXX"_s))
         , m_descriptor(::mkostemp(m_name.data(), O_CLOEXEC))
     {
         if (!m_descriptor.isValid())
@@ -246,6 +270,7 @@ void FileManager::writeAtomically(const QString &path, const QByteArray &bytes)
     TemporaryFile temporary(path);
     writeAll(temporary.descriptor(), bytes.constData(), bytes.size(), path);
     temporary.replaceTarget();
+    sweepTemporaryFiles(parentOf(path));
 }
 
 bool FileManager::createFile(const QString &path)

@@ -41,7 +41,8 @@ public:
     /// otherwise. A FIFO or device in its place does not block.
     [[nodiscard]] virtual QByteArray readFile(const QString &path, qint64 maximumBytes) const;
     /// Durable and atomic: a temporary file in the same folder (0600), fsync, rename, fsync of the folder.
-    /// After a failure the old file is as it was and no temporary file is left.
+    /// After a failure the old file is as it was, or is the new one where only the last step failed, and no
+    /// temporary file is left. What earlier writers that were killed have left in the folder is removed.
     virtual void writeAtomically(const QString &path, const QByteArray &bytes);
 
     /// Makes an empty file (0600) if there is none; false when that failed.
