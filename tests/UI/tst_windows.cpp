@@ -81,6 +81,7 @@ private Q_SLOTS:
     void consoleOfAnUnknownMachineSaysSo();
     void settingsWindowOpensOnRequest();
     void cardsAreSelectedAndCommanded();
+    void cardsHoldTheirButtonsWithLargeText();
     void arrowsMoveTheSelection();
     void quittingAsksWhileAMachineRuns();
     void lastWindowAsksAsWell();
@@ -288,6 +289,25 @@ void WindowsTest::cardsAreSelectedAndCommanded()
     click(console, u"Stop"_s);
     click(console, u"Finish Install"_s);
     QTRY_COMPARE(second->installationState(), VMInstallationState::completed);
+}
+
+void WindowsTest::cardsHoldTheirButtonsWithLargeText()
+{
+    const QFont usual = QGuiApplication::font();
+    const auto restore = qScopeGuard([&] { QGuiApplication::setFont(usual); });
+    QFont large = usual;
+    large.setPixelSize(28);
+    QGuiApplication::setFont(large);
+    m_app->state().vmManager()->virtualMachines().first()->setInstallationState(
+        VMInstallationState::inProgress);
+    QTRY_COMPARE(Appearance::shared().baseFontPixelSize(), 28);
+    mainWindow()->grabWindow(); // the places of all
+    for (const QString &text : {u"Install"_s, u"Finish Install"_s}) {
+        const QQuickItem *button = findItem(mainWindow()->contentItem(), text);
+        QVERIFY2(button, qPrintable(text));
+        const QQuickItem *row = button->parentItem();
+        QVERIFY2(row->x() + row->width() <= row->parentItem()->width(), qPrintable(text));
+    }
 }
 
 void WindowsTest::arrowsMoveTheSelection()

@@ -12,9 +12,12 @@ T.Button {
 
     readonly property color foreground: !enabled ? Theme.disabledText : prominent ? Theme.accentText : Theme.text
 
-    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    /// Beside the content; less where the button is made narrow.
+    readonly property real usualPadding: small ? 10 : 14
+
+    implicitWidth: implicitContentWidth + 2 * usualPadding
     implicitHeight: small ? Theme.smallControlHeight : Theme.controlHeight
-    horizontalPadding: small ? 10 : 14
+    horizontalPadding: Math.max(0, Math.min(usualPadding, (width - implicitContentWidth) / 2))
     font.pixelSize: small ? Theme.subheadline : Theme.body
     font.weight: prominent ? Font.DemiBold : Font.Medium
     focusPolicy: Qt.StrongFocus

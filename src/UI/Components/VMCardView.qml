@@ -177,12 +177,12 @@ Item {
         }
     }
 
-    Row {
+    ButtonRow {
         anchors.bottom: manage.top
         anchors.bottomMargin: Theme.smallSpacing
         anchors.left: parent.left
         anchors.leftMargin: Theme.spacing
-        spacing: Theme.smallSpacing
+        availableWidth: root.width - 2 * Theme.spacing
 
         TextButton {
             small: true
@@ -218,14 +218,14 @@ Item {
         }
     }
 
-    Row {
+    ButtonRow {
         id: manage
 
         anchors.bottom: parent.bottom
         anchors.bottomMargin: Theme.spacing
         anchors.left: parent.left
         anchors.leftMargin: Theme.spacing
-        spacing: Theme.smallSpacing
+        availableWidth: root.width - 2 * Theme.spacing
 
         TextButton {
             small: true
