@@ -9,7 +9,9 @@ Rectangle {
     required property GuestScreenItem screen
     property bool isAvailable: true
 
-    readonly property bool isShown: !root.isAvailable || timer.running
+    readonly property bool isFullScreen: root.Window.visibility === Window.FullScreen
+    // A guest that is paused takes no keys; the way out of a full screen is said all the same.
+    readonly property bool isShown: !root.isAvailable || timer.running && (root.screen.inputEnabled || root.isFullScreen)
 
     anchors.horizontalCenter: parent.horizontalCenter
     anchors.bottom: parent.bottom
@@ -44,7 +46,7 @@ Rectangle {
                 return qsTr("Keyboard and pointer are not available.");
             if (root.screen.hasKeyboard)
                 return qsTr("Keys go to the guest. Press Ctrl+Alt to get out.");
-            if (root.Window.visibility === Window.FullScreen)
+            if (root.isFullScreen)
                 return qsTr("Press F11 or Escape to leave full screen. Click into the screen to type in the guest.");
             return qsTr("Click into the screen to type in the guest.");
         }

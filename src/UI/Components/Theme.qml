@@ -62,7 +62,7 @@ QtObject {
     readonly property color separator: highContrast ? fadedInk : dark ? "#16ffffff" : "#17000000"
     readonly property color cardBorder: highContrast ? ink : dark ? "#1cffffff" : "#1a000000"
     readonly property color popupBorder: highContrast ? ink : dark ? "#2affffff" : "#24000000"
-    readonly property color dim: dark ? "#99000000" : "#59000000"
+    readonly property color dim: dark ? "#73000000" : "#59000000"
     readonly property color shadow: highContrast ? "transparent" : dark ? "#40000000" : "#16000000"
     readonly property color screen: "#000000"
 
