@@ -26,7 +26,7 @@ def make_images(home):
 def make_machines(home):
     """Machines in every condition that lasts: ready, to be installed, being installed, and one that cannot start."""
     image = home / "Images" / IMAGE
-    _add(home, OFF, "Linux ARM64", cpuCount=8, memorySizeBytes=16 * GIB, diskSizeBytes=256 * GIB)
+    _add(home, OFF, "Linux ARM64", cpuCount=2, memorySizeBytes=16 * GIB, diskSizeBytes=256 * GIB)
     _add(home, LINUX, "Linux ARM64", cpuCount=2, memorySizeBytes=4 * GIB, diskSizeBytes=64 * GIB)
     _add(home, "FreeBSD 14", "Other ARM64 OS", "inProgress", installationMediaPath=str(image), installationMediaType="iso")
     _add(home, INSTALLED, "Windows 11 ARM64", cpuCount=4, memorySizeBytes=4 * GIB)

@@ -28,10 +28,18 @@ class Album:
         self._kelvo = kelvo
         self._folder = folder
 
+    def take_end(self, name, window):
+        """What one sees who has scrolled down as far as it goes."""
+        self._kelvo.activate(window)
+        self._kelvo.window(window).point_at()
+        self._kelvo.desktop.run(["xdotool", "click", "--repeat", "60", "--delay", "5", "5"])
+        self.take(name, window)
+
     def take(self, name, window=MACHINES, pointer_on=None, moves=False):
         """Once the window stands still, unless it moves. The pointer is out of the way if it is not on an element."""
         if pointer_on:
             pointer_on.point_at()
+            time.sleep(1)  # until a tool tip is there, if there is one
         else:
             self._kelvo.desktop.run(["xdotool", "mousemove", "1599", "1199"])
         if not moves:
@@ -85,7 +93,10 @@ def sections(kelvo, album):
     kelvo.card(library.OFF)
     album.take("list-off")
     album.take("list-hover", pointer_on=kelvo.card(library.OFF).find("Start", "push button"))
+    album.take("list-tool-tip", pointer_on=kelvo.card(library.OFF).find("Stop", "push button"))
     kelvo.activate(MACHINES)
+    kelvo.keys("Tab", "Tab", "Tab", "Right")
+    album.take("list-keyboard")
     for name, key in (("menu-file", "alt+f"), ("menu-machine-none", "alt+v")):
         kelvo.keys(key)
         album.take(name)
@@ -104,6 +115,7 @@ def sections(kelvo, album):
     kelvo.keys("ctrl+comma")
     kelvo.window("Settings")
     album.take("settings-window", "Settings")
+    album.take_end("settings-window-end", "Settings")
     kelvo.close("Settings")
     settings_of(kelvo, album, library.OFF, "settings-machine")
 
@@ -112,6 +124,7 @@ def settings_of(kelvo, album, machine, name):
     kelvo.card(machine).find("Settings", "push button").press()
     kelvo.window("Kelvo").find("VM Settings", "heading")
     album.take(name, "Kelvo")
+    album.take_end(f"{name}-end", "Kelvo")
     kelvo.window("Kelvo").find(MACHINES, "list item").press()
     kelvo.window(MACHINES).find(machine, "list item")
 
@@ -155,6 +168,9 @@ def guests(kelvo, album):
     album.take("console-running", library.INSTALLED)
     kelvo.keys("Control_L+Alt_L")
     album.take("console-keyboard-released", library.INSTALLED)
+    kelvo.keys("F11")
+    album.take("console-full-screen", library.INSTALLED)
+    kelvo.keys("F11")
 
     open_console(kelvo, library.LINUX).find("Start", "push button").press()
     wait_for_firmware(kelvo, library.LINUX)
