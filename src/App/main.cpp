@@ -15,6 +15,8 @@
 #include <QStandardPaths>
 #include <QtQml/qqmlextensionplugin.h>
 
+#include <sys/stat.h>
+
 #include <cstdio>
 
 Q_IMPORT_QML_PLUGIN(Kelvo_ComponentsPlugin)
@@ -71,6 +73,8 @@ int main(int argc, char *argv[])
         return EXIT_SUCCESS;
     }
 
+    // Also for what the emulators make: their sockets and logs are nobody else's business.
+    ::umask(S_IRWXG | S_IRWXO);
     const QString token = launchToken(); // the toolkit takes it out of the environment
     QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(u"kelvo"_s);

@@ -187,6 +187,25 @@ bool FileManager::directoryExists(const QString &path) const
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+FileManager::FileKind FileManager::kindOf(const QString &path) const
+{
+    struct stat status = {};
+    if (::lstat(QFile::encodeName(path).constData(), &status) != 0)
+        return FileKind::absent;
+    switch (status.st_mode & S_IFMT) {
+    case S_IFREG:
+        return FileKind::file;
+    case S_IFDIR:
+        return FileKind::folder;
+    case S_IFLNK:
+        return FileKind::link;
+    case S_IFSOCK:
+        return FileKind::socket;
+    default:
+        return FileKind::other;
+    }
+}
+
 bool FileManager::isExecutableFile(const QString &path) const
 {
     const QByteArray name = QFile::encodeName(path);

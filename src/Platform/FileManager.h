@@ -24,6 +24,17 @@ public:
 
     [[nodiscard]] virtual bool fileExists(const QString &path) const;
     [[nodiscard]] virtual bool directoryExists(const QString &path) const;
+    enum class FileKind
+    {
+        absent, ///< or out of reach
+        file,
+        folder,
+        link, ///< symbolic, wherever it leads
+        socket,
+        other ///< a pipe or a device
+    };
+    /// Of the name itself; links are not followed (lstat(2)).
+    [[nodiscard]] virtual FileKind kindOf(const QString &path) const;
     /// A regular file that the current user may execute (access(2)).
     [[nodiscard]] virtual bool isExecutableFile(const QString &path) const;
 

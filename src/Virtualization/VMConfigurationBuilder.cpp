@@ -6,6 +6,7 @@
 #include "Platform/Hypervisor/VZError.h"
 #include "Services/DiagnosticLogger.h"
 #include "Virtualization/Backend/KelvoError.h"
+#include "Virtualization/BundleFiles.h"
 
 using namespace Qt::StringLiterals;
 
@@ -51,6 +52,9 @@ VZVirtualMachineConfiguration VMConfigurationBuilder::build(const VMConfiguratio
                                                             const std::optional<QUrl> &attachISO) const
 {
     VMConfigurationValidator::validate(configuration);
+    BundleFiles::requireOrdinary(
+        {configuration.diskURL(), configuration.machineIdentifierURL(), configuration.efiVariableStoreURL()},
+        m_diskManager.fileService().fileManager());
 
     VZVirtualMachineConfiguration machine;
     machine.cpuCount = configuration.cpuCount;

@@ -7,6 +7,8 @@
 #include "support/TemporaryHost.h"
 #include "support/TestMain.h"
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 
 class VMConfigurationBuilderTest : public QObject
@@ -211,6 +213,9 @@ void VMConfigurationBuilderTest::machinesThatCannotRunAreRefused_data()
     QTest::newRow("empty disk") << u"empty"_s << u"is empty."_s;
     QTest::newRow("half a sector") << u"sector"_s << u"is not a multiple of 512 bytes."_s;
     QTest::newRow("disk as its own medium") << u"twice"_s << u"is attached twice."_s;
+    QTest::newRow("disk that is a link") << u"disk link"_s << u"“disk.img” is a link."_s;
+    QTest::newRow("variable store that is a link") << u"store link"_s << u" is a link."_s;
+    QTest::newRow("identifier that is a pipe") << u"pipe"_s << u" is not an ordinary file."_s;
     QTest::newRow("short variable store") << u"store"_s << u"is damaged: it has 5 bytes"_s;
 }
 
@@ -233,6 +238,13 @@ void VMConfigurationBuilderTest::machinesThatCannotRunAreRefused()
     else if (fault == "twice"_L1)
         QVERIFY(QFile::remove(bundle.path(u"image.iso"_s)) &&
                 QFile::link(bundle.path(u"Guest.vm/disk.img"_s), bundle.path(u"image.iso"_s)));
+    else if (fault == "disk link"_L1)
+        QVERIFY(QFile::remove(bundle.path(u"Guest.vm/disk.img"_s)) &&
+                QFile::link(bundle.path(u"image.iso"_s), bundle.path(u"Guest.vm/disk.img"_s)));
+    else if (fault == "store link"_L1)
+        QVERIFY(QFile::link(bundle.path(u"image.iso"_s), FileUrl::path(configuration.efiVariableStoreURL())));
+    else if (fault == "pipe"_L1)
+        QCOMPARE(::mkfifo(qPrintable(FileUrl::path(configuration.machineIdentifierURL())), 0600), 0);
     else
         bundle.write(u"Guest.vm/"_s + configuration.efiVariableStoreFileName, "short");
     const QString error = errorTextOf([&] { (void)bundle.build(VMBuildMode::installation); });

@@ -26,6 +26,7 @@ def life_of_a_machine(stage):
         port = display_port(emulators[0])
         check(is_listening(port), f"nothing listens on the display's port {port}")
         check(stage.sockets() == ["qmp.sock", "swtpm.sock"], f"the guest's sockets are {stage.sockets()}")
+        stage.check_private()
         check(guest_status(bundle / "qmp.sock") == "running", "the guest does not run")
 
         console.find("Pause").press()

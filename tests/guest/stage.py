@@ -43,6 +43,13 @@ class Stage:
         """Names of the socket files in all machines."""
         return sorted(path.name for path in self.home.rglob("*") if path.is_socket())
 
+    def check_private(self):
+        """Other users can neither read nor reach anything of the machines', also what the emulators have made."""
+        files = list(self.home.rglob("*.vm/**/*"))
+        # swtpm gives its socket a mode of its own; its folder is closed.
+        open_to_others = [str(path) for path in files if path.stat().st_mode & 0o077 and path.name != "swtpm.sock"]
+        check(files and not open_to_others, f"open to others: {open_to_others}")
+
     def check_nothing_left(self, port):
         """Of a stopped guest whose display was on that port."""
         check(not self.guests(EMULATOR) and not self.guests(TPM), f"left behind: {self.desktop.processes()}")

@@ -157,9 +157,8 @@ Sheet {
                 required property bool fileIsDir
                 required property int index
 
-                anchors.left: parent.left
-                anchors.leftMargin: Theme.tightSpacing
-                width: list.width - 8
+                x: Theme.tightSpacing
+                width: list.width - 2 * x
                 height: Theme.controlHeight
                 text: fileName
                 highlighted: ListView.isCurrentItem

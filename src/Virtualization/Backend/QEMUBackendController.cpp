@@ -3,6 +3,7 @@
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
 #include "Virtualization/Backend/KelvoError.h"
+#include "Virtualization/BundleFiles.h"
 #include "Virtualization/QEMU/QEMUCommandBuilder.h"
 #include "Virtualization/QEMU/UnixSocketConnection.h"
 
@@ -72,6 +73,8 @@ void QEMUBackendController::configure(const VMConfiguration &configuration, VMBu
     requireUsablePort(configuration.vncPort);
     requireShortPath(paths.qmpSocket);
     requireShortPath(paths.tpmSocket);
+    BundleFiles::requireOrdinary({configuration.diskURL(), paths.uefiVars, paths.serialLog}, *m_fileManager);
+    BundleFiles::requireOrdinaryFolder(paths.tpmDirectory, *m_fileManager);
 
     prepareUEFIVariables(dependencies.uefiVarsTemplate, paths.uefiVars);
     m_fileManager->createDirectory(FileUrl::path(configuration.storageDirectory));

@@ -23,6 +23,8 @@ private Q_SLOTS:
     void preparesTheBundle();
     void refusesWhatCannotRun_data();
     void refusesWhatCannotRun();
+    void touchesNoFileThatALinkLeadsTo_data();
+    void touchesNoFileThatALinkLeadsTo();
     void takesPathsUpToTheSocketLimit();
     void startsPausesResumesAndStops();
     void refusesOperationsThatDoNotFit();
@@ -168,6 +170,32 @@ void TestQEMUBackendController::refusesWhatCannotRun()
     QCOMPARE(start(*controller),
              u"Virtual machine configuration is invalid. QEMU backend is not configured."_s);
     QCOMPARE(controller->state(), VMState::poweredOff);
+}
+
+void TestQEMUBackendController::touchesNoFileThatALinkLeadsTo_data()
+{
+    QTest::addColumn<QString>("planted");
+    for (const auto &name :
+         {u"disk.img"_s, u"uefi_vars.fd"_s, u"serial.log"_s, u"tpm"_s, u"tpm/tpm2-00.permall"_s})
+        QTest::newRow(qPrintable(name)) << name;
+}
+
+/// The bundle came with a link to something else of the user's.
+void TestQEMUBackendController::touchesNoFileThatALinkLeadsTo()
+{
+    QFETCH(const QString, planted);
+    QEMUStage stage;
+    const QString link = FileUrl::path(stage.configuration.storageDirectory) + u'/' + planted;
+    QVERIFY(QDir().mkpath(QFileInfo(link).path()));
+    QFile::remove(link);
+    QVERIFY(QDir().mkpath(stage.path(u"precious"_s)));
+    QVERIFY(QFile::link(stage.path(u"precious"_s), link));
+    const auto controller = stage.makeController(shortTimeouts);
+    QCOMPARE(
+        configureText(*controller, stage),
+        u"Virtual machine configuration is invalid. “%1” is a link. A virtual machine uses only files in its own folder."_s
+            .arg(QFileInfo(planted).fileName()));
+    QVERIFY(QDir(stage.path(u"precious"_s)).isEmpty());
 }
 
 void TestQEMUBackendController::takesPathsUpToTheSocketLimit()
