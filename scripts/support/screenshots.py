@@ -217,8 +217,9 @@ def open_console(kelvo, name):
 def halted_emulator(kelvo):
     """Holds a guest where it is, however short that state is otherwise."""
     def find():
-        return next((child for child in children_of(kelvo.process_id)
-                     if command_of(child)[:1] and Path(command_of(child)[0]).name == "qemu-system-aarch64"), None)
+        commands = {child: command_of(child) for child in children_of(kelvo.process_id)}
+        return next((child for child, command in commands.items()
+                     if command and Path(command[0]).name == "qemu-system-aarch64"), None)
 
     deadline = time.monotonic() + 30
     while not (emulator := find()):
