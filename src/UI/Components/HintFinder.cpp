@@ -3,7 +3,7 @@
 #include <QHoverEvent>
 
 #include <algorithm>
-#include <ranges>
+#include <utility>
 
 namespace {
 
@@ -26,7 +26,8 @@ QQuickItem *find(const QQuickItem &parent, QPointF position)
 {
     QList<QQuickItem *> items = parent.childItems();
     std::ranges::stable_sort(items, {}, &QQuickItem::z);
-    for (QQuickItem *item : items | std::views::reverse) {
+    std::ranges::reverse(items); // the topmost first
+    for (QQuickItem *item : std::as_const(items)) {
         if (!item->isVisible() || (item->clip() && !isUnder(*item, position)))
             continue;
         if (QQuickItem *inner = find(*item, position))
