@@ -14,7 +14,7 @@ SidebarSplitView {
 
     Rectangle {
         T.SplitView.fillWidth: true
-        T.SplitView.minimumWidth: 320
+        T.SplitView.minimumWidth: Math.max(320, Math.min(720, root.width - Theme.scaled(180) - 1))
         color: Theme.windowBackground
 
         Item {
