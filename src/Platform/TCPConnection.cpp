@@ -9,9 +9,11 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <memory>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -91,12 +93,24 @@ std::size_t TCPConnection::receive(std::span<std::byte> target)
         const ssize_t count = ::recv(m_socket.get(), target.data(), target.size(), 0);
         if (count >= 0)
             return static_cast<std::size_t>(count);
-        if (errno == EAGAIN)
+        if (errno == EAGAIN) {
+            wakeFor(target.size());
             (void)waitFor(POLLIN);
-        else if (errno != EINTR)
+        } else if (errno != EINTR) {
             throw PlatformError(errno, u"receive from"_s, endpoint());
+        }
     }
     return 0;
+}
+
+/// Lets the host wake the thread when all of `bytes`, or a large piece of them, are there: to be woken for
+/// each segment costs more than to take it.
+void TCPConnection::wakeFor(std::size_t bytes)
+{
+    constexpr std::size_t largePiece = std::size_t{1024} * 1024;
+    const int wakeBytes = static_cast<int>(std::min(bytes, largePiece));
+    if (std::exchange(m_wakeBytes, wakeBytes) != wakeBytes)
+        ::setsockopt(m_socket.get(), SOL_SOCKET, SO_RCVLOWAT, &wakeBytes, sizeof wakeBytes);
 }
 
 void TCPConnection::send(std::span<const std::byte> bytes)

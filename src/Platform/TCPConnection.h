@@ -25,7 +25,8 @@ public:
     /// Connects to the first of the host's addresses that answers; false when cancelled. Looking up a name
     /// cannot be cancelled and lasts as long as the host's resolver likes.
     [[nodiscard]] bool open();
-    /// Waits for bytes and returns how many came; 0 when the peer closed its side or after cancel().
+    /// Waits for as many bytes as `target` takes, or a large piece of them, and returns how many came, which
+    /// may be fewer; 0 when the peer closed its side or after cancel().
     [[nodiscard]] std::size_t receive(std::span<std::byte> target);
     /// Sends all of `bytes`. Says nothing of a failure, which the next receive() meets as well.
     void send(std::span<const std::byte> bytes);
@@ -41,6 +42,7 @@ public:
 
 private:
     [[nodiscard]] int connectTo(const addrinfo &address);
+    void wakeFor(std::size_t bytes);
     /// Waits for `events` (poll(2)) or the end of the connection; false when cancelled.
     [[nodiscard]] bool waitFor(short events);
     [[nodiscard]] bool hasPosted();
@@ -52,6 +54,7 @@ private:
     UniqueDescriptor m_wakeEvent;
     std::atomic<bool> m_isCancelled = false;
     UniqueDescriptor m_socket;
+    int m_wakeBytes = 1; ///< SO_RCVLOWAT (socket(7))
     std::mutex m_postedMutex;
     std::vector<std::byte> m_posted;
 };
