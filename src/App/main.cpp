@@ -103,8 +103,7 @@ int main(int argc, char *argv[])
 
     Appearance::shared().setOverride(commandLine.colorScheme);
     AppearancePortal portal(Appearance::shared());
-    if (commandLine.colorScheme == ColorScheme::system)
-        portal.start();
+    portal.start();
 
     auto manager = std::make_unique<VMManager>(VMManager::defaultCollaborators());
     KelvoApp kelvo(std::make_unique<AppState>(std::move(manager)),

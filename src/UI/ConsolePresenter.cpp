@@ -89,6 +89,7 @@ ConsolePresenter::Status ConsolePresenter::status() const
     shown.offersStart = m_vm->canStart() && !m_vm->needsInstallation();
     shown.offersFinishInstall =
         m_vm->installationState() == VMInstallationState::inProgress && state == VMState::poweredOff;
+    shown.offersDiagnostics = m_vm->lastError().has_value();
     return shown;
 }
 

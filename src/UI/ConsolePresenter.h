@@ -29,6 +29,7 @@ class ConsolePresenter : public QObject
     Q_PROPERTY(bool offersInstall READ offersInstall NOTIFY statusChanged)
     Q_PROPERTY(bool offersStart READ offersStart NOTIFY statusChanged)
     Q_PROPERTY(bool offersFinishInstall READ offersFinishInstall NOTIFY statusChanged)
+    Q_PROPERTY(bool offersDiagnostics READ offersDiagnostics NOTIFY statusChanged)
 
 public:
     enum Display
@@ -55,6 +56,8 @@ public:
     [[nodiscard]] bool offersInstall() const { return m_status.offersInstall; }
     [[nodiscard]] bool offersStart() const { return m_status.offersStart; }
     [[nodiscard]] bool offersFinishInstall() const { return m_status.offersFinishInstall; }
+    /// Something failed, of which the log may say more.
+    [[nodiscard]] bool offersDiagnostics() const { return m_status.offersDiagnostics; }
 
     /// Looks anew, also for what notifies nobody: the controller's display and the QEMU tools.
     Q_INVOKABLE void refresh();
@@ -83,6 +86,7 @@ private:
         bool offersInstall = false;
         bool offersStart = false;
         bool offersFinishInstall = false;
+        bool offersDiagnostics = false;
 
         bool operator==(const Status &) const = default;
     };

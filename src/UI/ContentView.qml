@@ -29,7 +29,7 @@ SidebarSplitView {
                 anchors.right: newButton.left
                 anchors.rightMargin: Theme.spacing
                 anchors.verticalCenter: parent.verticalCenter
-                text: AppState.sectionTitle
+                text: AppState.detailContent === DetailContent.MachineSettings ? qsTr("VM Settings") : AppState.sectionTitle
                 font.pixelSize: Theme.title3
                 font.weight: Font.DemiBold
                 Accessible.role: Accessible.Heading
@@ -103,7 +103,7 @@ SidebarSplitView {
             detail.setSource("DownloadsPlaceholderView.qml");
             break;
         case DetailContent.MachineSettings:
-            detail.setSource("VMSettingsView.qml", {vm: AppState.selectedVM});
+            detail.setSource("VMSettingsView.qml", {vm: AppState.selectedVM, showsTitle: false});
             break;
         case DetailContent.ApplicationSettings:
             detail.setSource("AppSettingsView.qml", {showsTitle: false});

@@ -216,6 +216,11 @@ Item {
             text: qsTr("Finish Install")
             onClicked: AppState.finishInstallation(root.vm)
         }
+        PushButton {
+            visible: consolePresenter.offersDiagnostics
+            text: qsTr("Show Diagnostics")
+            onClicked: AppState.showingAppSettings = true
+        }
     }
 
     function takeKeyboard(): void {

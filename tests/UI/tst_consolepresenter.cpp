@@ -72,8 +72,10 @@ void ConsolePresenterTest::errorComesBeforeMissingTools()
     QCOMPARE(presenter.statusMessage(), stage.host.dependencyService().status().installHint);
     vm->setState(VMState::starting);
     QCOMPARE(presenter.statusMessage(), stage.host.dependencyService().status().installHint);
+    QVERIFY(!presenter.offersDiagnostics());
     vm->setLastError(u"it broke"_s);
     QCOMPARE(presenter.statusMessage(), u"it broke"_s);
+    QVERIFY(presenter.offersDiagnostics());
     QCOMPARE(spy.count(), 3);
 }
 

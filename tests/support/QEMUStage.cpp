@@ -34,6 +34,7 @@ QEMUStage::QEMUStage(const QString &folder, const QString &emulatorScript, const
     configuration.storageDirectory = FileUrl::directory(path(u"Windows 11.vm"_s));
     configuration.vncPort = freePort();
     m_fileManager->createDirectory(path(u"Windows 11.vm"_s));
+    m_fileManager->writeAtomically(path(u"Windows 11.vm/disk.img"_s), "disk");
 }
 
 QEMUDependencyService QEMUStage::dependencyService() const

@@ -227,6 +227,10 @@
         <source>New Virtual Machine</source>
         <translation>Neue virtuelle Maschine</translation>
     </message>
+    <message>
+        <source>VM Settings</source>
+        <translation>Einstellungen der virtuellen Maschine</translation>
+    </message>
 </context>
 <context>
     <name>CreateVMHardwareStep</name>
@@ -794,6 +798,10 @@
     <message>
         <source>Finish Install</source>
         <translation>Installation abschließen</translation>
+    </message>
+    <message>
+        <source>Show Diagnostics</source>
+        <translation>Diagnose anzeigen</translation>
     </message>
 </context>
 <context>

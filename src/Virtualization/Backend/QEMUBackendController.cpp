@@ -32,6 +32,15 @@ void requireShortPath(const QUrl &socket)
     }
 }
 
+/// The emulator would say so too, but only in the log.
+void requireDisk(const QUrl &disk, const FileManager &fileManager)
+{
+    if (!fileManager.fileExists(FileUrl::path(disk))) {
+        throw KelvoError::configurationInvalid(
+            u"Its disk image “%1” is missing."_s.arg(FileUrl::lastComponent(disk)));
+    }
+}
+
 } // namespace
 
 QEMUBackendController::QEMUBackendController()
@@ -75,6 +84,7 @@ void QEMUBackendController::configure(const VMConfiguration &configuration, VMBu
     requireShortPath(paths.tpmSocket);
     BundleFiles::requireOrdinary({configuration.diskURL(), paths.uefiVars, paths.serialLog}, *m_fileManager);
     BundleFiles::requireOrdinaryFolder(paths.tpmDirectory, *m_fileManager);
+    requireDisk(configuration.diskURL(), *m_fileManager);
 
     prepareUEFIVariables(dependencies.uefiVarsTemplate, paths.uefiVars);
     m_fileManager->createDirectory(FileUrl::path(configuration.storageDirectory));

@@ -142,28 +142,30 @@ void TestQEMUBackendController::preparesTheBundle()
 void TestQEMUBackendController::refusesWhatCannotRun_data()
 {
     QTest::addColumn<qint64>("port");
-    QTest::addColumn<bool>("hasTPM");
+    QTest::addColumn<QString>("lost");
     QTest::addColumn<QString>("failure");
     const QString invalid = u"Virtual machine configuration is invalid. "_s;
     QTest::newRow("no swtpm")
-        << qint64(5901) << false
+        << qint64(5901) << u"bin/swtpm"_s
         << u"QEMU dependencies are missing: swtpm. Install them with Homebrew: brew install qemu swtpm"_s;
-    QTest::newRow("port too low") << qint64(5899) << true
+    QTest::newRow("no disk") << qint64(5901) << u"Windows 11.vm/disk.img"_s
+                             << invalid + u"Its disk image “disk.img” is missing."_s;
+    QTest::newRow("port too low") << qint64(5899) << QString()
                                   << invalid + u"The VNC port 5899 is not between 5900 and 65535."_s;
-    QTest::newRow("port too high") << qint64(65536) << true
+    QTest::newRow("port too high") << qint64(65536) << QString()
                                    << invalid + u"The VNC port 65536 is not between 5900 and 65535."_s;
-    QTest::newRow("port negative") << qint64(-1) << true
+    QTest::newRow("port negative") << qint64(-1) << QString()
                                    << invalid + u"The VNC port -1 is not between 5900 and 65535."_s;
 }
 
 void TestQEMUBackendController::refusesWhatCannotRun()
 {
     QFETCH(const qint64, port);
-    QFETCH(const bool, hasTPM);
+    QFETCH(const QString, lost);
     QEMUStage stage;
     stage.configuration.vncPort = port;
-    if (!hasTPM)
-        QVERIFY(QFile::remove(stage.tpm()));
+    if (!lost.isEmpty())
+        QVERIFY(QFile::remove(stage.path(lost)));
     const auto controller = stage.makeController(shortTimeouts);
     QTEST(configureText(*controller, stage), "failure");
     QVERIFY(!controller->vncPort());
@@ -207,6 +209,7 @@ void TestQEMUBackendController::takesPathsUpToTheSocketLimit()
         const QString folder = start + QString(bytes - fixed, u'x');
         QVERIFY(QDir().mkpath(folder));
         stage.configuration.storageDirectory = FileUrl::directory(folder);
+        QVERIFY(QFile::copy(stage.path(u"Windows 11.vm/disk.img"_s), folder + u"/disk.img"_s));
     };
     const auto controller = stage.makeController(shortTimeouts);
     useFolderSuchThatTheSocketHas(UnixSocketConnection::maximumPathBytes + 1);
