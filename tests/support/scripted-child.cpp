@@ -177,6 +177,25 @@ void serveQmp(const std::string &)
     }
 }
 
+/// Answers so many commands on the inherited descriptor, as an emulator whose guest does what it is told.
+void serveControl(const std::string &count)
+{
+    constexpr int inherited = 3;
+    connection = inherited;
+    sendIfConnected("{\"QMP\": {}}\r\n");
+    bool isRunning = false;
+    for (int left = std::stoi(count); left > 0; --left) {
+        const std::string line = readLine();
+        isRunning = line.find("\"cont\"") != std::string::npos ||
+                    (isRunning && line.find("\"stop\"") == std::string::npos);
+        const std::size_t id = line.find("\"id\":") + 5;
+        sendIfConnected("{\"return\": {\"status\": \"" + std::string(isRunning ? "running" : "paused") +
+                        "\"}, \"id\": " + std::to_string(std::atoi(line.c_str() + id)) + "}\r\n");
+        if (line.find("\"quit\"") != std::string::npos)
+            ::_exit(0);
+    }
+}
+
 void serveTpm(const std::string &)
 {
     while (true) {
@@ -278,6 +297,7 @@ const std::map<std::string, std::function<void(const std::string &)>> commands =
      [](const std::string &text) {
          writeAll(connection, text);
      }},
+    {"serve-control", serveControl},
     {"serve-qmp", serveQmp},
     {"serve-tpm", serveTpm},
     {"shut",

@@ -19,12 +19,9 @@
 #include <cerrno>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace {
 
-constexpr std::chrono::milliseconds bootTimeout = 30s;
-constexpr std::chrono::milliseconds quitTimeout = 2s;
 constexpr int controlDescriptor = 3; // the first that a child inherits
 
 struct SocketPair
@@ -56,15 +53,31 @@ UniqueDescriptor lockStore(const VZEFIVariableStore &store)
     throw VZError(VZError::Case::virtualMachineAlreadyRunning, u"This virtual machine is already running."_s);
 }
 
+EmulatorInstallation requireInstallation()
+{
+    std::optional<EmulatorInstallation> installation = EmulatorInstallation::find();
+    if (!installation)
+        throw VZError(VZError::Case::internalError, u"No emulator with firmware for ARM64 is installed."_s);
+    return *std::move(installation);
+}
+
 } // namespace
 
 EmulatorSession::EmulatorSession(const VZVirtualMachineConfiguration &configuration)
-    : EmulatorSession(configuration, makeDescriptors(configuration))
+    : EmulatorSession(configuration, requireInstallation(), EmulatorTimeouts())
 {}
 
-EmulatorSession::EmulatorSession(const VZVirtualMachineConfiguration &configuration, Descriptors descriptors)
-    : m_process(launchOptions(configuration, descriptors))
-    , m_channel(std::move(descriptors.ours))
+EmulatorSession::EmulatorSession(const VZVirtualMachineConfiguration &configuration,
+                                 const EmulatorInstallation &installation, const EmulatorTimeouts &timeouts)
+    : EmulatorSession(configuration, installation, timeouts, makeDescriptors(configuration))
+{}
+
+EmulatorSession::EmulatorSession(const VZVirtualMachineConfiguration &configuration,
+                                 const EmulatorInstallation &installation, const EmulatorTimeouts &timeouts,
+                                 Descriptors descriptors)
+    : m_timeouts(timeouts)
+    , m_process(launchOptions(configuration, installation, descriptors))
+    , m_channel(std::move(descriptors.ours), timeouts.answer)
 {
     connect(&m_process, &ChildProcess::standardErrorLine, this, [this](const QString &line) {
         m_lastLine = line;
@@ -85,15 +98,13 @@ EmulatorSession::makeDescriptors(const VZVirtualMachineConfiguration &configurat
 }
 
 ChildProcess::LaunchOptions EmulatorSession::launchOptions(const VZVirtualMachineConfiguration &configuration,
+                                                           const EmulatorInstallation &installation,
                                                            const Descriptors &descriptors)
 {
-    const std::optional<EmulatorInstallation> installation = EmulatorInstallation::find();
-    if (!installation)
-        throw VZError(VZError::Case::internalError, u"No emulator with firmware for ARM64 is installed."_s);
     ChildProcess::LaunchOptions options;
-    options.program = installation->emulator;
+    options.program = installation.emulator;
     options.arguments = EmulatorCommandLine::arguments(
-        configuration, *installation, EmulatorInstallation::accelerator(), controlDescriptor);
+        configuration, installation, EmulatorInstallation::accelerator(), controlDescriptor);
     options.inheritedDescriptors = {descriptors.theirs.get(), descriptors.storeLock.get()};
     return options;
 }
@@ -101,9 +112,9 @@ ChildProcess::LaunchOptions EmulatorSession::launchOptions(const VZVirtualMachin
 QCoro::Task<> EmulatorSession::boot()
 {
     const QPointer<EmulatorSession> self(this);
-    QTimer::singleShot(bootTimeout, &m_process, [this] {
+    QTimer::singleShot(m_timeouts.boot, this, [this] {
         if (m_isBooting)
-            m_process.kill();
+            kill();
     });
     bool runs = false;
     try {
@@ -166,13 +177,19 @@ QCoro::Task<> EmulatorSession::quit()
     const QPointer<EmulatorSession> self(this);
     m_isStopExpected = true;
     m_channel.execute(u"quit"_s);
-    const QCoro::Task<bool> politeEnd = m_process.waitForExit(quitTimeout);
+    const QCoro::Task<bool> politeEnd = m_process.waitForExit(m_timeouts.quit);
     const bool ended = co_await politeEnd;
     if (ended || !self)
         co_return;
-    m_process.kill();
-    const QCoro::Task<bool> abruptEnd = m_process.waitForExit();
+    kill();
+    const QCoro::Task<bool> abruptEnd = m_process.waitForExit(m_timeouts.kill);
     co_await abruptEnd;
+}
+
+void EmulatorSession::kill()
+{
+    m_isKilled = m_process.isRunning();
+    m_process.kill();
 }
 
 UniqueDescriptor EmulatorSession::openDisplay()
@@ -230,7 +247,7 @@ QString EmulatorSession::endDescription() const
         return u"The emulator was ended from outside."_s;
     if (!m_lastLine.isEmpty())
         return m_lastLine;
-    if (!exit)
+    if (!exit || m_isKilled)
         return u"The emulator does not answer."_s;
     return (exit->kind == ChildExit::Kind::signalled ? u"The emulator was killed by signal %1."_s
                                                      : u"The emulator ended with exit status %1."_s)

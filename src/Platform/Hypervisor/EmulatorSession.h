@@ -6,6 +6,19 @@
 
 #include <QCoroTask>
 
+#include <chrono>
+
+struct EmulatorInstallation;
+
+struct EmulatorTimeouts
+{
+    std::chrono::milliseconds boot = std::chrono::seconds(30);
+    std::chrono::milliseconds quit = std::chrono::seconds(2);
+    /// After SIGKILL: the process may wait for a disk that does not answer.
+    std::chrono::milliseconds kill = std::chrono::seconds(10);
+    std::chrono::milliseconds answer = QMPChannel::defaultPatience;
+};
+
 /// One run of the emulator for one machine, from its launch to its end. Destroying it leaves the process
 /// alone. Main thread only.
 class EmulatorSession : public QObject
@@ -13,9 +26,11 @@ class EmulatorSession : public QObject
     Q_OBJECT
 
 public:
-    /// Launches the emulator; the guest stands still. Throws VZError, virtualMachineAlreadyRunning when a
-    /// process has the machine's variable store, and PlatformError.
+    /// Launches the installed emulator; the guest stands still. Throws VZError, virtualMachineAlreadyRunning
+    /// when a process has the machine's variable store, and PlatformError.
     explicit EmulatorSession(const VZVirtualMachineConfiguration &configuration);
+    EmulatorSession(const VZVirtualMachineConfiguration &configuration,
+                    const EmulatorInstallation &installation, const EmulatorTimeouts &timeouts);
 
     /// Sets the guest going and is done when it runs. When that fails the process has ended, and the error is
     /// its last line of standard error.
@@ -27,7 +42,7 @@ public:
     /// Ends the process: politely, then by force. Done when it is gone.
     [[nodiscard]] QCoro::Task<> quit();
     /// SIGKILL.
-    void kill() { m_process.kill(); }
+    void kill();
     /// See VZVirtualMachine::openDisplay().
     [[nodiscard]] UniqueDescriptor openDisplay();
 
@@ -52,16 +67,20 @@ private:
         UniqueDescriptor theirs;
     };
 
-    EmulatorSession(const VZVirtualMachineConfiguration &configuration, Descriptors descriptors);
+    EmulatorSession(const VZVirtualMachineConfiguration &configuration,
+                    const EmulatorInstallation &installation, const EmulatorTimeouts &timeouts,
+                    Descriptors descriptors);
 
     [[nodiscard]] static Descriptors makeDescriptors(const VZVirtualMachineConfiguration &configuration);
     [[nodiscard]] static ChildProcess::LaunchOptions
-    launchOptions(const VZVirtualMachineConfiguration &configuration, const Descriptors &descriptors);
+    launchOptions(const VZVirtualMachineConfiguration &configuration,
+                  const EmulatorInstallation &installation, const Descriptors &descriptors);
     [[nodiscard]] QCoro::Task<> negotiateAndRun();
     [[nodiscard]] QCoro::Task<> failOnGuestError();
     void noteEvent(const QString &name, const QJsonObject &data);
     void reportEnd();
 
+    EmulatorTimeouts m_timeouts;
     ChildProcess m_process;
     QMPChannel m_channel;
     QString m_lastLine;
@@ -70,5 +89,6 @@ private:
     bool m_isBooting = true;
     bool m_isStopExpected = true;
     bool m_hasEnded = false;
+    bool m_isKilled = false; ///< by us
     int m_displays = 0;
 };

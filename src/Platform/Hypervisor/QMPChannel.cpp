@@ -2,6 +2,8 @@
 
 #include "Platform/Hypervisor/VZError.h"
 
+#include <QTimer>
+
 #include <fcntl.h>
 #include <sys/socket.h>
 
@@ -21,9 +23,10 @@ void fail(QPromise<QJsonValue> &promise, const QString &description)
 
 } // namespace
 
-QMPChannel::QMPChannel(UniqueDescriptor socket, QObject *parent)
+QMPChannel::QMPChannel(UniqueDescriptor socket, std::chrono::milliseconds patience, QObject *parent)
     : QObject(parent)
     , m_socket(std::move(socket))
+    , m_patience(patience)
     , m_notifier(std::make_unique<QSocketNotifier>(m_socket.get(), QSocketNotifier::Read))
 {
     ::fcntl(m_socket.get(), F_SETFL, O_NONBLOCK);
@@ -41,10 +44,15 @@ QFuture<QJsonValue> QMPChannel::execute(const QString &command, const QJsonObjec
     promise->start();
     const QFuture<QJsonValue> answer = promise->future();
     const qint64 id = ++m_lastId;
-    if (isOpen() && send(QMPMessages::command(command, arguments, id), descriptor))
-        m_unanswered.insert(id, promise);
-    else
+    if (!isOpen() || !send(QMPMessages::command(command, arguments, id), descriptor)) {
         fail(*promise, u"The emulator cannot be reached."_s);
+        return answer;
+    }
+    m_unanswered.insert(id, promise);
+    QTimer::singleShot(m_patience, this, [this, id] {
+        if (const Promise late = m_unanswered.take(id))
+            fail(*late, u"The emulator does not answer."_s);
+    });
     return answer;
 }
 

@@ -9,6 +9,7 @@
 #include <QPromise>
 #include <QSocketNotifier>
 
+#include <chrono>
 #include <memory>
 
 /// One lasting conversation in the QEMU Machine Protocol over a connected stream socket, which answers match
@@ -18,13 +19,17 @@ class QMPChannel : public QObject
     Q_OBJECT
 
 public:
-    explicit QMPChannel(UniqueDescriptor socket, QObject *parent = nullptr);
+    static constexpr std::chrono::milliseconds defaultPatience = std::chrono::seconds(30);
+
+    /// `patience`: how long an answer may take.
+    explicit QMPChannel(UniqueDescriptor socket, std::chrono::milliseconds patience = defaultPatience,
+                        QObject *parent = nullptr);
     /// What is still unanswered fails.
     ~QMPChannel() override;
 
     /// What the emulator returns. The future fails with VZError (internalError): with the emulator's
-    /// description when it refuses, else because the conversation has ended. `descriptor` goes along
-    /// (SCM_RIGHTS, unix(7)); the caller keeps its own.
+    /// description when it refuses, else because the answer did not come in time or the conversation has
+    /// ended. `descriptor` goes along (SCM_RIGHTS, unix(7)); the caller keeps its own.
     QFuture<QJsonValue> execute(const QString &command, const QJsonObject &arguments = {},
                                 int descriptor = -1);
     [[nodiscard]] bool isOpen() const { return m_socket.isValid(); }
@@ -44,6 +49,7 @@ private:
     void failUnanswered();
 
     UniqueDescriptor m_socket;
+    std::chrono::milliseconds m_patience;
     std::unique_ptr<QSocketNotifier> m_notifier;
     QMPMessages::Reader m_reader;
     QHash<qint64, Promise> m_unanswered;

@@ -24,9 +24,18 @@ QCoro::Task<> end(std::shared_ptr<ChildProcess> process, QString name, std::chro
     if (ended)
         co_return;
     DiagnosticLogger::shared().log(name + u" did not end when asked to and is killed."_s, LogLevel::warning);
-    process->kill();
-    const QCoro::Task<bool> abruptEnd = process->waitForExit();
+    const QCoro::Task<> abruptEnd = kill(process, name);
     co_await abruptEnd;
+}
+
+QCoro::Task<> kill(std::shared_ptr<ChildProcess> process, QString name)
+{
+    process->kill();
+    const QCoro::Task<bool> end = process->waitForExit(killPatience);
+    const bool ended = co_await end;
+    if (!ended)
+        DiagnosticLogger::shared().log(name + u" was killed, but the host does not let it end."_s,
+                                       LogLevel::error);
 }
 
 } // namespace ChildSupervision

@@ -12,12 +12,15 @@ namespace ChildSupervision {
 
 /// How long a process may take to end after SIGTERM.
 inline constexpr std::chrono::milliseconds defaultGrace = std::chrono::seconds(10);
+inline constexpr std::chrono::milliseconds killPatience = std::chrono::seconds(10);
 
 /// Puts what the child writes to standard error into the diagnostic log, as warnings under `name`.
 void logStandardError(ChildProcess &process, const QString &name);
-/// SIGTERM, and SIGKILL with a warning in the diagnostic log when that did nothing for `grace`. Done when the
-/// process has ended.
+/// SIGTERM, and kill() with a warning in the diagnostic log when that did nothing for `grace`.
 [[nodiscard]] QCoro::Task<> end(std::shared_ptr<ChildProcess> process, QString name,
                                 std::chrono::milliseconds grace);
+/// SIGKILL. Done when the process has ended or, with an error in the diagnostic log, after `killPatience`: a
+/// process that waits for a broken disk ends only when that answers.
+[[nodiscard]] QCoro::Task<> kill(std::shared_ptr<ChildProcess> process, QString name);
 
 } // namespace ChildSupervision

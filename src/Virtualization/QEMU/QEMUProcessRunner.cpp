@@ -56,9 +56,8 @@ QCoro::Task<> QEMUProcessRunner::forceStop()
     const std::shared_ptr<ChildProcess> process = m_process;
     if (!process)
         co_return;
-    process->kill();
-    const QCoro::Task<bool> exit = process->waitForExit();
-    co_await exit;
+    const QCoro::Task<> end = ChildSupervision::kill(process, u"QEMU"_s);
+    co_await end;
     forget(process);
 }
 

@@ -35,6 +35,9 @@ private Q_SLOTS:
     void neverSharesAPort();
     void noticesThatQEMUEnded_data();
     void noticesThatQEMUEnded();
+    void losesItsEmulatorAtAnyStep_data();
+    void losesItsEmulatorAtAnyStep();
+    void runsOnWithoutItsTPM();
     void stopsWhateverQEMUDoes_data();
     void stopsWhateverQEMUDoes();
     void reportsWhatQEMURefuses();
@@ -441,6 +444,70 @@ void TestQEMUBackendController::noticesThatQEMUEnded()
         configure(*controller, stage);
         QCOMPARE(start(*controller), QString());
         QCOMPARE(stop(*controller), QString());
+    }
+    QTRY_COMPARE(ProcessCensus::take(), before);
+}
+
+void TestQEMUBackendController::losesItsEmulatorAtAnyStep_data()
+{
+    QTest::addColumn<int>("commands");
+    QTest::addColumn<QString>("pauseFailure");
+    QTest::addColumn<QString>("resumeFailure");
+    const QString lost = u"Failed to read from QMP socket."_s;
+    QTest::newRow("pausing") << 0 << lost << u"Cannot resume while virtual machine is powered off."_s;
+    QTest::newRow("resuming") << 1 << QString() << lost;
+    QTest::newRow("stopping") << 2 << QString() << QString();
+}
+
+/// QEMU obeys some commands and dies of the next.
+void TestQEMUBackendController::losesItsEmulatorAtAnyStep()
+{
+    QFETCH(const int, commands);
+    const ProcessCensus before = ProcessCensus::take();
+    {
+        const QString meet = uR"(accept; send {"QMP": {}}; read-line; send {"return": {}}; read-line; )"_s;
+        const QString obey = meet + uR"(send {"return": {}}; )"_s;
+        const QEMUStage stage(u"open-port; open-socket; "_s + obey.repeated(commands) + meet + u"crash"_s);
+        const auto controller = stage.makeController(shortTimeouts);
+        configure(*controller, stage);
+        QCOMPARE(start(*controller), QString());
+        const EventLoopBeat beat;
+        QTEST(pause(*controller), "pauseFailure");
+        if (commands == 0)
+            QTRY_COMPARE(controller->state(), VMState::poweredOff);
+        QTEST(resume(*controller), "resumeFailure");
+        if (commands == 2)
+            QCOMPARE(stop(*controller), QString());
+        QTRY_COMPARE(controller->state(), VMState::poweredOff);
+        QVERIFY2(beat.longestPause() < EventLoopBeat::unnoticed,
+                 qPrintable(QString::number(beat.longestPause().count())));
+        QCOMPARE(stage.sockets(), QStringList());
+        QCOMPARE(ProcessCensus::take().children, before.children);
+    }
+    QTRY_COMPARE(ProcessCensus::take(), before);
+}
+
+void TestQEMUBackendController::runsOnWithoutItsTPM()
+{
+    const ProcessCensus before = ProcessCensus::take();
+    {
+        const QEMUStage stage(QEMUStage::goodEmulator, u"note-pid; "_s + QEMUStage::goodTPM);
+        const auto controller = stage.makeController(shortTimeouts);
+        for (const int signal : {SIGKILL, SIGTERM}) {
+            configure(*controller, stage);
+            QCOMPARE(start(*controller), QString());
+            QCOMPARE(
+                ::kill(
+                    ScriptedChild::received(stage.tpm()).filter(QRegularExpression(u"^\\d"_s)).last().toInt(),
+                    signal),
+                0);
+            QTRY_COMPARE(ProcessCensus::take().children, before.children + 1);
+            QCOMPARE(pause(*controller), QString());
+            QCOMPARE(resume(*controller), QString());
+            QCOMPARE(controller->state(), VMState::running);
+            QCOMPARE(stop(*controller), QString());
+            QCOMPARE(stage.sockets(), QStringList());
+        }
     }
     QTRY_COMPARE(ProcessCensus::take(), before);
 }
