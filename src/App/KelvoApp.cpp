@@ -60,13 +60,26 @@ void KelvoApp::open(const QList<QUrl> &documents, const std::optional<QString> &
 
 void KelvoApp::showConsole(const QUuid &id)
 {
-    QPointer<QQuickWindow> &window = m_consoleWindows[id];
+    QPointer<QQuickWindow> window = m_consoleWindows.value(id);
     if (!window) {
         VirtualMachine *vm = m_state->vmManager()->virtualMachine(id);
         window = makeWindow(u"ConsoleWindow"_s, u"Console-"_s + id.toString(QUuid::WithoutBraces),
                             {{u"vm"_s, QVariant::fromValue(vm)}});
+        m_consoleWindows.insert(id, window);
+        if (window)
+            connect(window, &QWindow::visibleChanged, this, [this, id, window](bool isVisible) {
+                if (!isVisible)
+                    forgetConsole(id, window);
+            });
     }
     raise(window);
+}
+
+/// A closed console goes, with its picture and the connection that brought it.
+void KelvoApp::forgetConsole(const QUuid &id, QQuickWindow *window)
+{
+    m_consoleWindows.remove(id);
+    window->deleteLater();
 }
 
 void KelvoApp::showSettings(const std::optional<QString> &activationToken)

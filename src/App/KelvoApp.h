@@ -29,7 +29,7 @@ public:
     [[nodiscard]] AppState &state() { return *m_state; }
     [[nodiscard]] QQuickWindow *mainWindow() const { return m_mainWindow; }
     [[nodiscard]] QQuickWindow *settingsWindow() const { return m_settingsWindow; }
-    /// Null until it is asked for.
+    /// Null unless it is open.
     [[nodiscard]] QQuickWindow *consoleWindow(const QUuid &id) const { return m_consoleWindows.value(id); }
 
     /// Raises the main window and opens what is handed in, as DocumentOpener does. `activationToken` comes
@@ -55,6 +55,7 @@ private:
     [[nodiscard]] bool mayQuit() const;
     [[nodiscard]] bool isLastOpen(const QWindow *window) const;
     void quitWithoutAsking();
+    void forgetConsole(const QUuid &id, QQuickWindow *window);
     void handleConsoleRequest();
     void handleSettingsRequest();
     void updateConsoleMachines();
