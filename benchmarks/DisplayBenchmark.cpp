@@ -1,10 +1,9 @@
 #include "DisplayBenchmark.h"
 
-#include "Platform/Hypervisor/VZVirtualMachine.h"
 #include "Platform/LocalizedError.h"
 #include "ProcessUsage.h"
 #include "RemoteFramebuffer/ClientMessages.h"
-#include "StandInDisplay.h"
+#include "StandInMachine.h"
 #include "UI/Components/VZVirtualMachineView.h"
 
 #include <QCommandLineParser>
@@ -27,22 +26,6 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto warmUp = 1s;
-
-/// A running machine without an emulator.
-class StandInMachine final : public VZVirtualMachine
-{
-public:
-    explicit StandInMachine(StandInDisplay &display)
-        : VZVirtualMachine(VZVirtualMachineConfiguration())
-        , m_display(display)
-    {}
-
-    [[nodiscard]] State state() const override { return State::running; }
-    [[nodiscard]] UniqueDescriptor openDisplay() override { return m_display.takeClientEnd(); }
-
-private:
-    StandInDisplay &m_display;
-};
 
 struct Measurement
 {

@@ -11,10 +11,13 @@
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <span>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -69,20 +72,27 @@ std::vector<std::byte> update(std::uint16_t width, std::uint16_t height)
     return message;
 }
 
-void serve(int client, std::span<const std::byte> init, std::span<const std::byte> frame)
+/// No two frames come closer together than `interval`.
+void serve(int client, std::span<const std::byte> init, std::span<const std::byte> frame,
+           std::chrono::microseconds interval)
 {
     const int on = 1;
     ::setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     std::array<std::byte, 12> version{};
     std::array<std::byte, 1> choice{};
-    std::array<std::byte, 8> encodings{};
+    std::array<std::byte, 4> encodings{};
     if (!sendAll(client, bytesOf("RFB 003.008\n")) || !receiveAll(client, version) ||
         !sendAll(client, bytesOf("\x01\x01")) || !receiveAll(client, choice) ||
         !sendAll(client, bytesOf({"\0\0\0\0", 4})) || !receiveAll(client, choice) || !sendAll(client, init) ||
         !receiveAll(client, encodings))
         return;
+    std::vector<std::byte> list(std::size_t{rfb::readUint16(std::span(encodings).subspan<2, 2>())} * 4);
     std::array<std::byte, 10> request{};
-    while (receiveAll(client, request) && sendAll(client, frame)) {
+    auto tick = std::chrono::steady_clock::now();
+    for (bool isThere = receiveAll(client, list); isThere && receiveAll(client, request);) {
+        std::this_thread::sleep_until(tick);
+        isThere = sendAll(client, frame);
+        tick = std::max(tick + interval, std::chrono::steady_clock::now());
     }
 }
 
@@ -94,8 +104,10 @@ QJsonObject runFrameServer(const QStringList &arguments)
     const QCommandLineOption portOption(u"port"_s, u"Port to listen on."_s, u"P"_s, u"5999"_s);
     const QCommandLineOption widthOption(u"width"_s, u"Width in pixels."_s, u"W"_s, u"1920"_s);
     const QCommandLineOption heightOption(u"height"_s, u"Height in pixels."_s, u"H"_s, u"1080"_s);
+    const QCommandLineOption rateOption(u"rate"_s, u"Frames a second at most; 0 has no limit."_s, u"N"_s,
+                                        u"0"_s);
     parser.addHelpOption();
-    parser.addOptions({portOption, widthOption, heightOption});
+    parser.addOptions({portOption, widthOption, heightOption, rateOption});
     parser.process(arguments);
     const std::uint16_t width = parser.value(widthOption).toUShort();
     const std::uint16_t height = parser.value(heightOption).toUShort();
@@ -113,9 +125,13 @@ QJsonObject runFrameServer(const QStringList &arguments)
 
     const auto init = serverInit(width, height);
     const auto frame = update(width, height);
+    const int rate = parser.value(rateOption).toInt();
+    const std::chrono::microseconds interval(rate > 0 ? 1'000'000 / rate : 0);
     for (;;) {
-        const UniqueDescriptor client(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+        UniqueDescriptor client(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
         if (client.isValid())
-            serve(client.get(), init, frame);
+            std::thread([&, client = std::move(client)] {
+                serve(client.get(), init, frame, interval);
+            }).detach();
     }
 }

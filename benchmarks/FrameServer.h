@@ -2,6 +2,6 @@
 
 #include <QJsonObject>
 
-/// `vnc-server --port P --width W --height H`: serves one VNC client after the other on 127.0.0.1 and answers
-/// every update request at once with the same full frame. Never returns.
+/// `vnc-server --port P --width W --height H [--rate N]`: serves VNC clients on 127.0.0.1 and answers every
+/// update request with the same full frame, at once or at most so many times a second. Never returns.
 [[nodiscard]] QJsonObject runFrameServer(const QStringList &arguments);

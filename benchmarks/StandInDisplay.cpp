@@ -33,6 +33,15 @@ std::vector<std::byte> greeting(const QSize &size)
     return message;
 }
 
+/// An update of one pseudo rectangle: keys are taken by their scan codes (-258).
+constexpr std::array<std::byte, 16> keysOffer = [] {
+    std::array<std::byte, 16> message{};
+    message[3] = std::byte{1};
+    message[12] = message[13] = std::byte{0xff};
+    message[14] = message[15] = std::byte{0xfe};
+    return message;
+}();
+
 /// The length of a client's message by its first bytes; 0 when these do not say it yet.
 std::size_t messageSize(std::span<const std::byte> bytes)
 {
@@ -90,7 +99,7 @@ std::vector<std::byte> StandInDisplay::update(int number) const
 {
     std::vector<std::byte> message(updateBytes(m_size, number == 0 ? Change::Full : m_change));
     const std::span<std::byte> bytes(message);
-    const int height = number == 0 || m_change == Change::Full ? m_size.height() : lineHeight;
+    const int height = number == 0 || m_change != Change::Line ? m_size.height() : lineHeight;
     rfb::writeUint16(bytes.subspan<2, 2>(), 1);
     rfb::writeUint16(bytes.subspan<6, 2>(),
                      static_cast<std::uint16_t>(number % 2 * (m_size.height() - height)));
@@ -115,15 +124,19 @@ void StandInDisplay::serve()
         return;
     auto tick = std::chrono::steady_clock::now();
     for (std::size_t number = 0;; ++number) {
-        while (!m_isRequested || (number > 0 && m_change == Change::None)) {
+        while (!m_isRequested || (number > 0 && m_change == Change::None) ||
+               (number > 0 && m_change == Change::Answer && !m_hasKey)) {
             tick += m_interval;
             if (!takeMessages(tick))
                 return;
         }
         m_isRequested = false;
+        m_hasKey = false;
         if (!send(number == 0 ? updates[0] : updates.at(1 + number % 2)))
             return;
         ++m_updates;
+        if (number == 0 && m_change == Change::Answer && !send(keysOffer))
+            return;
         tick = std::max(tick + m_interval, std::chrono::steady_clock::now());
         if (!takeMessages(tick))
             return;
@@ -150,6 +163,8 @@ bool StandInDisplay::takeMessages(std::chrono::steady_clock::time_point deadline
             if (size == 0 || size > m_received.size())
                 break;
             m_isRequested |= m_received[0] == std::byte{3};
+            // QEMU's extended key event, down.
+            m_hasKey |= m_received[0] == std::byte{255} && m_received[3] != std::byte{0};
             m_received.erase(m_received.begin(), m_received.begin() + static_cast<std::ptrdiff_t>(size));
         }
     }

@@ -20,7 +20,8 @@ public:
     {
         None,
         Line, ///< 1920x16 pixels
-        Full
+        Full,
+        Answer ///< full, once for each key that goes down
     };
 
     StandInDisplay(const QSize &size, Change change, std::chrono::microseconds interval);
@@ -46,6 +47,7 @@ private:
     UniqueDescriptor m_socket;
     UniqueDescriptor m_clientEnd;
     bool m_isRequested = false;
+    bool m_hasKey = false;
     std::vector<std::byte> m_received;
     std::atomic<qint64> m_updates = 0;
     std::thread m_thread;

@@ -1,3 +1,4 @@
+#include "ConsoleBenchmark.h"
 #include "DisplayBenchmark.h"
 #include "FrameServer.h"
 #include "GuestStartBenchmark.h"
@@ -30,6 +31,7 @@ struct Command
 };
 
 constexpr std::array commands{
+    Command{"console", "a guest's screen in the console window", runConsoleBenchmark},
     Command{"display", "a hypervisor guest's screen in a window", runDisplayBenchmark},
     Command{"guest-start", "from a hypervisor guest's start to the running state", runGuestStartBenchmark},
     Command{"library", "finding and loading many machines", runLibraryBenchmark},
@@ -54,7 +56,7 @@ int main(int argc, char *argv[])
 {
     // Only what has a window needs a display.
     const QByteArrayView wanted = argc > 1 ? argv[1] : "";
-    const bool hasWindow = wanted == "display" || wanted == "ui-window";
+    const bool hasWindow = wanted == "console" || wanted == "display" || wanted == "ui-window";
     const std::unique_ptr<QCoreApplication> application =
         hasWindow ? std::make_unique<QGuiApplication>(argc, argv)
                   : std::make_unique<QCoreApplication>(argc, argv);
