@@ -8,6 +8,7 @@
 #include "UIBenchmark.h"
 #include "VNCBenchmark.h"
 
+#include "App/PromptDrawing.h"
 #include "Platform/LocalizedError.h"
 
 #include <QGuiApplication>
@@ -57,6 +58,7 @@ int main(int argc, char *argv[])
     // Only what has a window needs a display.
     const QByteArrayView wanted = argc > 1 ? argv[1] : "";
     const bool hasWindow = wanted == "console" || wanted == "display" || wanted == "ui-window";
+    drawPromptly();
     const std::unique_ptr<QCoreApplication> application =
         hasWindow ? std::make_unique<QGuiApplication>(argc, argv)
                   : std::make_unique<QCoreApplication>(argc, argv);

@@ -1,5 +1,6 @@
 #include "App/CommandLine.h"
 #include "App/KelvoApp.h"
+#include "App/PromptDrawing.h"
 #include "App/Translations.h"
 #include "Platform/Desktop/ApplicationService.h"
 #include "Platform/Desktop/SleepInhibitor.h"
@@ -76,6 +77,7 @@ int main(int argc, char *argv[])
     // Also for what the emulators make: their sockets and logs are nobody else's business.
     ::umask(S_IRWXG | S_IRWXO);
     const QString token = launchToken(); // the toolkit takes it out of the environment
+    drawPromptly();
     QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(u"kelvo"_s);
     QGuiApplication::setApplicationDisplayName(u"Kelvo"_s);
