@@ -69,6 +69,11 @@ function(kelvo_test name)
         RUN_SERIAL ${arg_ALONE}
         LABELS "${arg_LABELS}"
         ENVIRONMENT "HOME=${home};QT_QPA_PLATFORM=offscreen;QT_QUICK_BACKEND=software;LC_ALL=C.UTF-8;TZ=UTC")
+    if(KELVO_SANITIZE MATCHES "thread")
+        # What the toolkit, which is not instrumented, does among its own threads tells nothing.
+        set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
+            "TSAN_OPTIONS=ignore_noninstrumented_modules=1:suppressions=${PROJECT_SOURCE_DIR}/tests/support/thread-sanitizer.txt")
+    endif()
 endfunction()
 
 # kelvo_qml_module(<target>): what every QML module of the tree needs after qt_add_qml_module().
