@@ -11,6 +11,7 @@
 namespace {
 
 constexpr std::size_t readBytes = 65536;
+constexpr std::chrono::milliseconds reapInterval(50);
 
 /// A pipe's largest capacity for an unprivileged process (pipe(7)): no child leaves more behind when it ends.
 constexpr qint64 maximumPipeBytes = 1 << 20;
@@ -89,9 +90,12 @@ void ChildProcessWatch::reap()
 {
     siginfo_t info = {};
     const int result = ::waitid(P_PIDFD, static_cast<id_t>(m_process.get()), &info, WEXITED | WNOHANG);
-    if (result == 0 && info.si_pid == 0)
-        return;
     m_processNotifier.setEnabled(false);
+    if (result == 0 && info.si_pid == 0) {
+        // It has ended, but a tracer has still to let go of it; the notifier would not rest meanwhile.
+        QTimer::singleShot(reapInterval, &m_processNotifier, [this] { m_processNotifier.setEnabled(true); });
+        return;
+    }
 
     // A grandchild may hold the pipe and go on writing; the bound keeps it from holding us here.
     qint64 total = 0;

@@ -7,6 +7,7 @@
 #include "support/ScriptedChild.h"
 #include "support/TestMain.h"
 
+#include <QAbstractEventDispatcher>
 #include <QCoroTask>
 #include <QTemporaryDir>
 
@@ -33,6 +34,7 @@ private Q_SLOTS:
     void keepsReadingWhileAChildFloods();
     void leavesNoZombieOfAChildThatNobodyHolds();
     void survivesItsOwnEndDuringAWait();
+    void restsWhileATracerHoldsAnEndedChild();
     void leavesNothingBehindAfterManyChildren();
 };
 
@@ -226,6 +228,22 @@ void TestChildProcess::survivesItsOwnEndDuringAWait()
     child.reset();
     QCOMPARE(::kill(identifier, SIGKILL), 0);
     QTRY_VERIFY(ended);
+}
+
+void TestChildProcess::restsWhileATracerHoldsAnEndedChild()
+{
+    ChildProcess child(scripted(u"hide-end 1000; hang"_s));
+    QSignalSpy lines(&child, &ChildProcess::standardErrorLine);
+    QTRY_COMPARE(lines.size(), 1);
+    if (lines.first().first().toString() != u"traced"_s)
+        QSKIP("no process may be traced here");
+    child.kill();
+    int turns = 0;
+    connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::awake, &child, [&] { ++turns; });
+    QVERIFY(!QCoro::waitFor(child.waitForExit(300ms)));
+    QVERIFY2(turns < 100, qPrintable(QString::number(turns)));
+    QVERIFY(QCoro::waitFor(child.waitForExit(10s)));
+    QCOMPARE(*child.exit(), (ChildExit{ChildExit::Kind::signalled, SIGKILL}));
 }
 
 void TestChildProcess::leavesNothingBehindAfterManyChildren()
