@@ -10,12 +10,18 @@
 /// in which the thread could have run, but the host gave its processors to others, does not count.
 class EventLoopBeat
 {
+#ifdef __SANITIZE_THREAD__
+    static constexpr int slowdown = 10;
+#else
+    static constexpr int slowdown = 1;
+#endif
+
 public:
     /// One picture of a 60 Hz screen.
-    static constexpr std::chrono::milliseconds unnoticed{16};
+    static constexpr std::chrono::milliseconds unnoticed{16 * slowdown};
     /// Also when children are launched meanwhile: posix_spawn(3) waits until the child has been given a
     /// processor, which a busy host may put off.
-    static constexpr std::chrono::milliseconds unnoticedWithLaunch{60};
+    static constexpr std::chrono::milliseconds unnoticedWithLaunch{60 * slowdown};
 
     EventLoopBeat()
     {
