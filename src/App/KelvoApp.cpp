@@ -11,6 +11,7 @@
 #include <QQuickWindow>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -36,8 +37,7 @@ KelvoApp::KelvoApp(std::unique_ptr<AppState> state, const QString &windowFile, Q
 KelvoApp::~KelvoApp()
 {
     // Views hold machines and the state, so they go first.
-    for (const QPointer<QQuickWindow> &window : std::as_const(m_consoleWindows))
-        delete window;
+    qDeleteAll(std::exchange(m_consoleWindows, {}));
     delete m_settingsWindow;
     delete m_mainWindow;
 }
@@ -60,26 +60,27 @@ void KelvoApp::open(const QList<QUrl> &documents, const std::optional<QString> &
 
 void KelvoApp::showConsole(const QUuid &id)
 {
-    QPointer<QQuickWindow> window = m_consoleWindows.value(id);
+    QQuickWindow *window = m_consoleWindows.value(id);
     if (!window) {
         VirtualMachine *vm = m_state->vmManager()->virtualMachine(id);
         window = makeWindow(u"ConsoleWindow"_s, u"Console-"_s + id.toString(QUuid::WithoutBraces),
                             {{u"vm"_s, QVariant::fromValue(vm)}});
+        if (!window)
+            return;
         m_consoleWindows.insert(id, window);
-        if (window)
-            connect(window, &QWindow::visibleChanged, this, [this, id, window](bool isVisible) {
-                if (!isVisible)
-                    forgetConsole(id, window);
-            });
+        connect(window, &QWindow::visibleChanged, this, [this, id](bool isVisible) {
+            if (!isVisible)
+                forgetConsole(id);
+        });
     }
     raise(window);
 }
 
 /// A closed console goes, with its picture and the connection that brought it.
-void KelvoApp::forgetConsole(const QUuid &id, QQuickWindow *window)
+void KelvoApp::forgetConsole(const QUuid &id)
 {
-    m_consoleWindows.remove(id);
-    window->deleteLater();
+    if (QQuickWindow *window = m_consoleWindows.take(id))
+        window->deleteLater();
 }
 
 void KelvoApp::showSettings(const std::optional<QString> &activationToken)
@@ -175,9 +176,8 @@ void KelvoApp::handleSettingsRequest()
 void KelvoApp::updateConsoleMachines()
 {
     for (auto console = m_consoleWindows.cbegin(); console != m_consoleWindows.cend(); ++console)
-        if (console.value())
-            console.value()->setProperty(
-                "vm", QVariant::fromValue(m_state->vmManager()->virtualMachine(console.key())));
+        console.value()->setProperty(
+            "vm", QVariant::fromValue(m_state->vmManager()->virtualMachine(console.key())));
 }
 
 void KelvoApp::raise(QQuickWindow *window, const std::optional<QString> &activationToken) const

@@ -55,7 +55,7 @@ private:
     [[nodiscard]] bool mayQuit() const;
     [[nodiscard]] bool isLastOpen(const QWindow *window) const;
     void quitWithoutAsking();
-    void forgetConsole(const QUuid &id, QQuickWindow *window);
+    void forgetConsole(const QUuid &id);
     void handleConsoleRequest();
     void handleSettingsRequest();
     void updateConsoleMachines();
@@ -67,6 +67,6 @@ private:
     QQmlApplicationEngine m_engine;
     QPointer<QQuickWindow> m_mainWindow;
     QPointer<QQuickWindow> m_settingsWindow;
-    QHash<QUuid, QPointer<QQuickWindow>> m_consoleWindows;
+    QHash<QUuid, QQuickWindow *> m_consoleWindows;
     bool m_quitsWithoutAsking = false;
 };

@@ -10,8 +10,10 @@
 /// in which the thread could have run, but the host gave its processors to others, does not count.
 class EventLoopBeat
 {
-#ifdef __SANITIZE_THREAD__
+#if defined(__SANITIZE_THREAD__)
     static constexpr int slowdown = 10;
+#elif defined(__SANITIZE_ADDRESS__)
+    static constexpr int slowdown = 3;
 #else
     static constexpr int slowdown = 1;
 #endif
