@@ -10,6 +10,7 @@
 
 struct EmulatorInstallation;
 
+/// How long each step of an EmulatorSession may take.
 struct EmulatorTimeouts
 {
     std::chrono::milliseconds boot = std::chrono::seconds(30);

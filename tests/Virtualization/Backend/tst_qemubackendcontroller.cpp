@@ -38,6 +38,8 @@ private Q_SLOTS:
     void losesItsEmulatorAtAnyStep_data();
     void losesItsEmulatorAtAnyStep();
     void runsOnWithoutItsTPM();
+    void stopsAfterItsBundleHasGone_data();
+    void stopsAfterItsBundleHasGone();
     void stopsWhateverQEMUDoes_data();
     void stopsWhateverQEMUDoes();
     void reportsWhatQEMURefuses();
@@ -508,6 +510,35 @@ void TestQEMUBackendController::runsOnWithoutItsTPM()
             QCOMPARE(stop(*controller), QString());
             QCOMPARE(stage.sockets(), QStringList());
         }
+    }
+    QTRY_COMPARE(ProcessCensus::take(), before);
+}
+
+void TestQEMUBackendController::stopsAfterItsBundleHasGone_data()
+{
+    QTest::addColumn<bool>("isMoved");
+    QTest::newRow("moved") << true;
+    QTest::newRow("deleted") << false;
+}
+
+void TestQEMUBackendController::stopsAfterItsBundleHasGone()
+{
+    QFETCH(const bool, isMoved);
+    const ProcessCensus before = ProcessCensus::take();
+    {
+        const QEMUStage stage;
+        const auto controller = stage.makeController(shortTimeouts);
+        configure(*controller, stage);
+        QCOMPARE(start(*controller), QString());
+        const QString bundle = stage.path(u"Windows 11.vm"_s);
+        const QString elsewhere = stage.path(u"moved.vm"_s);
+        QVERIFY(isMoved ? QDir().rename(bundle, elsewhere) : QDir(bundle).removeRecursively());
+        QCOMPARE(pause(*controller), u"Timed out waiting for QMP socket."_s);
+        QCOMPARE(stop(*controller), QString());
+        QCOMPARE(controller->state(), VMState::poweredOff);
+        QCOMPARE(ProcessCensus::take().children, before.children);
+        QVERIFY2(!QDir(bundle).exists(), "it was made anew");
+        QCOMPARE(QFile::exists(elsewhere + u"/disk.img"_s), isMoved);
     }
     QTRY_COMPARE(ProcessCensus::take(), before);
 }
