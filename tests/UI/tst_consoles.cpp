@@ -28,13 +28,6 @@ constexpr qsizetype allowedGrowth = qsizetype{1} << 40; // freed memory is kept 
 constexpr qsizetype allowedGrowth = qsizetype{8} << 20;
 #endif
 
-qsizetype residentBytes()
-{
-    QFile file(u"/proc/self/statm"_s);
-    const QByteArray fields = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    return fields.split(' ').value(1).toLongLong() * ::sysconf(_SC_PAGESIZE);
-}
-
 } // namespace
 
 /// Consoles that come and go while their guests' pictures arrive as fast as they are taken.

@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QtTest>
 
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 
 static bool isChildOfOurs(const QString &identifier)
@@ -28,6 +30,14 @@ ProcessCensus ProcessCensus::take()
         if (name.front().isDigit() && isChildOfOurs(name))
             ++census.children;
     return census;
+}
+
+qsizetype residentBytes()
+{
+    QFile file(u"/proc/self/statm"_s);
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("/proc/self/statm cannot be read");
+    return file.readAll().split(' ').at(1).toLongLong() * ::sysconf(_SC_PAGESIZE);
 }
 
 char *toString(const ProcessCensus &census)

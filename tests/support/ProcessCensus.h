@@ -15,5 +15,8 @@ struct ProcessCensus
     [[nodiscard]] static ProcessCensus take();
 };
 
+/// The memory that this process has in RAM (proc(5), statm).
+[[nodiscard]] qsizetype residentBytes();
+
 /// For failure messages of QCOMPARE.
 [[nodiscard]] char *toString(const ProcessCensus &census);

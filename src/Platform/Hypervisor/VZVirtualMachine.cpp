@@ -142,7 +142,7 @@ QCoro::Task<> VZVirtualMachine::performPause()
 
 QCoro::Task<> VZVirtualMachine::performResume()
 {
-    requireState({State::paused}, u"resumed"_s);
+    requireState({State::paused, State::running}, u"resumed"_s);
     const QPointer<VZVirtualMachine> self(this);
     const auto session = m_session;
     setState(State::resuming);

@@ -73,6 +73,7 @@ public:
     /// Ends the guest at once, like pulling the plug.
     virtual void stop(const CompletionHandler &handler);
     virtual void pause(const CompletionHandler &handler);
+    /// Also of a guest that runs: a pause that was given up may still have come about.
     virtual void resume(const CompletionHandler &handler);
 
     /// A new connection to the screen, keyboard and pointer of a guest that runs or is paused: a stream

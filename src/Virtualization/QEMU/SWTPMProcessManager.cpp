@@ -91,6 +91,10 @@ QCoro::Task<> SWTPMProcessManager::start(QUrl tpmDirectory, QUrl socketPath, QUr
     ChildSupervision::logStandardError(*m_process, u"swtpm"_s);
     const QCoro::Task<> socketUp = waitForSocket(socket);
     co_await socketUp;
+    m_endWarning = QObject::connect(m_process.get(), &ChildProcess::exited, m_process.get(), [] {
+        DiagnosticLogger::shared().log(u"swtpm ended; its guest has no TPM until it is started again."_s,
+                                       LogLevel::warning);
+    });
     DiagnosticLogger::shared().log(u"swtpm started for "_s + FileUrl::lastComponent(tpmDirectory),
                                    LogLevel::info);
 }
@@ -100,6 +104,7 @@ QCoro::Task<> SWTPMProcessManager::stop()
     const std::shared_ptr<ChildProcess> process = m_process;
     if (!process)
         co_return;
+    QObject::disconnect(m_endWarning);
     const QCoro::Task<> end = ChildSupervision::end(process, u"swtpm"_s, m_timeouts.grace);
     co_await end;
     if (m_process == process)

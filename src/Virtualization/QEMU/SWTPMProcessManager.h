@@ -11,8 +11,9 @@ struct SWTPMTimeouts
     std::chrono::milliseconds grace = ChildSupervision::defaultGrace;
 };
 
-/// Owns at most one software TPM (swtpm(8)) and can be used again for the next. Destroying it leaves the
-/// process running. Main thread only; it must outlive its tasks.
+/// Owns at most one software TPM (swtpm(8)) and can be used again for the next. One that ends unasked is told
+/// of in the diagnostic log. Destroying it leaves the process running. Main thread only; it must outlive its
+/// tasks.
 class SWTPMProcessManager
 {
 public:
@@ -33,4 +34,5 @@ private:
 
     SWTPMTimeouts m_timeouts;
     std::shared_ptr<ChildProcess> m_process;
+    QMetaObject::Connection m_endWarning;
 };

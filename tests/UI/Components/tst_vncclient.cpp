@@ -2,9 +2,9 @@
 #include "UI/Components/FloodingServer.h"
 #include "UI/Components/ScriptedServer.h"
 #include "UI/Components/VNCClient.h"
+#include "support/ProcessCensus.h"
 #include "support/TestMain.h"
 
-#include <QDir>
 #include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QSignalSpy>
@@ -49,29 +49,6 @@ bool isPlain(const QImage &image, QSize size, const QColor &colour)
         }
     }
     return true;
-}
-
-qsizetype residentBytes()
-{
-    QFile file(u"/proc/self/statm"_s);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("/proc/self/statm cannot be read");
-    return file.readAll().split(' ').at(1).toLongLong() * 4096;
-}
-
-qsizetype entryCount(const QString &folder)
-{
-    return QDir(folder).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
-}
-
-qsizetype threadCount()
-{
-    return entryCount(u"/proc/self/task"_s);
-}
-
-qsizetype descriptorCount()
-{
-    return entryCount(u"/proc/self/fd"_s);
 }
 
 } // namespace
@@ -415,8 +392,7 @@ void TestVNCClient::survivesWhatItsObserversDo()
 void TestVNCClient::leavesNothingBehind()
 {
     const FloodingServer server(handshake(640, 480), update(640, 480, red));
-    const qsizetype threadsBefore = threadCount();
-    const qsizetype descriptorsBefore = descriptorCount();
+    const ProcessCensus before = ProcessCensus::take();
     for (int i = 0; i < 20; ++i) {
         VNCClient client;
         client.connect(localhost, server.port());
@@ -429,8 +405,8 @@ void TestVNCClient::leavesNothingBehind()
         QVERIFY(timer.elapsed() < 1000);
     }
     // Threads of earlier clients may have been ending still when the first look was taken.
-    QTRY_VERIFY(threadCount() <= threadsBefore);
-    QTRY_VERIFY(descriptorCount() <= descriptorsBefore);
+    QTRY_VERIFY(ProcessCensus::take().threads <= before.threads);
+    QTRY_VERIFY(ProcessCensus::take().descriptors <= before.descriptors);
 }
 
 void TestVNCClient::boundsItsMemoryWhileTheMainThreadStalls()
