@@ -1,11 +1,12 @@
 #include "App/KelvoApp.h"
 
 #include "Platform/Desktop/WindowActivation.h"
-#include "UI/Components/SymbolImageProvider.h"
+#include "UI/Components/SymbolCatalogue.h"
 #include "UI/QmlTypes.h"
 #include "Virtualization/VMManager.h"
 
 #include <QEvent>
+#include <QFontInfo>
 #include <QGuiApplication>
 #include <QQmlComponent>
 #include <QQuickWindow>
@@ -15,6 +16,26 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+QUrl viewFile(const QString &type)
+{
+    return QUrl(u"qrc:/qt-project.org/imports/Kelvo/UI/"_s + type + u".qml"_s);
+}
+
+/// Wakes what is needed for the first picture and takes long to come up: fonts and icon themes.
+void prepareDrawing()
+{
+    for (const QFont::Weight weight : {QFont::Normal, QFont::Medium, QFont::DemiBold}) {
+        QFont font = QGuiApplication::font();
+        font.setWeight(weight);
+        (void)QFontInfo(font).pixelSize();
+    }
+    (void)SymbolCatalogue::icon(u"plus"_s).pixmap(16);
+}
+
+} // namespace
+
 KelvoApp::KelvoApp(std::unique_ptr<AppState> state, const QString &windowFile, QObject *parent)
     : QObject(parent)
     , m_state(std::move(state))
@@ -22,7 +43,6 @@ KelvoApp::KelvoApp(std::unique_ptr<AppState> state, const QString &windowFile, Q
     , m_windowMemory(windowFile)
 {
     AppStateForeign::instance = m_state.get();
-    m_engine.addImageProvider(u"symbol"_s, new SymbolImageProvider);
     connect(&m_engine, &QQmlEngine::quit, this, &KelvoApp::quit, Qt::QueuedConnection);
     connect(m_state.get(), &AppState::quitConfirmed, this, &KelvoApp::quitWithoutAsking,
             Qt::QueuedConnection);
@@ -44,7 +64,10 @@ KelvoApp::~KelvoApp()
 
 bool KelvoApp::start()
 {
+    // A thread of the engine begins with the window's types, while this one does the rest.
+    const QQmlComponent ahead(&m_engine, viewFile(u"MainWindow"_s), QQmlComponent::Asynchronous);
     m_state->load();
+    prepareDrawing();
     m_mainWindow = makeWindow(u"MainWindow"_s, u"Main"_s);
     if (!m_mainWindow)
         return false;
@@ -142,8 +165,7 @@ void KelvoApp::perform(const QString &action, const QString &activationToken)
 
 QQuickWindow *KelvoApp::makeWindow(const QString &type, const QString &name, const QVariantMap &properties)
 {
-    QQmlComponent component(&m_engine);
-    component.loadUrl(QUrl(u"qrc:/qt-project.org/imports/Kelvo/UI/"_s + type + u".qml"_s));
+    QQmlComponent component(&m_engine, viewFile(type));
     if (!component.isReady()) {
         qCritical("%s", qUtf8Printable(component.errorString()));
         return nullptr;

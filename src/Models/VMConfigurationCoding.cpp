@@ -53,7 +53,7 @@ QString fileName(ObjectReader &reader, QLatin1StringView key, const QString &fal
     if (name.isEmpty() || name == "."_L1 || name == ".."_L1 || name.contains(u'/') ||
         name.contains(QChar::Null))
         throw Fault();
-    return name;
+    return name == fallback ? fallback : name; // most often it is, and shares its memory then
 }
 
 /// Keys in ascending order, as the reader wants them; what depends on another key is settled at the end.

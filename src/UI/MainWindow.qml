@@ -17,7 +17,23 @@ T.ApplicationWindow {
     LayoutMirroring.enabled: Theme.mirrored
     LayoutMirroring.childrenInherit: true
 
-    menuBar: MainMenuBar {}
+    menuBar: Rectangle {
+        implicitHeight: Theme.menuBarHeight
+        color: Theme.sidebarBackground
+
+        Loader {
+            anchors.fill: parent
+            active: firstFrame.drawn
+            asynchronous: true
+            source: "MainMenuBar.qml"
+        }
+    }
+
+    FirstFrame {
+        id: firstFrame
+
+        window: root
+    }
 
     ContentView {
         anchors.fill: parent

@@ -14,26 +14,23 @@ Item {
 
     readonly property int padding: Theme.largeSpacing
 
+    FirstFrame {
+        id: firstFrame
+
+        window: root.Window.window
+    }
+
     Binding {
         target: root.columns
         property: "availableWidth"
         value: root.width - 2 * root.padding
     }
 
-    ContentUnavailableView {
+    Loader {
         anchors.fill: parent
         anchors.margins: root.padding
-        visible: root.machines.count === 0
-        label: qsTr("No Virtual Machines")
-        symbol: "desktopcomputer.trianglebadge.exclamationmark"
-        description: qsTr("Create a virtual machine to run Windows 11 ARM64 or other ARM64 operating systems.")
-
-        PushButton {
-            text: qsTr("New Virtual Machine")
-            symbol: "plus"
-            prominent: true
-            onClicked: AppState.showingCreateVM = true
-        }
+        active: root.machines.count === 0
+        source: "NoMachinesView.qml"
     }
 
     GridView {
@@ -92,6 +89,7 @@ Item {
                 vm: cell.vm
                 selected: AppState.selectedVM === cell.vm
                 current: cell.GridView.isCurrentItem
+                complete: firstFrame.drawn
                 showsFocus: grid.activeFocus && grid.isKeyboardUsed && current
                 onTapped: {
                     grid.isKeyboardUsed = false;

@@ -39,7 +39,7 @@ void TranslationsTest::languageOfTheLocaleIsShown()
 {
     QFETCH(const QLocale, locale);
     QTEST(Translations::install(locale), "isKnown");
-    QTEST(QCoreApplication::translate("VMCardView", "Start"), "text");
+    QTEST(QCoreApplication::translate("VMCardButtons", "Start"), "text");
 }
 
 /// What is not in the list beside the functions would be shown in English.

@@ -112,6 +112,7 @@ void WindowsTest::init()
     m_app = std::make_unique<KelvoApp>(std::move(m_stage->state), m_stage->host.path(u"windows.ini"_s));
     QVERIFY(m_app->start());
     QVERIFY(QTest::qWaitForWindowExposed(mainWindow()));
+    QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"&File"_s)); // comes after the first frame
 }
 
 void WindowsTest::cleanup()
@@ -301,6 +302,7 @@ void WindowsTest::cardsHoldTheirButtonsWithLargeText()
     m_app->state().vmManager()->virtualMachines().first()->setInstallationState(
         VMInstallationState::inProgress);
     QTRY_COMPARE(Appearance::shared().baseFontPixelSize(), 28);
+    QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"Finish Install"_s));
     mainWindow()->grabWindow(); // the places of all
     for (const QString &text : {u"Install"_s, u"Finish Install"_s}) {
         const QQuickItem *button = findItem(mainWindow()->contentItem(), text);

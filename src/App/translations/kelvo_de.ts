@@ -664,6 +664,21 @@
     </message>
 </context>
 <context>
+    <name>NoMachinesView</name>
+    <message>
+        <source>No Virtual Machines</source>
+        <translation>Keine virtuellen Maschinen</translation>
+    </message>
+    <message>
+        <source>Create a virtual machine to run Windows 11 ARM64 or other ARM64 operating systems.</source>
+        <translation>In einer virtuellen Maschine laufen Windows 11 für ARM64 oder andere ARM64-Betriebssysteme.</translation>
+    </message>
+    <message>
+        <source>New Virtual Machine</source>
+        <translation>Neue virtuelle Maschine</translation>
+    </message>
+</context>
+<context>
     <name>QuitAlert</name>
     <message>
         <source>Quit Kelvo?</source>
@@ -723,7 +738,7 @@
     </message>
 </context>
 <context>
-    <name>VMCardView</name>
+    <name>VMCardButtons</name>
     <message>
         <source>Install</source>
         <translation>Installieren</translation>
@@ -821,21 +836,6 @@
     <message>
         <source>Installed</source>
         <translation>Installiert</translation>
-    </message>
-</context>
-<context>
-    <name>VMListView</name>
-    <message>
-        <source>No Virtual Machines</source>
-        <translation>Keine virtuellen Maschinen</translation>
-    </message>
-    <message>
-        <source>Create a virtual machine to run Windows 11 ARM64 or other ARM64 operating systems.</source>
-        <translation>In einer virtuellen Maschine laufen Windows 11 für ARM64 oder andere ARM64-Betriebssysteme.</translation>
-    </message>
-    <message>
-        <source>New Virtual Machine</source>
-        <translation>Neue virtuelle Maschine</translation>
     </message>
 </context>
 <context>

@@ -1,4 +1,5 @@
 import QtQuick
+import Kelvo.Components
 
 /// A symbol, a text, or both, in the middle of a button.
 Item {

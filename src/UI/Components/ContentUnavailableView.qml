@@ -1,4 +1,5 @@
 import QtQuick
+import Kelvo.Components
 
 /// Fills a place that has nothing to show: why, and what to do about it.
 Item {

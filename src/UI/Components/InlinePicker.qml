@@ -2,6 +2,7 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import QtQuick.Templates as T
+import Kelvo.Components
 
 /// One choice out of a few, one row each.
 FocusScope {

@@ -5,7 +5,7 @@ T.MenuBar {
     id: root
 
     implicitWidth: contentWidth + leftPadding + rightPadding
-    implicitHeight: contentHeight + topPadding + bottomPadding
+    implicitHeight: Theme.menuBarHeight
     padding: Theme.tightSpacing
     Accessible.name: qsTr("Menu bar")
 
@@ -17,9 +17,5 @@ T.MenuBar {
         Repeater {
             model: root.contentModel
         }
-    }
-
-    background: Rectangle {
-        color: Theme.sidebarBackground
     }
 }

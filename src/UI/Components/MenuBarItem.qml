@@ -6,7 +6,7 @@ T.MenuBarItem {
     id: root
 
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
-    implicitHeight: Math.round(Theme.body * 1.9)
+    implicitHeight: Theme.menuBarHeight - 2 * Theme.tightSpacing
     horizontalPadding: Theme.mediumSpacing
     Accessible.name: MnemonicText.plain(root.text)
     Accessible.onPressAction: root.triggered()

@@ -2,6 +2,7 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import QtQuick.Templates as T
+import Kelvo.Components
 
 /// One choice out of a list of texts that opens below the button.
 T.ComboBox {

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Kelvo.Components
 
 /// A pair of buttons that moves a number one step down or up; it does not hold the number.
 Item {

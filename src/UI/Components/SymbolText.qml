@@ -1,4 +1,5 @@
 import QtQuick
+import Kelvo.Components
 
 /// A symbol before a short text, in one colour.
 Text {

@@ -37,6 +37,7 @@ QtObject {
 
     readonly property int controlHeight: Math.round(body * 2.3)
     readonly property int smallControlHeight: Math.round(body * 2)
+    readonly property int menuBarHeight: Math.round(body * 1.9) + 2 * tightSpacing
     readonly property int rowHeight: Math.round(body * 3.15)
     readonly property int headerHeight: scaled(52)
     readonly property int smallSymbol: scaled(16)

@@ -1,5 +1,3 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
 import Kelvo.Components
 import Kelvo.UI
@@ -12,10 +10,12 @@ Item {
     property bool selected: false
     property bool current: false
     property bool showsFocus: false
+    /// With buttons
+    property bool complete: true
 
     signal tapped
 
-    readonly property int tabPolicy: current ? Qt.StrongFocus : Qt.ClickFocus
+    readonly property VMPresenter presenter: presenter
 
     Accessible.role: Accessible.ListItem
     Accessible.name: presenter.shown.name
@@ -59,9 +59,13 @@ Item {
         border.color: root.selected ? Theme.focus : hover.hovered ? Theme.popupBorder : Theme.cardBorder
     }
 
-    FocusRing {
-        visible: root.showsFocus
-        controlRadius: Theme.cardRadius
+    Loader {
+        anchors.fill: parent
+        active: root.showsFocus
+
+        sourceComponent: FocusRing {
+            controlRadius: Theme.cardRadius
+        }
     }
 
     Text {
@@ -177,74 +181,15 @@ Item {
         }
     }
 
-    ButtonRow {
-        anchors.bottom: manage.top
-        anchors.bottomMargin: Theme.smallSpacing
-        anchors.left: parent.left
-        anchors.leftMargin: Theme.spacing
-        availableWidth: root.width - 2 * Theme.spacing
-
-        TextButton {
-            small: true
-            prominent: true
-            visible: presenter.shown.showsInstall
-            focusPolicy: root.tabPolicy
-            text: qsTr("Install")
-            onClicked: AppState.installAndShowConsole(root.vm)
-        }
-        TextButton {
-            small: true
-            enabled: presenter.shown.startEnabled
-            disabledReason: presenter.shown.startHint
-            focusPolicy: root.tabPolicy
-            text: qsTr("Start")
-            onClicked: AppState.perform(root.vm, VMCommand.Start)
-        }
-        TextButton {
-            small: true
-            enabled: presenter.shown.stopEnabled
-            disabledReason: presenter.shown.stopHint
-            focusPolicy: root.tabPolicy
-            text: qsTr("Stop")
-            onClicked: AppState.perform(root.vm, VMCommand.Stop)
-        }
-        TextButton {
-            small: true
-            enabled: presenter.shown.pauseEnabled
-            disabledReason: presenter.shown.pauseHint
-            focusPolicy: root.tabPolicy
-            text: qsTr("Pause")
-            onClicked: AppState.perform(root.vm, VMCommand.Pause)
-        }
-    }
-
-    ButtonRow {
-        id: manage
-
+    // The most expensive part by far. It is made between two frames, so that scrolling does not wait for it.
+    Loader {
         anchors.bottom: parent.bottom
         anchors.bottomMargin: Theme.spacing
         anchors.left: parent.left
         anchors.leftMargin: Theme.spacing
-        availableWidth: root.width - 2 * Theme.spacing
-
-        TextButton {
-            small: true
-            focusPolicy: root.tabPolicy
-            text: qsTr("Console")
-            onClicked: AppState.showConsole(root.vm)
-        }
-        TextButton {
-            small: true
-            focusPolicy: root.tabPolicy
-            text: qsTr("Settings")
-            onClicked: AppState.showSettings(root.vm)
-        }
-        TextButton {
-            small: true
-            visible: presenter.shown.showsFinishInstall
-            focusPolicy: root.tabPolicy
-            text: qsTr("Finish Install")
-            onClicked: AppState.finishInstallation(root.vm)
-        }
+        width: root.width - 2 * Theme.spacing
+        active: root.complete
+        asynchronous: true
+        Component.onCompleted: setSource("VMCardButtons.qml", {card: root})
     }
 }

@@ -3,7 +3,7 @@
 #include "UI/Components/AppearancePortal.h"
 #include "UI/Components/MnemonicText.h"
 #include "UI/Components/SymbolCatalogue.h"
-#include "UI/Components/SymbolImageProvider.h"
+#include "UI/Components/SymbolItem.h"
 #include "support/TestMain.h"
 
 #include <QDBusVariant>
@@ -226,15 +226,12 @@ void AppearanceTest::textsAreReadable()
 void AppearanceTest::everySymbolIsDrawnInItsColor()
 {
     SymbolCatalogue::useIconThemes();
-    SymbolImageProvider provider;
     const QStringList symbols = SymbolCatalogue::symbols();
     QVERIFY(symbols.size() > 10);
     for (const QString &symbol : symbols) {
         for (const int extent : {16, 22, 66}) {
-            QSize size;
-            const QImage image = provider.requestImage(u"%1/%2/#ff0000"_s.arg(symbol).arg(extent), &size,
-                                                       QSize(extent, extent));
-            QCOMPARE(size, QSize(extent, extent));
+            const QImage image = SymbolItem::picture(symbol, extent, extent, Qt::red);
+            QCOMPARE(image.size(), QSize(extent, extent));
             int drawn = 0;
             for (int y = 0; y < extent; ++y)
                 for (int x = 0; x < extent; ++x)
@@ -247,7 +244,7 @@ void AppearanceTest::everySymbolIsDrawnInItsColor()
                      qPrintable(u"%1 at %2: %3 pixels"_s.arg(symbol).arg(extent).arg(drawn)));
         }
     }
-    QVERIFY(provider.requestImage(u"no.such.symbol/16/#ff0000"_s, nullptr, {}).pixelColor(8, 8).alpha() == 0);
+    QCOMPARE(SymbolItem::picture(u"no.such.symbol"_s, 16, 16, Qt::red).pixelColor(8, 8).alpha(), 0);
 }
 
 void AppearanceTest::gridFitsItsColumns_data()
