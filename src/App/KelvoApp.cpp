@@ -71,6 +71,7 @@ bool KelvoApp::start()
     m_mainWindow = makeWindow(u"MainWindow"_s, u"Main"_s);
     if (!m_mainWindow)
         return false;
+    m_engine.setIncubationController(m_mainWindow->incubationController()); // between its frames
     raise(m_mainWindow);
     return true;
 }
