@@ -11,6 +11,8 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 class VMStorageTest : public QObject
@@ -20,6 +22,7 @@ class VMStorageTest : public QObject
 private Q_SLOTS:
     void missingRootIsMadeAndEmpty();
     void scanFindsOnlyReadableBundles();
+    void scanSurvivesAHalfBrokenLibrary();
     void namesAreSortedForPeople();
     void savingWritesBothDocumentsForTheUserAlone();
     void failedWriteKeepsTheOldDocument();
@@ -62,14 +65,48 @@ void VMStorageTest::scanFindsOnlyReadableBundles()
     for (const auto &folder : {u"Upper.VM"_s, u".hidden.vm"_s, u"no extension"_s})
         host.write(u"Virtual Machines/%1/config.json"_s.arg(folder), document);
     host.write(u"Virtual Machines/file.vm"_s, document);
-    host.write(u"Virtual Machines/broken.vm/config.json"_s, document.chopped(4));
-    host.write(u"Virtual Machines/huge.vm/config.json"_s, document + QByteArray(1024 * 1024, ' '));
-    host.write(u"Virtual Machines/folder.vm/config.json/file"_s, "x");
-    QDir().mkpath(host.path(u"Virtual Machines/empty.vm"_s));
-    QDir().mkpath(host.path(u"Virtual Machines/fifo.vm"_s));
-    QCOMPARE(::mkfifo(qPrintable(host.path(u"Virtual Machines/fifo.vm/config.json"_s)), 0600), 0);
-
     QCOMPARE(scannedNames(storage), QStringList{u"good"_s});
+}
+
+void VMStorageTest::scanSurvivesAHalfBrokenLibrary()
+{
+    const TemporaryHost host;
+    const VMStorage storage(host.root(), FileManager::defaultManager());
+    const auto documentOf = [](const QString &name) {
+        return encodeConfiguration(
+            VMConfiguration::defaultConfiguration(name, GuestOperatingSystem::windows11ARM64));
+    };
+    const QByteArray document = documentOf(u"broken"_s);
+    const QByteArrayList brokenDocuments = {
+        {},
+        document.chopped(4),
+        document + QByteArray(1024 * 1024, ' '),
+        document + document,
+        QByteArray(document).replace("\"cpuCount\"", "\"cpuCount\": 1e400, \"other\""),
+        QByteArray(document).replace("\"id\"", "\"id\": 5, \"other\""),
+        QByteArray(document).replace("broken", "\xff\xfe"),
+        QByteArray(100'000, '['),
+    };
+    constexpr int pairs = 2500;
+    for (int number = 0; number < pairs; ++number) {
+        const QString good = u"Machine %1"_s.arg(number);
+        host.write(u"Virtual Machines/%1.vm/config.json"_s.arg(good), documentOf(good));
+        const QString broken = u"Virtual Machines/Broken %1.vm/config.json"_s.arg(number);
+        const qsizetype kind = number % (brokenDocuments.size() + 3);
+        if (kind < brokenDocuments.size()) {
+            host.write(broken, brokenDocuments.at(kind));
+            continue;
+        }
+        QVERIFY(QDir().mkpath(host.path(QFileInfo(broken).path())));
+        if (kind == brokenDocuments.size())
+            QVERIFY(QDir().mkpath(host.path(broken)));
+        else if (kind == brokenDocuments.size() + 1)
+            QCOMPARE(::mkfifo(qPrintable(host.path(broken)), 0600), 0);
+        // else it has none at all
+    }
+    const QStringList names = scannedNames(storage);
+    QCOMPARE(names.size(), pairs);
+    QVERIFY(std::ranges::all_of(names, [](const QString &name) { return name.startsWith(u"Machine "_s); }));
 }
 
 void VMStorageTest::namesAreSortedForPeople()

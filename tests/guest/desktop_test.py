@@ -3,6 +3,7 @@
 
 import os
 import re
+import shlex
 import subprocess
 import sys
 from pathlib import Path
@@ -115,10 +116,13 @@ def place_on_the_desktop(stage):
 def start_over_the_bus(stage, program):
     """As a desktop launches an entry that is activated over the bus, with the service file that is installed."""
     installed = (program.parents[2] / "packaging" / "vostarn.id.Kelvo.service").read_text()
-    with_home = f"Exec=/usr/bin/env HOME={stage.home} DISPLAY={stage.desktop.environment['DISPLAY']} {program}"
+    variables = {"HOME": stage.home, "DISPLAY": stage.desktop.environment["DISPLAY"]}
+    assignments = [f"{name}={value}" for name, value in variables.items()]
+    with_home = "Exec=" + shlex.join(["/usr/bin/env", *assignments, str(program)])
     services = Path(stage.desktop.environment["XDG_RUNTIME_DIR"]) / "dbus-1" / "services"
     services.mkdir(parents=True, exist_ok=True)
-    (services / "vostarn.id.Kelvo.service").write_text(re.sub("^Exec=.*/kelvo$", with_home, installed, flags=re.MULTILINE))
+    service = re.sub("^Exec=.*/kelvo$", lambda _: with_home, installed, flags=re.MULTILINE)
+    (services / "vostarn.id.Kelvo.service").write_text(service)
     session = session_bus(stage)
 
     def call(name, path, interface, method, arguments=None):

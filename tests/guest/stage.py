@@ -21,7 +21,7 @@ class Stage:
 
     def __init__(self, desktop, program, kept):
         self.desktop = desktop
-        self.home = desktop.folder / "home"
+        self.home = desktop.folder / 'Zoë\'s "own", a=b 🏠'  # whatever people call it
         self.home.mkdir()
         self._program = program
         self._kept = kept
