@@ -9,6 +9,7 @@
 #include <QFontInfo>
 #include <QGuiApplication>
 #include <QQmlComponent>
+#include <QQmlIncubationController>
 #include <QQuickWindow>
 
 #include <algorithm>
@@ -17,6 +18,8 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr int incubationLimit = 1000; // milliseconds
 
 QUrl viewFile(const QString &type)
 {
@@ -56,6 +59,9 @@ KelvoApp::KelvoApp(std::unique_ptr<AppState> state, const QString &windowFile, Q
 
 KelvoApp::~KelvoApp()
 {
+    // What is still being made would outlast its window, of which the engine complains.
+    if (QQmlIncubationController *controller = m_engine.incubationController())
+        controller->incubateFor(incubationLimit);
     // Views hold machines and the state, so they go first.
     qDeleteAll(std::exchange(m_consoleWindows, {}));
     delete m_settingsWindow;
