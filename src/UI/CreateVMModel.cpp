@@ -5,6 +5,7 @@
 #include "Platform/FileUrl.h"
 #include "Services/ISOService.h"
 #include "Virtualization/Backend/KelvoError.h"
+#include "Virtualization/QEMU/QEMURuntimePaths.h"
 #include "Virtualization/VMManager.h"
 
 #include <QStandardPaths>
@@ -427,6 +428,8 @@ QCoro::Task<> CreateVMModel::createVM()
             image = m_isoURL;
         const QPointer<AppState> state = m_appState;
         const VMConfiguration wanted = configuration();
+        if (wanted.backend == VMBackendType::qemuHVF)
+            QEMURuntimePaths::forConfiguration(wanted).requireAddressableSockets();
         const QCoro::Task<> creating = createAndInstall(state, wanted, image);
         co_await creating;
     } catch (const std::exception &error) {

@@ -63,6 +63,7 @@ private Q_SLOTS:
     void existingFolderIsNeverTouched_data();
     void existingFolderIsNeverTouched();
     void failureOfTheManagerIsShown();
+    void nameTooLongForItsSocketsIsRefused();
     void nameBecomesOneFolder();
     void oneCreationAtATime();
     void wizardMayGoWhileItCreates();
@@ -338,6 +339,19 @@ void CreateVMModelTest::failureOfTheManagerIsShown()
     QTRY_VERIFY(stage.wizard->errorMessage().startsWith(u"QEMU dependencies are missing: "_s));
     QVERIFY(stage.app.state->showingCreateVM() && stage.app.state->errorMessage().isEmpty());
     QVERIFY(!QFile::exists(stage.app.host.path(u"Virtual Machines/Windows 11.vm"_s)));
+}
+
+void CreateVMModelTest::nameTooLongForItsSocketsIsRefused()
+{
+    WizardStage stage;
+    stage.wizard->setVMName(QString(200, u'n'));
+    stage.wizard->create();
+    QTRY_VERIFY(stage.wizard->errorMessage().contains(u"too long a path"_s));
+    QVERIFY(stage.machines().isEmpty());
+    QVERIFY(QDir(FileUrl::path(stage.app.host.root())).isEmpty());
+    stage.wizard->setVMName(u"n"_s);
+    stage.wizard->create();
+    QTRY_COMPARE(stage.machines().size(), 1);
 }
 
 void CreateVMModelTest::nameBecomesOneFolder()

@@ -5,7 +5,6 @@
 #include "Virtualization/Backend/KelvoError.h"
 #include "Virtualization/BundleFiles.h"
 #include "Virtualization/QEMU/QEMUCommandBuilder.h"
-#include "Virtualization/QEMU/UnixSocketConnection.h"
 
 using namespace Qt::StringLiterals;
 
@@ -19,16 +18,6 @@ void requireUsablePort(qint64 port)
     if (port < firstVNCPort || port > lastVNCPort) {
         throw KelvoError::configurationInvalid(
             u"The VNC port %1 is not between %2 and %3."_s.arg(port).arg(firstVNCPort).arg(lastVNCPort));
-    }
-}
-
-void requireShortPath(const QUrl &socket)
-{
-    const QString path = FileUrl::path(socket);
-    if (!UnixSocketConnection::fitsAddress(path)) {
-        throw KelvoError::configurationInvalid(
-            u"Its folder has too long a path. The socket “%1” must have at most %2 bytes."_s.arg(path).arg(
-                UnixSocketConnection::maximumPathBytes));
     }
 }
 
@@ -80,8 +69,7 @@ void QEMUBackendController::configure(const VMConfiguration &configuration, VMBu
     const QEMUDependencies &dependencies = *status.dependencies;
     const QEMURuntimePaths paths = QEMURuntimePaths::forConfiguration(configuration);
     requireUsablePort(configuration.vncPort);
-    requireShortPath(paths.qmpSocket);
-    requireShortPath(paths.tpmSocket);
+    paths.requireAddressableSockets();
     BundleFiles::requireOrdinary({configuration.diskURL(), paths.uefiVars, paths.serialLog}, *m_fileManager);
     BundleFiles::requireOrdinaryFolder(paths.tpmDirectory, *m_fileManager);
     requireDisk(configuration.diskURL(), *m_fileManager);

@@ -16,4 +16,8 @@ struct QEMURuntimePaths
     bool operator==(const QEMURuntimePaths &) const = default;
 
     [[nodiscard]] static QEMURuntimePaths forConfiguration(const VMConfiguration &configuration);
+
+    /// Throws KelvoError::configurationInvalid when the path of a socket is longer than an address may be
+    /// (unix(7)), because the bundle lies deep or has a long name.
+    void requireAddressableSockets() const;
 };
