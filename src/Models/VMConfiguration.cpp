@@ -108,42 +108,42 @@ qint64 VMConfiguration::diskSizeGB() const
 
 QUrl VMConfiguration::diskURL() const
 {
-    return FileUrl::appending(storageDirectory, diskFileName);
+    return storageDirectory.file(diskFileName);
 }
 
 QUrl VMConfiguration::efiVariableStoreURL() const
 {
-    return FileUrl::appending(storageDirectory, efiVariableStoreFileName);
+    return storageDirectory.file(efiVariableStoreFileName);
 }
 
 QUrl VMConfiguration::machineIdentifierURL() const
 {
-    return FileUrl::appending(storageDirectory, machineIdentifierFileName);
+    return storageDirectory.file(machineIdentifierFileName);
 }
 
 QUrl VMConfiguration::configFileURL() const
 {
-    return FileUrl::appending(storageDirectory, u"config.json"_s);
+    return storageDirectory.file(u"config.json"_s);
 }
 
 QUrl VMConfiguration::metadataFileURL() const
 {
-    return FileUrl::appending(storageDirectory, u"metadata.json"_s);
+    return storageDirectory.file(u"metadata.json"_s);
 }
 
 QUrl VMConfiguration::uefiVarsURL() const
 {
-    return FileUrl::appending(storageDirectory, u"uefi_vars.fd"_s);
+    return storageDirectory.file(u"uefi_vars.fd"_s);
 }
 
 QUrl VMConfiguration::qmpSocketURL() const
 {
-    return FileUrl::appending(storageDirectory, u"qmp.sock"_s);
+    return storageDirectory.file(u"qmp.sock"_s);
 }
 
 QUrl VMConfiguration::serialLogURL() const
 {
-    return FileUrl::appending(storageDirectory, u"serial.log"_s);
+    return storageDirectory.file(u"serial.log"_s);
 }
 
 std::optional<QUrl> VMConfiguration::installationMediaURL() const

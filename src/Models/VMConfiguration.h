@@ -3,6 +3,7 @@
 #include "Models/InstallationMediaType.h"
 #include "Models/VMBackendType.h"
 #include "Models/VMNetworkMode.h"
+#include "Platform/FolderUrl.h"
 
 #include <QDateTime>
 #include <QList>
@@ -20,7 +21,7 @@ struct VMConfiguration
     quint64 memorySizeBytes = 0;
     quint64 diskSizeBytes = 0;
     VMNetworkMode networkMode = VMNetworkMode::nat;
-    QUrl storageDirectory; ///< the bundle folder, a file URL that ends in a slash
+    FolderUrl storageDirectory; ///< the bundle
     QString diskFileName;
     QString efiVariableStoreFileName;
     QString machineIdentifierFileName;

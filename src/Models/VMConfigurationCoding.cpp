@@ -2,7 +2,6 @@
 
 #include "Models/StrictJson.h"
 #include "Models/VMStorageError.h"
-#include "Platform/FileUrl.h"
 
 #include <cmath>
 #include <limits>
@@ -27,7 +26,7 @@ quint64 byteCount(ObjectReader &reader, QLatin1StringView key)
     return static_cast<quint64>(count);
 }
 
-QUrl folder(const QString &text)
+FolderUrl folder(const QString &text)
 {
     const QUrl url(text, QUrl::StrictMode);
     const QString host = url.host();
@@ -37,7 +36,7 @@ QUrl folder(const QString &text)
         throw Fault();
     // What the parser leaves has room for three times the text, in every machine of a library.
     path.squeeze();
-    return FileUrl::directory(path);
+    return FolderUrl::fromPath(path);
 }
 
 QDateTime dateOrNow(ObjectReader &reader, QLatin1StringView key)
@@ -105,7 +104,7 @@ QByteArray encodeConfiguration(const VMConfiguration &configuration)
         {"memorySizeBytes"_L1, writable(configuration.memorySizeBytes)},
         {"diskSizeBytes"_L1, writable(configuration.diskSizeBytes)},
         {"networkMode"_L1, rawValue(configuration.networkMode)},
-        {"storageDirectory"_L1, configuration.storageDirectory.toString(QUrl::FullyEncoded)},
+        {"storageDirectory"_L1, QUrl(configuration.storageDirectory).toString(QUrl::FullyEncoded)},
         {"diskFileName"_L1, configuration.diskFileName},
         {"efiVariableStoreFileName"_L1, configuration.efiVariableStoreFileName},
         {"machineIdentifierFileName"_L1, configuration.machineIdentifierFileName},

@@ -2,7 +2,6 @@
 
 #include "Models/VMConfigurationCoding.h"
 #include "Models/VMStorageError.h"
-#include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
 #include "Platform/PlatformError.h"
 
@@ -15,6 +14,11 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+QString configPath(const QString &bundlePath)
+{
+    return bundlePath + u"/config.json"_s;
+}
 
 /// Sorts by name as people of the current locale do, ignoring case; equal names keep their order.
 QList<VMConfiguration> sortedByName(QList<VMConfiguration> configurations)
@@ -75,19 +79,42 @@ void VMStorage::saveMetadata(const VMPersistedMetadata &metadata, const VMConfig
 
 QList<VMConfiguration> VMStorage::scanVirtualMachines() const
 {
+    return scanVirtualMachines({});
+}
+
+QList<VMConfiguration> VMStorage::scanVirtualMachines(const QSet<QString> &known) const
+{
     ensureRootDirectory();
     const QString root = FileUrl::path(m_rootDirectory);
     QList<VMConfiguration> configurations;
+    QSet<QString> paths; // many machines are installed from few images, and share the memory of their paths
+    const auto share = [&paths](std::optional<QString> &path) {
+        if (path)
+            path = *paths.insert(*path);
+    };
     for (const FileManager::DirectoryEntry &entry : m_fileManager->contentsOfDirectory(root)) {
-        if (!entry.isDirectory || !entry.name.endsWith(".vm"_L1))
+        if (!entry.isDirectory || !entry.name.endsWith(".vm"_L1) || known.contains(entry.name))
             continue;
         try {
-            configurations.append(loadConfigurationAt(root + u'/' + entry.name));
+            VMConfiguration configuration = loadConfigurationAt(root + u'/' + entry.name);
+            share(configuration.installationMediaPath);
+            share(configuration.virtioDriversMediaPath);
+            configurations.append(std::move(configuration));
         } catch (const LocalizedError &) {
             // One bad bundle must not hide the others.
         }
     }
     return sortedByName(std::move(configurations));
+}
+
+std::optional<FileManager::Version> VMStorage::rootVersion() const
+{
+    return m_fileManager->versionOf(FileUrl::path(m_rootDirectory));
+}
+
+std::optional<FileManager::Version> VMStorage::configurationVersion(const QUrl &bundle) const
+{
+    return m_fileManager->versionOf(configPath(FileUrl::path(bundle)));
 }
 
 VMConfiguration VMStorage::loadConfiguration(const QUrl &bundle) const
@@ -98,8 +125,7 @@ VMConfiguration VMStorage::loadConfiguration(const QUrl &bundle) const
 VMConfiguration VMStorage::loadConfigurationAt(const QString &bundlePath) const
 {
     try {
-        const QString path = bundlePath + u"/config.json"_s;
-        return decodeConfiguration(m_fileManager->readFile(path, maximumDocumentBytes));
+        return decodeConfiguration(m_fileManager->readFile(configPath(bundlePath), maximumDocumentBytes));
     } catch (const PlatformError &error) {
         if (error.code() == ENOENT)
             throw VMStorageError::invalidBundle(FileUrl::directory(bundlePath));

@@ -2,8 +2,9 @@
 
 #include "Models/VMConfiguration.h"
 #include "Models/VMPersistedMetadata.h"
+#include "Platform/FileManager.h"
 
-class FileManager;
+#include <QSet>
 
 /// Writes a bundle's two documents and finds all bundles of a root folder. A value; used on the main thread.
 class VMStorage
@@ -26,6 +27,13 @@ public:
     /// Every readable bundle directly inside the root, by name as people sort; unreadable ones are left out.
     /// Throws PlatformError when the root itself cannot be made or listed.
     [[nodiscard]] QList<VMConfiguration> scanVirtualMachines() const;
+    /// The bundles that scanVirtualMachines() would find besides those in folders of the `known` names, as it
+    /// would sort them.
+    [[nodiscard]] QList<VMConfiguration> scanVirtualMachines(const QSet<QString> &known) const;
+    /// Another one after each change of the root's entries; none where there is no root.
+    [[nodiscard]] std::optional<FileManager::Version> rootVersion() const;
+    /// Of the document that loadConfiguration() would read.
+    [[nodiscard]] std::optional<FileManager::Version> configurationVersion(const QUrl &bundle) const;
     /// Throws VMStorageError (invalidBundle without a "config.json", decodingFailed) or PlatformError.
     [[nodiscard]] VMConfiguration loadConfiguration(const QUrl &bundle) const;
     /// A fresh record where there is no "metadata.json". Throws VMStorageError or PlatformError.

@@ -342,6 +342,16 @@ void FileManager::removeItem(const QString &path)
         throw PlatformError(errno, u"remove"_s, path);
 }
 
+std::optional<FileManager::Version> FileManager::versionOf(const QString &path) const
+{
+    struct stat status = {};
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
+        return std::nullopt;
+    constexpr qint64 nanosecondsPerSecond = 1'000'000'000;
+    return Version{.inode = status.st_ino,
+                   .nanoseconds = status.st_mtim.tv_sec * nanosecondsPerSecond + status.st_mtim.tv_nsec};
+}
+
 FileManager::FileSizes FileManager::fileSizes(const QString &path) const
 {
     struct stat status = {};

@@ -65,6 +65,17 @@ public:
     virtual void copyItem(const QString &from, const QString &to);
     virtual void removeItem(const QString &path);
 
+    /// Another one after each change: of a file that is replaced whole, of a folder whose entries come or go.
+    struct Version
+    {
+        quint64 inode = 0;
+        qint64 nanoseconds = 0; ///< of the last modification, since 1970
+
+        bool operator==(const Version &) const = default;
+    };
+    /// None where nothing can be read of it (stat(2)).
+    [[nodiscard]] virtual std::optional<Version> versionOf(const QString &path) const;
+
     struct FileSizes
     {
         std::optional<quint64> totalAllocatedBytes;

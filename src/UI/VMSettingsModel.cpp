@@ -42,12 +42,14 @@ void VMSettingsModel::setVM(VirtualMachine *vm)
 void VMSettingsModel::setAppState(AppState *appState)
 {
     m_appState = appState;
-    Q_EMIT changed();
+    loadFromVM();
 }
 
 void VMSettingsModel::loadFromVM()
 {
     if (m_vm) {
+        if (m_appState)
+            m_appState->vmManager()->takeOverChanges(*m_vm);
         const VMConfiguration &configuration = m_vm->configuration();
         m_name = configuration.name;
         m_cpuCount = configuration.cpuCount;

@@ -12,6 +12,8 @@
 #include <QSet>
 
 #include <algorithm>
+#include <chrono>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -24,6 +26,14 @@ VMPersistedMetadata metadataOrFresh(const VMStorage &storage, const QUrl &bundle
     } catch (const LocalizedError &) {
         return {}; // a machine is worth more than the record of its use
     }
+}
+
+/// False where a bundle may still be getting its document.
+bool hasSettled(const FileManager::Version &root)
+{
+    constexpr std::chrono::minutes enough{1};
+    const std::chrono::nanoseconds changed(root.nanoseconds);
+    return std::chrono::system_clock::now().time_since_epoch() - changed > enough;
 }
 
 /// Empty for a folder that does not exist.
@@ -77,27 +87,50 @@ VirtualMachine *VMManager::makeVirtualMachine(const VMConfiguration &configurati
     return vm;
 }
 
-VirtualMachine *VMManager::makeStoredMachine(VMConfiguration configuration)
+/// What a document says, and what this host makes of it.
+VMConfiguration VMManager::stored(VMConfiguration configuration)
 {
     if (configuration.guestOS == GuestOperatingSystem::windows11ARM64)
         configuration.backend = VMBackendType::qemuHVF;
-    return makeVirtualMachine(configuration, metadataOrFresh(m_storage, configuration.storageDirectory));
+    return configuration;
+}
+
+VirtualMachine *VMManager::makeStoredMachine(const VMConfiguration &configuration)
+{
+    return makeVirtualMachine(stored(configuration),
+                              metadataOrFresh(m_storage, configuration.storageDirectory));
+}
+
+VMManager::Library VMManager::read(const VMStorage &storage)
+{
+    Library library;
+    library.root = storage.rootVersion();
+    library.configurations = storage.scanVirtualMachines();
+    return library;
+}
+
+void VMManager::readAhead()
+{
+    m_readAhead = std::async(std::launch::async, &VMManager::read, m_storage);
 }
 
 QCoro::Task<> VMManager::loadVirtualMachines()
 {
-    QList<VMConfiguration> configurations;
+    Library library;
     try {
-        configurations = m_storage.scanVirtualMachines();
+        library = m_readAhead.valid() ? m_readAhead.get() : read(m_storage);
     } catch (const LocalizedError &error) {
         DiagnosticLogger::shared().log(u"Failed to load VMs: "_s + error.localizedDescription(),
                                        LogLevel::error);
         co_return;
     }
 
+    m_knownRoot = library.root;
+    m_knownDocuments.clear();
+    m_unsavedMetadata.clear();
     QList<VirtualMachine *> loaded;
-    loaded.reserve(configurations.size());
-    for (const VMConfiguration &configuration : std::as_const(configurations))
+    loaded.reserve(library.configurations.size());
+    for (const VMConfiguration &configuration : std::as_const(library.configurations))
         loaded.append(makeStoredMachine(configuration));
     const QList<VirtualMachine *> replaced = std::exchange(m_virtualMachines, loaded);
     Q_EMIT virtualMachinesChanged();
@@ -128,6 +161,58 @@ VirtualMachine *VMManager::openBundle(const QUrl &bundle)
     return vm;
 }
 
+void VMManager::listNewBundles()
+{
+    const std::optional<FileManager::Version> root = m_storage.rootVersion();
+    if (!root || root == m_knownRoot)
+        return;
+    QSet<QString> known;
+    for (const VirtualMachine *vm : std::as_const(m_virtualMachines)) {
+        const QUrl bundle = vm->configuration().storageDirectory;
+        if (FileUrl::deletingLastComponent(bundle) == m_storage.rootDirectory())
+            known.insert(FileUrl::lastComponent(bundle));
+    }
+    const qsizetype countBefore = m_virtualMachines.size();
+    try {
+        for (const VMConfiguration &configuration : m_storage.scanVirtualMachines(known))
+            if (!virtualMachine(configuration.id))
+                m_virtualMachines.append(makeStoredMachine(configuration));
+    } catch (const LocalizedError &) {
+        return; // the list was good before
+    }
+    if (hasSettled(*root))
+        m_knownRoot = root;
+    if (m_virtualMachines.size() > countBefore)
+        Q_EMIT virtualMachinesChanged();
+}
+
+void VMManager::takeOverChanges(VirtualMachine &vm)
+{
+    if (vm.operationInProgress() || (vm.state() != VMState::poweredOff && vm.state() != VMState::error))
+        return;
+    const QUrl bundle = vm.configuration().storageDirectory;
+    try {
+        const std::optional<FileManager::Version> version = m_storage.configurationVersion(bundle);
+        const bool isFirstLook = !m_knownDocuments.contains(vm.id());
+        if (isFirstLook || m_knownDocuments.value(vm.id()) != version) {
+            VMConfiguration configuration = stored(m_storage.loadConfiguration(bundle));
+            if (configuration.id != vm.id())
+                return;
+            configuration.storageDirectory = bundle;
+            m_knownDocuments.insert(vm.id(), version);
+            if (!isFirstLook || configuration.modifiedAt != vm.configuration().modifiedAt)
+                vm.setConfiguration(configuration);
+        }
+        if (m_unsavedMetadata.contains(vm.id()))
+            return;
+        const VMPersistedMetadata metadata = m_storage.loadMetadata(bundle);
+        if (std::exchange(m_metadataByVMID[vm.id()], metadata) != metadata)
+            vm.setInstallationState(metadata.installationState);
+    } catch (const LocalizedError &) {
+        // A machine stays as it is known until its documents can be read again.
+    }
+}
+
 QCoro::Task<VirtualMachine *> VMManager::createVirtualMachine(VMConfiguration configuration)
 {
     configuration.backend = recommendedBackend(configuration.guestOS);
@@ -143,6 +228,7 @@ QCoro::Task<VirtualMachine *> VMManager::createVirtualMachine(VMConfiguration co
     m_storage.save(configuration, metadata);
 
     VirtualMachine *vm = makeVirtualMachine(configuration, metadata);
+    rememberDocument(*vm);
     m_virtualMachines.append(vm);
     Q_EMIT virtualMachinesChanged();
     const QString message =
@@ -168,10 +254,24 @@ void VMManager::avoidKnownVNCPorts(VMConfiguration &configuration) const
 
 void VMManager::saveConfiguration(VirtualMachine &vm)
 {
+    const std::optional<FileManager::Version> version =
+        m_storage.configurationVersion(vm.configuration().storageDirectory);
+    if (version && m_knownDocuments.value(vm.id(), version) != version) {
+        throw KelvoError::internalError(
+            tr("Another application has changed “%1”. Nothing was saved; open the "
+               "settings again to see what they are now.")
+                .arg(vm.name()));
+    }
     std::optional<VMPersistedMetadata> metadata;
     if (const auto found = m_metadataByVMID.constFind(vm.id()); found != m_metadataByVMID.constEnd())
         metadata = *found;
     m_storage.save(vm.configuration(), metadata);
+    rememberDocument(vm);
+}
+
+void VMManager::rememberDocument(const VirtualMachine &vm)
+{
+    m_knownDocuments.insert(vm.id(), m_storage.configurationVersion(vm.configuration().storageDirectory));
 }
 
 void VMManager::refreshDiskUsage(VirtualMachine &vm)
@@ -213,7 +313,9 @@ void VMManager::updateMetadata(const VirtualMachine &vm,
 {
     VMPersistedMetadata &metadata = m_metadataByVMID[vm.id()];
     change(metadata);
+    m_unsavedMetadata.insert(vm.id());
     m_storage.saveMetadata(metadata, vm.configuration());
+    m_unsavedMetadata.remove(vm.id());
 }
 
 void VMManager::setActive(VMBackendController *controller, const std::optional<QUuid> &id)

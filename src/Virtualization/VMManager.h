@@ -10,8 +10,10 @@
 #include <QCoroTask>
 #include <QHash>
 #include <QObject>
+#include <QSet>
 
 #include <functional>
+#include <future>
 #include <map>
 #include <memory>
 
@@ -55,16 +57,26 @@ public:
         return m_qemuDependencyService;
     }
 
+    /// Begins to read the root in a thread; the next loadVirtualMachines() waits for what it finds.
+    void readAhead();
     /// Replaces the list with what is on disk; a failure is logged and the list stays.
     QCoro::Task<> loadVirtualMachines();
     /// The listed machine of a bundle folder. One that lies outside the root is appended for this run, as a
     /// machine of the place where it was found. Throws VMStorageError, PlatformError, or KelvoError for a
     /// copy of a listed machine.
     VirtualMachine *openBundle(const QUrl &bundle);
+    /// Appends what another application has made in the root since it was last looked at. Where only a copy
+    /// of a listed machine is new, it waits for loadVirtualMachines().
+    void listNewBundles();
+    /// Takes over what another application has saved in the bundle since it was read, unless the machine is
+    /// in use; what cannot be read changes nothing.
+    void takeOverChanges(VirtualMachine &vm);
     /// Makes the files and appends the machine. The backend is the guest's recommended one; an identifier
     /// whose VNC port a known machine has is exchanged for one with a free port, as long as there is one.
     /// Documents that are already in the folder are overwritten.
     QCoro::Task<VirtualMachine *> createVirtualMachine(VMConfiguration configuration);
+    /// Throws KelvoError, and writes nothing, when another application has saved the machine since
+    /// takeOverChanges().
     void saveConfiguration(VirtualMachine &vm);
     void refreshDiskUsage(VirtualMachine &vm);
     /// Made on first use and kept, also when the machine's backend changes later.
@@ -85,20 +97,32 @@ public:
 
 Q_SIGNALS:
     void virtualMachinesChanged();
+    /// Any listed machine's; a connection to each machine would cost thousands of them a megabyte.
+    void machineStateChanged(VirtualMachine *vm);
     void activeVMIDChanged();
 
 private:
     class Operation;
+    struct Library
+    {
+        std::optional<FileManager::Version> root; ///< before anything was read
+        QList<VMConfiguration> configurations;
+    };
     using ControllerOperation = QCoro::Task<> (VMBackendController::*)();
 
     [[nodiscard]] QCoro::Task<> performOnController(VirtualMachine *vm, ControllerOperation operation);
 
     [[nodiscard]] QCoro::Task<> bootInstaller(VMConfiguration configuration, QUrl image,
                                               VMBackendController &backend);
+    void setState(VirtualMachine *vm, VMState state);
+    void recordFailure(VirtualMachine *vm);
     void updateMetadata(const VirtualMachine &vm, const std::function<void(VMPersistedMetadata &)> &change);
     void setActive(VMBackendController *controller, const std::optional<QUuid> &id);
     void avoidKnownVNCPorts(VMConfiguration &configuration) const;
-    [[nodiscard]] VirtualMachine *makeStoredMachine(VMConfiguration configuration);
+    [[nodiscard]] static Library read(const VMStorage &storage);
+    void rememberDocument(const VirtualMachine &vm);
+    [[nodiscard]] static VMConfiguration stored(VMConfiguration configuration);
+    [[nodiscard]] VirtualMachine *makeStoredMachine(const VMConfiguration &configuration);
     [[nodiscard]] VirtualMachine *makeVirtualMachine(const VMConfiguration &configuration,
                                                      const VMPersistedMetadata &metadata);
 
@@ -111,6 +135,11 @@ private:
     QList<VirtualMachine *> m_virtualMachines;
     std::map<QUuid, std::unique_ptr<VMBackendController>> m_controllers;
     QHash<QUuid, VMPersistedMetadata> m_metadataByVMID;
+    QSet<QUuid> m_unsavedMetadata; ///< newer in the table than on disk
+    QHash<QUuid, std::optional<FileManager::Version>>
+        m_knownDocuments; ///< those read or written since the load
+    std::optional<FileManager::Version> m_knownRoot;
+    std::future<Library> m_readAhead;
     VMBackendController *m_activeController = nullptr;
     std::optional<QUuid> m_activeVMID;
 };

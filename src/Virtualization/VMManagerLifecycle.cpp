@@ -36,14 +36,6 @@ private:
 
 namespace {
 
-void recordFailure(VirtualMachine *vm)
-{
-    if (vm == nullptr)
-        return;
-    vm->setState(VMState::error);
-    vm->setLastError(currentExceptionDescription());
-}
-
 QDateTime now()
 {
     return QDateTime::currentDateTimeUtc();
@@ -51,9 +43,26 @@ QDateTime now()
 
 } // namespace
 
+void VMManager::setState(VirtualMachine *vm, VMState state)
+{
+    if (vm->state() == state)
+        return;
+    vm->setState(state);
+    Q_EMIT machineStateChanged(vm);
+}
+
+/// Of the exception that is being handled.
+void VMManager::recordFailure(VirtualMachine *vm)
+{
+    const QString description = currentExceptionDescription();
+    setState(vm, VMState::error);
+    vm->setLastError(description);
+}
+
 QCoro::Task<> VMManager::start(VirtualMachine *vm, std::optional<QUrl> attachISO)
 {
     Operation::refuseWhileBusy(*vm);
+    takeOverChanges(*vm);
     if (vm->installationState() != VMInstallationState::completed && attachISO)
         throw KelvoError::configurationInvalid(u"Use Install to boot from installation media."_s);
     validateBackendAvailability(vm->configuration());
@@ -62,7 +71,7 @@ QCoro::Task<> VMManager::start(VirtualMachine *vm, std::optional<QUrl> attachISO
     const QPointer<VirtualMachine> machine(vm);
     const Operation operation(vm);
     VMBackendController &backend = controller(*vm);
-    vm->setState(VMState::starting);
+    setState(vm, VMState::starting);
     vm->setLastError(std::nullopt);
     try {
         backend.configure(vm->configuration(), VMBuildMode::normalBoot, attachISO);
@@ -70,11 +79,12 @@ QCoro::Task<> VMManager::start(VirtualMachine *vm, std::optional<QUrl> attachISO
         co_await start;
         if (!self || !machine)
             co_return;
-        machine->setState(backend.state());
+        setState(machine, backend.state());
         setActive(&backend, machine->id());
         updateMetadata(*machine, [](VMPersistedMetadata &metadata) { metadata.lastBootedAt = now(); });
     } catch (...) {
-        recordFailure(machine);
+        if (self && machine)
+            recordFailure(machine);
         throw;
     }
 }
@@ -86,17 +96,18 @@ QCoro::Task<> VMManager::stop(VirtualMachine *vm)
     const QPointer<VirtualMachine> machine(vm);
     const Operation operation(vm);
     VMBackendController &backend = controller(*vm);
-    vm->setState(VMState::stopping);
+    setState(vm, VMState::stopping);
     try {
         const QCoro::Task<> stop = backend.stop();
         co_await stop;
     } catch (...) {
-        recordFailure(machine);
+        if (self && machine)
+            recordFailure(machine);
         throw;
     }
     if (!self || !machine)
         co_return;
-    machine->setState(backend.state());
+    setState(machine, backend.state());
     if (m_activeVMID == machine->id())
         setActive(nullptr, std::nullopt);
 }
@@ -121,12 +132,13 @@ QCoro::Task<> VMManager::performOnController(VirtualMachine *vm, ControllerOpera
     const QCoro::Task<> task = (backend.*operation)();
     co_await task;
     if (self && machine)
-        machine->setState(backend.state());
+        setState(machine, backend.state());
 }
 
 QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUrl> isoURL)
 {
     Operation::refuseWhileBusy(*vm);
+    takeOverChanges(*vm);
     if (vm->installationState() == VMInstallationState::completed)
         throw KelvoError::configurationInvalid(u"This virtual machine is already installed."_s);
     validateBackendAvailability(vm->configuration());
@@ -136,7 +148,7 @@ QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUr
     const Operation operation(vm);
     const QUrl image = m_installer.resolveISO(vm->configuration(), isoURL);
     VMBackendController &backend = controller(*vm);
-    vm->setState(VMState::starting);
+    setState(vm, VMState::starting);
     vm->setLastError(std::nullopt);
     vm->setInstallationState(VMInstallationState::inProgress);
     try {
@@ -144,7 +156,7 @@ QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUr
         co_await installation;
         if (!self || !machine)
             co_return;
-        machine->setState(backend.state());
+        setState(machine, backend.state());
         setActive(&backend, machine->id());
         updateMetadata(*machine, [](VMPersistedMetadata &metadata) {
             metadata.installationState = VMInstallationState::inProgress;
@@ -191,6 +203,6 @@ void VMManager::refreshStates()
         const bool mayHaveEnded = vm->state() == VMState::running || vm->state() == VMState::paused;
         const auto found = m_controllers.find(vm->id());
         if (mayHaveEnded && !vm->operationInProgress() && found != m_controllers.end())
-            vm->setState(found->second->state());
+            setState(vm, found->second->state());
     }
 }

@@ -27,6 +27,8 @@ private Q_SLOTS:
     void newMachinesGetPortsOfTheirOwn();
     void controllersAreMadeOnce();
     void savingKeepsTheMetadata();
+    void listsWhatAnotherApplicationMakes();
+    void keepsWhatAnotherApplicationSaves();
 
 private:
     [[nodiscard]] static VMConfiguration
@@ -222,6 +224,97 @@ void VMManagerTest::savingKeepsTheMetadata()
     const VMStorage &storage = host.collaborators(makeController).storage;
     QCOMPARE(storage.loadConfiguration(renamed.storageDirectory).name, u"new name"_s);
     QCOMPARE(storage.loadMetadata(renamed.storageDirectory).installationState, VMInstallationState::ready);
+}
+
+void VMManagerTest::listsWhatAnotherApplicationMakes()
+{
+    TemporaryHost host;
+    host.installTools();
+    VMManager ours(host.collaborators(makeController));
+    VMManager theirs(host.collaborators(makeController));
+    VirtualMachine *own = finish(ours.createVirtualMachine(make(host, u"own"_s)));
+    finish(theirs.loadVirtualMachines());
+    const QSignalSpy changed(&ours, &VMManager::virtualMachinesChanged);
+    ours.listNewBundles();
+    QCOMPARE(changed.count(), 0);
+
+    QDir(host.path(u"Virtual Machines"_s)).mkdir(u"half.vm"_s); // its document comes later
+    (void)finish(theirs.createVirtualMachine(make(host, u"b"_s)));
+    (void)finish(theirs.createVirtualMachine(make(host, u"a"_s)));
+    host.write(u"Virtual Machines/copy.vm/config.json"_s,
+               host.read(u"Virtual Machines/own.vm/config.json"_s));
+    ours.listNewBundles();
+    QCOMPARE(changed.count(), 1);
+    QStringList names;
+    for (const VirtualMachine *vm : ours.virtualMachines())
+        names.append(vm->name());
+    QCOMPARE(names, QStringList({u"own"_s, u"a"_s, u"b"_s}));
+    QCOMPARE(ours.virtualMachines().first(), own); // the objects stay
+
+    const VMConfiguration late = make(host, u"half"_s);
+    host.collaborators(makeController).storage.save(late, std::nullopt);
+    ours.listNewBundles();
+    QCOMPARE(ours.virtualMachines().size(), 4);
+    QDir(host.path(u"Virtual Machines"_s)).removeRecursively();
+    ours.listNewBundles();
+    QCOMPARE(ours.virtualMachines().size(), 4);
+    QVERIFY(!QFile::exists(host.path(u"Virtual Machines"_s)));
+}
+
+void VMManagerTest::keepsWhatAnotherApplicationSaves()
+{
+    TemporaryHost host;
+    host.installTools();
+    VMManager ours(host.collaborators(makeController));
+    VMManager theirs(host.collaborators(makeController));
+    VMConfiguration configuration = make(host, u"a"_s);
+    configuration.installationMediaPath = host.path(u"x.iso"_s);
+    host.write(u"x.iso"_s, "image");
+    VirtualMachine *vm = finish(ours.createVirtualMachine(configuration));
+    finish(theirs.loadVirtualMachines());
+    VirtualMachine *same = theirs.virtualMachines().constFirst();
+    const auto edit = [](VMManager &manager, VirtualMachine *machine, auto field, const auto &value) {
+        VMConfiguration edited = machine->configuration();
+        edited.*field = value;
+        machine->setConfiguration(edited);
+        return errorTextOf([&] { manager.saveConfiguration(*machine); });
+    };
+
+    QTest::qSleep(1001); // the time in a document is one of whole seconds
+    // Whoever looks before an edit builds upon the other's.
+    QCOMPARE(edit(ours, vm, &VMConfiguration::cpuCount, 2), QString());
+    theirs.takeOverChanges(*same);
+    QCOMPARE(edit(theirs, same, &VMConfiguration::memorySizeBytes, quint64(4) << 30), QString());
+    ours.takeOverChanges(*vm);
+    QCOMPARE(vm->configuration().cpuCount, 2);
+    QCOMPARE(vm->configuration().memorySizeBytes, quint64(4) << 30);
+
+    // Both look, then both edit: the second one is told.
+    theirs.takeOverChanges(*same);
+    QCOMPARE(edit(theirs, same, &VMConfiguration::name, u"theirs"_s), QString());
+    QCOMPARE(
+        edit(ours, vm, &VMConfiguration::name, u"ours"_s),
+        u"Another application has changed “ours”. Nothing was saved; open the settings again to see what "
+        "they are now."_s);
+    const VMStorage storage = host.collaborators(makeController).storage;
+    QCOMPARE(storage.loadConfiguration(configuration.storageDirectory).name, u"theirs"_s);
+    ours.takeOverChanges(*vm);
+    QCOMPARE(vm->name(), u"theirs"_s);
+    QCOMPARE(edit(ours, vm, &VMConfiguration::name, u"ours"_s), QString());
+
+    // A start goes by the newest documents, and does not undo what was recorded in them.
+    theirs.completeInstallation(*same);
+    finish(ours.start(vm));
+    QCOMPARE(vm->installationState(), VMInstallationState::completed);
+    QCOMPARE(storage.loadMetadata(configuration.storageDirectory).installationState,
+             VMInstallationState::completed);
+    QCOMPARE(edit(theirs, same, &VMConfiguration::cpuCount, 4),
+             u"Another application has changed “theirs”. "
+             "Nothing was saved; open the settings again to see what they are now."_s);
+    theirs.takeOverChanges(*same);
+    QCOMPARE(edit(theirs, same, &VMConfiguration::cpuCount, 4), QString());
+    ours.takeOverChanges(*vm); // it runs: what it runs with stays
+    QCOMPARE(vm->configuration().cpuCount, 2);
 }
 
 KELVO_TEST_MAIN(VMManagerTest)

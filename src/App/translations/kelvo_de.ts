@@ -844,6 +844,10 @@
         <source>“%1” is a copy of the virtual machine in “%2”.</source>
         <translation>„%1“ ist eine Kopie der virtuellen Maschine in „%2“.</translation>
     </message>
+    <message>
+        <source>Another application has changed “%1”. Nothing was saved; open the settings again to see what they are now.</source>
+        <translation>Ein anderes Programm hat „%1“ geändert. Es wurde nichts gespeichert; nach erneutem Öffnen der Einstellungen steht da, wie sie jetzt sind.</translation>
+    </message>
 </context>
 <context>
     <name>VMNetworkMode</name>
