@@ -10,6 +10,7 @@
 
 #include "App/PromptDrawing.h"
 #include "Platform/LocalizedError.h"
+#include "Platform/ProcessMemory.h"
 
 #include <QGuiApplication>
 #include <QJsonDocument>
@@ -59,6 +60,8 @@ int main(int argc, char *argv[])
     const QByteArrayView wanted = argc > 1 ? argv[1] : "";
     const bool hasWindow = wanted == "console" || wanted == "display" || wanted == "ui-window";
     drawPromptly();
+    if (argc > 2 && QByteArrayView(argv[2]) == "shipped") // as the application does
+        ProcessMemory::useFewHeaps();
     const std::unique_ptr<QCoreApplication> application =
         hasWindow ? std::make_unique<QGuiApplication>(argc, argv)
                   : std::make_unique<QCoreApplication>(argc, argv);

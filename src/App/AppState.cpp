@@ -26,16 +26,15 @@ AppState::AppState(std::unique_ptr<VMManager> vmManager, QObject *parent)
 {
     m_stateRefreshTimer.setInterval(stateRefreshInterval);
     m_stateRefreshTimer.callOnTimeout(m_vmManager.get(), &VMManager::refreshStates);
-    connect(m_vmManager.get(), &VMManager::virtualMachinesChanged, this, &AppState::observeMachines);
-    observeMachines();
+    connect(m_vmManager.get(), &VMManager::virtualMachinesChanged, this, &AppState::followMachines);
+    connect(m_vmManager.get(), &VMManager::machineStateChanged, this, &AppState::followMachines);
+    followMachines();
 }
 
 AppState::~AppState()
 {
     // A manager that goes ends what it is still doing, and that changes its machines.
     disconnect(m_vmManager.get(), nullptr, this, nullptr);
-    for (const VirtualMachine *vm : m_vmManager->virtualMachines())
-        disconnect(vm, nullptr, this, nullptr);
     m_stateRefreshTimer.stop();
     m_vmManager.reset();
 }
@@ -234,15 +233,7 @@ QCoro::Task<> AppState::operation(VirtualMachine *vm, VMCommand command)
     Q_UNREACHABLE();
 }
 
-void AppState::observeMachines()
-{
-    for (const VirtualMachine *vm : m_vmManager->virtualMachines())
-        connect(vm, &VirtualMachine::stateChanged, this, &AppState::machineStateChanged,
-                Qt::UniqueConnection);
-    machineStateChanged();
-}
-
-void AppState::machineStateChanged()
+void AppState::followMachines()
 {
     const bool anyRuns = std::ranges::any_of(m_vmManager->virtualMachines(), runsOrIsPaused);
     if (anyRuns && !m_stateRefreshTimer.isActive())

@@ -118,8 +118,7 @@ private:
     [[nodiscard]] QCoro::Task<> run(QPointer<VirtualMachine> vm, VMCommand command,
                                     AfterSuccess afterSuccess);
     [[nodiscard]] QCoro::Task<> operation(VirtualMachine *vm, VMCommand command);
-    void observeMachines();
-    void machineStateChanged();
+    void followMachines();
     void updateDerivedState();
 
     std::unique_ptr<VMManager> m_vmManager;

@@ -1,7 +1,8 @@
 #include "App/KelvoApp.h"
 
 #include "Platform/Desktop/WindowActivation.h"
-#include "UI/Components/SymbolCatalogue.h"
+#include "Platform/ProcessMemory.h"
+#include "UI/Components/SymbolItem.h"
 #include "UI/QmlTypes.h"
 #include "Virtualization/VMManager.h"
 
@@ -11,30 +12,29 @@
 #include <QQmlComponent>
 #include <QQmlIncubationController>
 #include <QQuickWindow>
+#include <QThreadPool>
+#include <QTimer>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int incubationLimit = 1000; // milliseconds
+constexpr int incubationLimit = 1000;                 // milliseconds
+constexpr std::chrono::milliseconds startUpTime{250}; ///< until the window is complete
 
 QUrl viewFile(const QString &type)
 {
     return QUrl(u"qrc:/qt-project.org/imports/Kelvo/UI/"_s + type + u".qml"_s);
 }
 
-/// Wakes what is needed for the first picture and takes long to come up: fonts and icon themes.
-void prepareDrawing()
+/// Wakes the font database, which takes long to come up. Any thread.
+void wakeFonts(const QString &family)
 {
-    for (const QFont::Weight weight : {QFont::Normal, QFont::Medium, QFont::DemiBold}) {
-        QFont font = QGuiApplication::font();
-        font.setWeight(weight);
-        (void)QFontInfo(font).pixelSize();
-    }
-    (void)SymbolCatalogue::icon(u"plus"_s).pixmap(16);
+    (void)QFontInfo(QFont(family)).pixelSize();
 }
 
 } // namespace
@@ -51,6 +51,10 @@ KelvoApp::KelvoApp(std::unique_ptr<AppState> state, const QString &windowFile, Q
             Qt::QueuedConnection);
     // The session's end has asked already, and does not wait for people.
     connect(qGuiApp, &QGuiApplication::commitDataRequest, this, &KelvoApp::endWithTheSession);
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState activity) {
+        if (activity == Qt::ApplicationActive && m_state->isLoaded())
+            m_state->vmManager()->listNewBundles();
+    });
     connect(m_state.get(), &AppState::consoleRequested, this, &KelvoApp::showConsole);
     connect(m_state.get(), &AppState::showingConsoleChanged, this, &KelvoApp::handleConsoleRequest);
     connect(m_state.get(), &AppState::showingAppSettingsChanged, this, &KelvoApp::handleSettingsRequest);
@@ -70,14 +74,18 @@ KelvoApp::~KelvoApp()
 
 bool KelvoApp::start()
 {
-    // A thread of the engine begins with the window's types, while this one does the rest.
-    const QQmlComponent ahead(&m_engine, viewFile(u"MainWindow"_s), QQmlComponent::Asynchronous);
+    // Four threads at once: the library, the fonts, the window's types, and this one, which the thread of the
+    // types asks about each module.
+    m_state->vmManager()->readAhead();
+    QThreadPool::globalInstance()->start([family = QGuiApplication::font().family()] { wakeFonts(family); });
+    const QQmlComponent types(&m_engine, viewFile(u"MainWindow"_s));
     m_state->load();
-    prepareDrawing();
     m_mainWindow = makeWindow(u"MainWindow"_s, u"Main"_s);
     if (!m_mainWindow)
         return false;
+    SymbolItem::waitForFirstFrame(*m_mainWindow);
     m_engine.setIncubationController(m_mainWindow->incubationController()); // between its frames
+    QTimer::singleShot(startUpTime, this, &ProcessMemory::returnUnused);
     raise(m_mainWindow);
     return true;
 }

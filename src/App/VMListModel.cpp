@@ -56,7 +56,7 @@ int VMListModel::rowOf(VirtualMachine *vm) const
 
 VirtualMachine *VMListModel::machineAt(int row) const
 {
-    return row >= 0 && row < count() ? m_rows.at(row).vm.data() : nullptr;
+    return row >= 0 && row < count() ? m_rows.at(row).vm : nullptr;
 }
 
 QList<VMListModel::Row> VMListModel::rowsFor(const QList<VirtualMachine *> &machines)
@@ -119,6 +119,7 @@ void VMListModel::removeUnlisted(const QList<Row> &wanted)
 void VMListModel::insertRun(int row, const QList<Row> &run)
 {
     beginInsertRows({}, row, row + static_cast<int>(run.size()) - 1);
+    m_rows.reserve(m_rows.size() + run.size());
     m_rows.insert(row, run.size(), Row());
     std::ranges::copy(run, m_rows.begin() + row);
     endInsertRows();

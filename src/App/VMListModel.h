@@ -59,7 +59,7 @@ private:
     struct Row
     {
         Key key;
-        QPointer<VirtualMachine> vm;
+        VirtualMachine *vm = nullptr; ///< the source tells before it goes
     };
 
     [[nodiscard]] static QList<Row> rowsFor(const QList<VirtualMachine *> &machines);

@@ -47,7 +47,7 @@ Item {
         bottomMargin: root.padding - root.columns.spacing
         cellWidth: root.columns.columnWidth + root.columns.spacing
         cellHeight: cardHeight + root.columns.spacing
-        cacheBuffer: 400
+        cacheBuffer: 120 // a notch of the wheel
         reuseItems: true
         activeFocusOnTab: true
         keyNavigationEnabled: true

@@ -35,6 +35,13 @@ public:
         return finish(state->vmManager()->createVirtualMachine(configuration));
     }
 
+    /// As the manager does it.
+    void setState(VirtualMachine *vm, VMState newState) const
+    {
+        vm->setState(newState);
+        Q_EMIT state->vmManager()->machineStateChanged(vm);
+    }
+
     [[nodiscard]] FakeController *controllerOf(const VirtualMachine *vm) const
     {
         return dynamic_cast<FakeController *>(&state->vmManager()->controller(*vm));

@@ -69,9 +69,9 @@ void AppStateTest::propertiesNotifyOnRealChangesOnly()
     state.select(vm);
     state.setSelectedVMID(vm->id());
     QCOMPARE(selection.count(), 1);
-    vm->setState(VMState::running);
+    stage.setState(vm, VMState::running);
     QCOMPARE(list.count(), 1);
-    vm->setState(VMState::paused);
+    stage.setState(vm, VMState::paused);
     QCOMPARE(list.count(), 1);
 
     state.setErrorMessage(u"x"_s);
@@ -87,11 +87,11 @@ void AppStateTest::runningSectionFollowsTheMachines()
     VirtualMachine *second = stage.add(u"second"_s);
     stage.state->setSelectedSection(SidebarSection::running);
     QVERIFY(stage.state->filteredVirtualMachines().isEmpty());
-    second->setState(VMState::running);
-    first->setState(VMState::paused);
+    stage.setState(second, VMState::running);
+    stage.setState(first, VMState::paused);
     QCOMPARE(stage.state->filteredVirtualMachines(), QList({first, second}));
     for (const VMState state : {VMState::stopping, VMState::poweredOff, VMState::error, VMState::starting}) {
-        second->setState(state);
+        stage.setState(second, state);
         QCOMPARE(stage.state->filteredVirtualMachines(), QList({first}));
     }
     stage.state->setSelectedSection(SidebarSection::downloads);
@@ -105,18 +105,18 @@ void AppStateTest::machineIsAtWorkUnlessItStandsStill()
     VirtualMachine *second = stage.add(u"second"_s);
     const QSignalSpy atWork(stage.state.get(), &AppState::machineAtWorkChanged);
     for (const VMState state : {VMState::starting, VMState::running, VMState::stopping})
-        first->setState(state);
-    second->setState(VMState::running);
-    first->setState(VMState::error);
+        stage.setState(first, state);
+    stage.setState(second, VMState::running);
+    stage.setState(first, VMState::error);
     QCOMPARE(atWork.count(), 1);
     QVERIFY(stage.state->isMachineAtWork());
-    second->setState(VMState::paused);
+    stage.setState(second, VMState::paused);
     QCOMPARE(atWork.count(), 2);
     QVERIFY(!stage.state->isMachineAtWork());
     QVERIFY(stage.state->quitNotice().contains(u"“second”"_s)); // it outlives the application all the same
-    first->setState(VMState::running);
+    stage.setState(first, VMState::running);
     QVERIFY(stage.state->quitNotice().contains(u"2 virtual machines"_s));
-    second->setState(VMState::poweredOff);
+    stage.setState(second, VMState::poweredOff);
     QDir(FileUrl::path(first->configuration().storageDirectory)).removeRecursively();
     stage.state->load();
     QVERIFY(!stage.state->isMachineAtWork());
@@ -206,11 +206,11 @@ void AppStateTest::finishingARunningInstallationFails()
 {
     AppStage stage;
     VirtualMachine *vm = stage.add(u"a"_s, u"/x.iso"_s);
-    vm->setState(VMState::paused);
+    stage.setState(vm, VMState::paused);
     stage.state->finishInstallation(vm);
     QCOMPARE(stage.state->errorMessage(), u"Virtual machine configuration is invalid. Stop the virtual "
                                           "machine before marking installation complete."_s);
-    vm->setState(VMState::poweredOff);
+    stage.setState(vm, VMState::poweredOff);
     stage.state->finishInstallation(vm);
     QCOMPARE(vm->installationState(), VMInstallationState::completed);
 }

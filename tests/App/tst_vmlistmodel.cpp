@@ -92,15 +92,15 @@ void VMListModelTest::sectionsAddAndTakeRows()
     model.setSource(stage.state.get());
     ModelSpy spy(model);
 
-    machines.at(1)->setState(VMState::running);
-    machines.at(3)->setState(VMState::paused);
+    stage.setState(machines.at(1), VMState::running);
+    stage.setState(machines.at(3), VMState::paused);
     QCOMPARE(spy.take(), u"0 0 0 0 0"_s);
     stage.state->setSelectedSection(SidebarSection::running);
     QCOMPARE(namesIn(model), QStringList({u"b"_s, u"d"_s}));
     QCOMPARE(spy.take(), u"0 3 0 0 0"_s);
-    machines.at(2)->setState(VMState::running);
+    stage.setState(machines.at(2), VMState::running);
     QCOMPARE(namesIn(model), QStringList({u"b"_s, u"c"_s, u"d"_s}));
-    machines.at(1)->setState(VMState::poweredOff);
+    stage.setState(machines.at(1), VMState::poweredOff);
     QCOMPARE(namesIn(model), QStringList({u"c"_s, u"d"_s}));
     QCOMPARE(spy.take(), u"1 1 0 0 0"_s);
     stage.state->setSelectedSection(SidebarSection::virtualMachines);
@@ -176,7 +176,7 @@ void VMListModelTest::largeListsChangeInRuns()
     VMListModel model;
     model.setSource(stage.state.get());
     ModelSpy spy(model);
-    model.machineAt(500)->setState(VMState::running);
+    stage.setState(model.machineAt(500), VMState::running);
     stage.state->setSelectedSection(SidebarSection::running);
     QCOMPARE(spy.take(), u"0 2 0 0 0"_s);
     stage.state->setSelectedSection(SidebarSection::virtualMachines);

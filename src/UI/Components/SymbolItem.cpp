@@ -98,8 +98,28 @@ QImage SymbolItem::picture(const QString &name, int size, int extent, const QCol
     return image;
 }
 
+void SymbolItem::waitForFirstFrame(QQuickWindow &window)
+{
+    awaited() = &window;
+    // Frames are told by the render thread where there is one.
+    connect(
+        &window, &QQuickWindow::frameSwapped, &window, [] { awaited().clear(); },
+        Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+}
+
+QPointer<QQuickWindow> &SymbolItem::awaited()
+{
+    static QPointer<QQuickWindow> window;
+    return window;
+}
+
 void SymbolItem::updatePolish()
 {
+    if (awaited()) {
+        connect(awaited(), &QQuickWindow::frameSwapped, this, &SymbolItem::polish,
+                Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+        return;
+    }
     const qreal scale = window() ? window()->effectiveDevicePixelRatio() : 1;
     m_picture = m_name.isEmpty() ? QImage() : picture(m_name, m_size, qRound(m_size * scale), m_color);
     m_isPictureNew = true;

@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QImage>
+#include <QPointer>
 #include <QQuickItem>
 #include <QtQml/qqmlregistration.h>
 
@@ -31,6 +32,9 @@ public:
     /// thread.
     [[nodiscard]] static QImage picture(const QString &name, int size, int extent, const QColor &color);
 
+    /// Symbols come with the frame after the first one of `window`: icon themes take their time to come up.
+    static void waitForFirstFrame(QQuickWindow &window);
+
 Q_SIGNALS:
     void nameChanged();
     void sizeChanged();
@@ -42,6 +46,7 @@ protected:
     void itemChange(ItemChange change, const ItemChangeData &data) override;
 
 private:
+    [[nodiscard]] static QPointer<QQuickWindow> &awaited();
     void useSize(int size);
     void followTextSize();
 
