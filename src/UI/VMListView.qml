@@ -38,6 +38,7 @@ Item {
 
         anchors.fill: parent
         visible: count > 0
+        clip: true
         model: root.machines
         readonly property real sideMargin: Math.floor((width - root.columns.columns * cellWidth + root.columns.spacing) / 2)
 

@@ -83,6 +83,7 @@ private Q_SLOTS:
     void cardsAreSelectedAndCommanded();
     void cardsHoldTheirButtonsWithLargeText();
     void arrowsMoveTheSelection();
+    void scrolledCardsStayInTheList();
     void quittingAsksWhileAMachineRuns();
     void lastWindowAsksAsWell();
     void sizesAreRememberedWithinTheScreen();
@@ -323,6 +324,27 @@ void WindowsTest::arrowsMoveTheSelection()
     QTRY_COMPARE(m_app->state().selectedVM(), machines.at(0));
     QTest::keyClick(mainWindow(), Qt::Key_Return);
     QTRY_VERIFY(m_app->consoleWindow(machines.at(0)->id()));
+}
+
+void WindowsTest::scrolledCardsStayInTheList()
+{
+    QQuickItem *card = nullptr;
+    QTRY_VERIFY((card = findItem(mainWindow()->contentItem(), u"first"_s)));
+    QQuickItem *grid = card;
+    while (grid && !grid->inherits("QQuickGridView"))
+        grid = grid->parentItem();
+    QVERIFY(grid);
+    const int top = qFloor(grid->mapToScene({}).y());
+    const auto picture = [&](int from, int to) {
+        return mainWindow()->grabWindow().copy(0, from, mainWindow()->width(), to - from);
+    };
+    QVERIFY(top > 0);
+    QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"Console"_s)); // the card is complete
+    const QImage header = picture(0, top);
+    const QImage list = picture(top, mainWindow()->height());
+    grid->setProperty("contentY", grid->property("contentY").toReal() + card->parentItem()->height() / 2);
+    QVERIFY(picture(top, mainWindow()->height()) != list);
+    QCOMPARE(picture(0, top), header);
 }
 
 void WindowsTest::quittingAsksWhileAMachineRuns()
