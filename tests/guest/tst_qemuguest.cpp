@@ -33,6 +33,7 @@ private Q_SLOTS:
     void cleansUpAfterAKilledEmulator();
     void startsAgainAfterTheTPMWasLeftAlone();
     void saysWhyTheEmulatorDidNotStart();
+    void oneDiskImageServesOneMachine();
 };
 
 namespace {
@@ -239,6 +240,30 @@ void TestQEMUGuest::saysWhyTheEmulatorDidNotStart()
     QTRY_COMPARE(controller->state(), VMState::poweredOff);
     QCOMPARE(ProcessCensus::take().children, before.children);
     QVERIFY(!machine.hasSockets());
+}
+
+void TestQEMUGuest::oneDiskImageServesOneMachine()
+{
+    const Machine first(u"First"_s);
+    const Machine second(u"Second"_s);
+    QVERIFY(QFile::remove(second.diskPath()));
+    const QByteArray path = QFile::encodeName(first.diskPath());
+    QCOMPARE(::link(path.constData(), QFile::encodeName(second.diskPath()).constData()), 0);
+    const auto controller = makeController();
+    QVERIFY2(first.start(*controller).isNull(), qPrintable(log()));
+    const ProcessCensus before = ProcessCensus::take();
+
+    const auto other = makeController();
+    QCOMPARE(second.start(*other), u"Timed out waiting for the VM display."_s);
+    QVERIFY2(log().contains(u"Failed to get \"write\" lock"_s), qPrintable(log()));
+    QTRY_COMPARE(other->state(), VMState::poweredOff);
+    QCOMPARE(ProcessCensus::take().children, before.children);
+    QVERIFY(!second.hasSockets());
+    QCOMPARE(first.status(), u"running"_s);
+
+    QCOMPARE(QCoro::waitFor(outcomeOf(controller->stop())), QString());
+    QVERIFY2(second.start(*other).isNull(), qPrintable(log()));
+    QCOMPARE(QCoro::waitFor(outcomeOf(other->stop())), QString());
 }
 
 KELVO_TEST_MAIN(TestQEMUGuest)
