@@ -115,8 +115,8 @@ QPointer<QQuickWindow> &SymbolItem::awaited()
 
 void SymbolItem::updatePolish()
 {
-    if (awaited()) {
-        connect(awaited(), &QQuickWindow::frameSwapped, this, &SymbolItem::polish,
+    if (window() && window() == awaited()) {
+        connect(window(), &QQuickWindow::frameSwapped, this, &SymbolItem::polish,
                 Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
         return;
     }

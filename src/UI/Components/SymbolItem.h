@@ -32,7 +32,7 @@ public:
     /// thread.
     [[nodiscard]] static QImage picture(const QString &name, int size, int extent, const QColor &color);
 
-    /// Symbols come with the frame after the first one of `window`: icon themes take their time to come up.
+    /// The symbols of `window` come with its second frame: icon themes take their time to come up.
     static void waitForFirstFrame(QQuickWindow &window);
 
 Q_SIGNALS:
