@@ -50,10 +50,11 @@ function(kelvo_library name)
 endfunction()
 
 # kelvo_test(<name> SOURCES <files…> [LINKS <targets…>] [LABELS <labels…>] [TIMEOUT <seconds>] [LAUNCHER <command…>]
-#            [ALONE]): a Qt Test program that CTest runs with a home folder of its own and without a display. ALONE is for
-# tests that measure time or memory: no other test runs beside them.
+#            [ALONE] [TIMED]): a Qt Test program that CTest runs with a home folder of its own and without a display. ALONE:
+# no other test runs beside it. TIMED: with "-C timing" there is <name>-timing too, of that label, in which the program
+# also judges how long things took.
 function(kelvo_test name)
-    cmake_parse_arguments(arg "ALONE" "TIMEOUT" "SOURCES;LINKS;LABELS;LAUNCHER" ${ARGN})
+    cmake_parse_arguments(arg "ALONE;TIMED" "TIMEOUT" "SOURCES;LINKS;LABELS;LAUNCHER" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
     target_link_libraries(${name} PRIVATE Kelvo::TestSupport ${arg_LINKS})
@@ -73,6 +74,15 @@ function(kelvo_test name)
         # What the toolkit, which is not instrumented, does among its own threads tells nothing.
         set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
             "TSAN_OPTIONS=ignore_noninstrumented_modules=1:suppressions=${PROJECT_SOURCE_DIR}/tests/support/thread-sanitizer.txt")
+    endif()
+    if(arg_TIMED)
+        add_test(NAME ${name}-timing CONFIGURATIONS timing COMMAND ${arg_LAUNCHER} $<TARGET_FILE:${name}>)
+        get_property(environment TEST ${name} PROPERTY ENVIRONMENT)
+        set_tests_properties(${name}-timing PROPERTIES
+            TIMEOUT ${arg_TIMEOUT}
+            RUN_SERIAL TRUE
+            LABELS timing
+            ENVIRONMENT "${environment};KELVO_TIMING=1")
     endif()
 endfunction()
 

@@ -160,15 +160,14 @@ void TestDisplayChannel::readsNoFasterThanUpdatesAreUsed()
     QVERIFY(session.ready.wait() && flood.waitUntilStuck());
     QCOMPARE(session.ready.count(), 1);
 
-    EventLoopBeat beat;
+    const EventLoopBeat beat;
     for (int i = 0; i < 50; ++i) {
         const auto update = session.channel->takeUpdate();
         QVERIFY(update && update->changed.size() <= rfb::ScreenConversation::maxChangedAreas);
         session.channel->requestUpdate();
         QVERIFY(session.ready.wait());
     }
-    const auto pause = beat.longestPause();
-    QVERIFY2(pause < EventLoopBeat::unnoticed, qPrintable(QString::number(pause.count())));
+    QCOMPARE(beat.complaint(EventLoopBeat::unnoticed), QString());
 }
 
 void TestDisplayChannel::neverWaitsForAPeerThatDoesNotRead()
@@ -177,12 +176,12 @@ void TestDisplayChannel::neverWaitsForAPeerThatDoesNotRead()
     Session session;
     Flood flood(session, updateHeader(0).repeated(1000));
     QVERIFY(flood.waitUntilStuck());
-    EventLoopBeat beat;
+    const EventLoopBeat beat;
     int accepted = 0;
     while (session.channel->send(std::as_bytes(std::span("12345678"))))
         QVERIFY(++accepted <= 10'000);
     QTest::qWait(30);
-    QVERIFY(beat.longestPause() < EventLoopBeat::unnoticed);
+    QCOMPARE(beat.complaint(EventLoopBeat::unnoticed), QString());
 }
 
 void TestDisplayChannel::pokesWhileItIsWatched()
