@@ -110,12 +110,18 @@ class Element:
         if not self._ask(lambda: self._accessible.do_action(0), False):
             raise NotFound(f"\"{self.name}\" ({self.role}) has no action")
 
-    def point_at(self):
-        """With the mouse, at its middle."""
+    @property
+    def place(self):
+        """On the desktop, in pixels: x, y, width, height."""
         from gi.repository import Atspi
         place = self._ask(lambda: self._accessible.get_extents(Atspi.CoordType.SCREEN), None)
         if place is None:
-            raise NotFound(f"\"{self.name}\" has gone before the pointer came")
+            raise NotFound(f"\"{self.name}\" has gone before anybody could see where it was")
+        return place
+
+    def point_at(self):
+        """With the mouse, at its middle."""
+        place = self.place
         self._application.desktop.run(["xdotool", "mousemove", str(place.x + place.width // 2),
                                        str(place.y + place.height // 2)])
 

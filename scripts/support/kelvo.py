@@ -52,6 +52,13 @@ class Kelvo(Application):
         """The console's window with the name as its title, which must be open or about to be."""
         return self.window(name, timeout)
 
+    def screen_rows(self, name):
+        """The first row of the console's picture that is the guest's screen or a bar beside it, and the first one below."""
+        console = self.console(name)
+        screen = console.find("Guest screen").place
+        top = screen.y - console.place.y
+        return top, top + screen.height
+
     def wait_for_picture(self, name, shows, timeout, what):
         """A picture of the console once `shows(picture)` holds."""
         self.console(name).find("Guest screen", timeout=timeout)

@@ -9,12 +9,21 @@ from installer import BACKGROUND, DIALOG, SELECTION, TIMEOUT
 from stage import EMULATOR, check, run
 
 NAME = "Linux ARM64"
+BLACK = (0, 0, 0)
 
 
 def shows_installer(picture):
-    """On a screen of 1920x1080, of which the installer uses the upper part."""
-    return (picture.share(BACKGROUND, (0, 0.1, 1, 0.2)) > 0.9 and picture.share(DIALOG, (0.25, 0.35, 0.75, 0.7)) > 0.7
+    """On a screen of 1920x1080, between bars above and below."""
+    return (picture.share(BACKGROUND, (0, 0.15, 1, 0.25)) > 0.9 and picture.share(DIALOG, (0.25, 0.35, 0.75, 0.7)) > 0.7
             and selection(picture) is not None)
+
+
+def check_place(picture, top, bottom):
+    """Of the guest's screen, which is as wide as the window and in the middle of these rows."""
+    first = top + (bottom - top - picture.width * 1080 // 1920) // 2
+    bar, row = ((0, begin / picture.height, 1, end / picture.height) for begin, end in ((top, first), (first, first + 1)))
+    check(first > top and picture.share(BLACK, bar) == 1, f"the guest's screen begins above row {first}")
+    check(picture.share(BACKGROUND, row) == 1, f"the guest's screen begins below row {first}")
 
 
 def selection(picture):
@@ -31,7 +40,9 @@ def installer_is_operated(stage):
         console = kelvo.console(NAME, timeout=30)
         kelvo.wait_for_picture(NAME, shows_installer, TIMEOUT, "the installer's first screen in its colours")
         console.find("Guest screen").click()
-        before = selection(kelvo.wait_for_still_picture(NAME, 60))
+        picture = kelvo.wait_for_still_picture(NAME, 60)
+        check_place(picture, *kelvo.screen_rows(NAME))
+        before = selection(picture)
         kelvo.keys("Down", "Down", "Down")
         kelvo.wait_for_picture(NAME, lambda picture: (selection(picture) or 0) > before, 20, "the selection to move down")
         kelvo.keys("Up", "Up", "Up")

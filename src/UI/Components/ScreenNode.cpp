@@ -138,9 +138,10 @@ QImage asTranslucent(const QImage &image)
             release,           new QImage(image)};
 }
 
-/// A node for each tile on a black background.
+/// A node for each tile on a black background. It transforms nothing itself: below a plain node the software
+/// renderer gives tiles that are added later no transformation at all, and they lie at the window's corner.
 template<typename Tile>
-class TiledScreenNode : public QSGNode, public ScreenNode
+class TiledScreenNode : public QSGTransformNode, public ScreenNode
 {
 public:
     TiledScreenNode(QQuickWindow &window, const QSize &tileSize)
