@@ -50,11 +50,11 @@ function(kelvo_library name)
 endfunction()
 
 # kelvo_test(<name> SOURCES <files…> [LINKS <targets…>] [LABELS <labels…>] [TIMEOUT <seconds>] [LAUNCHER <command…>]
-#            [ALONE] [TIMED]): a Qt Test program that CTest runs with a home folder of its own and without a display. ALONE:
-# no other test runs beside it. TIMED: with "-C timing" there is <name>-timing too, of that label, in which the program
-# also judges how long things took.
+#            [ALONE] [TIMED] [SOAKED]): a Qt Test program that CTest runs with a home folder of its own and without a
+# display. ALONE: no other test runs beside it. TIMED: with "-C timing" there is <name>-timing too, of that label, in which
+# the program also judges how long things took. SOAKED: the same with "soak", many rounds and memory.
 function(kelvo_test name)
-    cmake_parse_arguments(arg "ALONE;TIMED" "TIMEOUT" "SOURCES;LINKS;LABELS;LAUNCHER" ${ARGN})
+    cmake_parse_arguments(arg "ALONE;TIMED;SOAKED" "TIMEOUT" "SOURCES;LINKS;LABELS;LAUNCHER" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
     target_link_libraries(${name} PRIVATE Kelvo::TestSupport ${arg_LINKS})
@@ -75,15 +75,23 @@ function(kelvo_test name)
         set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
             "TSAN_OPTIONS=ignore_noninstrumented_modules=1:suppressions=${PROJECT_SOURCE_DIR}/tests/support/thread-sanitizer.txt")
     endif()
+    set(measures)
     if(arg_TIMED)
-        add_test(NAME ${name}-timing CONFIGURATIONS timing COMMAND ${arg_LAUNCHER} $<TARGET_FILE:${name}>)
-        get_property(environment TEST ${name} PROPERTY ENVIRONMENT)
-        set_tests_properties(${name}-timing PROPERTIES
-            TIMEOUT ${arg_TIMEOUT}
-            RUN_SERIAL TRUE
-            LABELS timing
-            ENVIRONMENT "${environment};KELVO_TIMING=1")
+        list(APPEND measures timing)
     endif()
+    if(arg_SOAKED)
+        list(APPEND measures soak)
+    endif()
+    get_property(environment TEST ${name} PROPERTY ENVIRONMENT)
+    foreach(measure ${measures})
+        string(TOUPPER "KELVO_${measure}=1" variable)
+        add_test(NAME ${name}-${measure} CONFIGURATIONS ${measure} COMMAND ${arg_LAUNCHER} $<TARGET_FILE:${name}>)
+        set_tests_properties(${name}-${measure} PROPERTIES
+            TIMEOUT 600
+            RUN_SERIAL TRUE
+            LABELS ${measure}
+            ENVIRONMENT "${environment};${variable}")
+    endforeach()
 endfunction()
 
 # kelvo_qml_module(<target>): what every QML module of the tree needs after qt_add_qml_module().

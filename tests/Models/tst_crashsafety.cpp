@@ -123,7 +123,8 @@ void CrashSafetyTest::killedWriterLeavesWholeDocuments()
     storage.save(numbered(host, 1), std::nullopt);
     int last = 1;
     int changes = 0;
-    for (int round = 0; round < 1000; ++round) {
+    QRandomGenerator random(23);
+    while (changes < 300) {
         const pid_t writer = ::fork();
         if (writer == 0) {
             isDurabilityFree = true;
@@ -131,7 +132,7 @@ void CrashSafetyTest::killedWriterLeavesWholeDocuments()
                 storage.save(numbered(host, number % 9000 + 1), VMPersistedMetadata());
         }
         QVERIFY(writer > 0);
-        ::usleep(QRandomGenerator::global()->bounded(3000));
+        ::usleep(random.bounded(3000));
         ::kill(writer, SIGKILL);
         QCOMPARE(::waitpid(writer, nullptr, 0), writer);
         const int number = numberIn(host, storage);
@@ -140,7 +141,6 @@ void CrashSafetyTest::killedWriterLeavesWholeDocuments()
         changes += number != last ? 1 : 0;
         last = number;
     }
-    QVERIFY2(changes > 100, qPrintable(u"only %1 writers came to write"_s.arg(changes)));
 }
 
 void CrashSafetyTest::failingHostLeavesWholeDocuments_data()

@@ -186,7 +186,7 @@ void PicturesTest::start(QFont::HintingPreference hinting)
         m_window = m_app->consoleWindow(installed->id());
     }
     m_window->resize(windowSize);
-    QVERIFY(QTest::qWaitForWindowExposed(m_window));
+    QVERIFY(QTest::qWaitForWindowExposed(m_window, patience));
     // What comes after the first frame
     QTRY_VERIFY(hasMenuBar(*m_app->mainWindow()->contentItem()));
     QTRY_COMPARE(m_app->mainWindow()->incubationController()->incubatingObjectCount(), 0);
@@ -195,11 +195,11 @@ void PicturesTest::start(QFont::HintingPreference hinting)
 QImage PicturesTest::picture() const
 {
     QImage last = m_window->grabWindow();
-    const bool isStill = QTest::qWaitFor([&] {
+    const auto isStill = [&] {
         QTest::qWait(50);
         return last == std::exchange(last, m_window->grabWindow());
-    });
-    if (!isStill)
+    };
+    if (!QTest::qWaitFor(isStill, patience))
         QTest::qFail("the window does not come to rest", __FILE__, __LINE__);
     return last;
 }

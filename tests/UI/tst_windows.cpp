@@ -50,12 +50,13 @@ QQuickItem *findItem(QQuickItem *root, const QString &text)
 void click(QQuickWindow *window, const QString &text)
 {
     QQuickItem *item = nullptr;
-    QVERIFY2(QTest::qWaitFor([&] { return (item = findItem(window->contentItem(), text)) != nullptr; }, 3000),
-             qPrintable(u"no visible, enabled item reads "_s + text));
+    QVERIFY2(
+        QTest::qWaitFor([&] { return (item = findItem(window->contentItem(), text)) != nullptr; }, patience),
+        qPrintable(u"no visible, enabled item reads "_s + text));
     // What has just appeared gets its place with the next frame.
     QSignalSpy frames(window, &QQuickWindow::frameSwapped);
     window->update();
-    QVERIFY(frames.wait(3000));
+    QVERIFY(frames.wait(patience));
     const QPointF center = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
     QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, center.toPoint());
 }
@@ -112,7 +113,7 @@ void WindowsTest::init()
     m_stage->add(u"second"_s, m_stage->host.path(u"setup.iso"_s));
     m_app = std::make_unique<KelvoApp>(std::move(m_stage->state), m_stage->host.path(u"windows.ini"_s));
     QVERIFY(m_app->start());
-    QVERIFY(QTest::qWaitForWindowExposed(mainWindow()));
+    QVERIFY(QTest::qWaitForWindowExposed(mainWindow(), patience));
     QTRY_VERIFY(findItem(mainWindow()->contentItem(), u"&File"_s)); // comes after the first frame
 }
 
@@ -224,7 +225,7 @@ void WindowsTest::consoleFollowsItsMachine()
     vm->setConfiguration(configuration);
     m_app->state().showConsole(vm);
     QPointer<QQuickWindow> console = m_app->consoleWindow(vm->id());
-    QVERIFY(console && QTest::qWaitForWindowExposed(console));
+    QVERIFY(console && QTest::qWaitForWindowExposed(console, patience));
     QCOMPARE(console->title(), vm->name());
     m_app->state().showConsole(vm);
     QCOMPARE(m_app->consoleWindow(vm->id()), console.data());
@@ -270,7 +271,7 @@ void WindowsTest::settingsWindowOpensOnRequest()
     QTRY_VERIFY(findItem(settings->contentItem(), u"Copy Diagnostics"_s));
     settings->close();
     mainWindow()->requestActivate();
-    QVERIFY(QTest::qWaitForWindowActive(mainWindow()));
+    QVERIFY(QTest::qWaitForWindowActive(mainWindow(), patience));
     QTest::keyClick(mainWindow(), Qt::Key_Comma, Qt::ControlModifier);
     QCOMPARE(m_app->settingsWindow(), settings);
     QVERIFY(settings->isVisible());
@@ -389,7 +390,7 @@ void WindowsTest::sizesAreRememberedWithinTheScreen()
         m_app.reset();
         m_host = std::make_unique<AppStage>();
         m_app = std::make_unique<KelvoApp>(std::move(m_host->state), path);
-        return m_app->start() && QTest::qWaitForWindowExposed(mainWindow());
+        return m_app->start() && QTest::qWaitForWindowExposed(mainWindow(), patience);
     };
     const QSize screen = mainWindow()->screen()->availableSize();
     QFile file(path);

@@ -87,7 +87,7 @@ void VMManagerLifecycleTest::startRecordsTheBoot()
     QCOMPARE(m_manager->activeVMID(), vm->id());
     QCOMPARE(m_manager->activeController(), controllerOf(vm));
     const auto booted = storedMetadata(vm).lastBootedAt;
-    QVERIFY(booted && booted->secsTo(before) <= 1);
+    QVERIFY(booted && *booted > before.addSecs(-1) && *booted <= QDateTime::currentDateTimeUtc());
     finish(m_manager->pause(vm));
     QCOMPARE(vm->state(), VMState::paused);
     finish(m_manager->resume(vm));

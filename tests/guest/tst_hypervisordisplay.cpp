@@ -65,7 +65,7 @@ void HypervisorDisplayTest::showsWhatIsTyped()
     view.setSize(screenSize);
     view.setVirtualMachine(&machine);
     window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QVERIFY(QTest::qWaitForWindowExposed(&window, patience));
     view.forceActiveFocus();
     QTRY_COMPARE_WITH_TIMEOUT(view.implicitWidth(), 1280.0, bootTimeout);
     QTRY_VERIFY(view.hasKeyboard());
@@ -104,7 +104,7 @@ void HypervisorDisplayTest::showsWhatIsTyped()
     QVERIFY(picture(window) != before);
     qInfo("key to update %.0f ms, to picture %.0f ms", median(arrivals), median(showings));
     // Two pictures of a 60 Hz screen.
-    QVERIFY(median(showings) - median(arrivals) < 33);
+    QVERIFY(!judgesTime() || median(showings) - median(arrivals) < 33);
 
     bool hasStopped = false;
     machine.stop([&hasStopped](const std::exception_ptr &) { hasStopped = true; });

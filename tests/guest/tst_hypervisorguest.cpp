@@ -115,7 +115,7 @@ void HypervisorGuestTest::pausesForReal()
     finish(session.resume());
     QCOMPARE(finish(session.status()), u"running"_s);
     finish(session.quit());
-    QVERIFY(QTest::qWaitFor([&] { return session.hasEnded(); }));
+    QVERIFY(QTest::qWaitFor([&] { return session.hasEnded(); }, patience));
 }
 
 void HypervisorGuestTest::stopsAndStartsAgain()

@@ -232,10 +232,7 @@ void TestQEMUGuest::saysWhyTheEmulatorDidNotStart()
     const auto controller = makeController();
     controller->configure(machine.configuration, VMBuildMode::normalBoot, std::nullopt);
     QVERIFY(QFile::remove(machine.diskPath())); // at the last moment
-    QElapsedTimer time;
-    time.start();
     QCOMPARE(QCoro::waitFor(outcomeOf(controller->start())), u"Timed out waiting for the VM display."_s);
-    QVERIFY(time.elapsed() < 30000);
     QVERIFY2(log().contains(u"[WARN]"_s) && log().contains(machine.diskPath()), qPrintable(log()));
     QTRY_COMPARE(controller->state(), VMState::poweredOff);
     QCOMPARE(ProcessCensus::take().children, before.children);

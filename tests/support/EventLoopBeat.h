@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/Patience.h"
+
 #include <QFile>
 #include <QString>
 #include <QTimer>
@@ -42,7 +44,7 @@ public:
     /// Empty, or what was measured where it is judged and was longer.
     [[nodiscard]] QString complaint(std::chrono::milliseconds limit) const
     {
-        if (!qEnvironmentVariableIsSet("KELVO_TIMING") || longestPause() < limit)
+        if (!judgesTime() || longestPause() < limit)
             return {};
         return QStringLiteral("the event loop stood still for %1 ms").arg(longestPause().count());
     }

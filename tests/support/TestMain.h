@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/Patience.h"
+
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QtTest>

@@ -114,9 +114,13 @@ void openSocket(const std::string &given)
     listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, socketPath.c_str(), sizeof address.sun_path - 1);
+    // Whoever sees the file finds a listener.
+    std::string unready = socketPath;
+    unready.back() = '~';
+    std::strncpy(address.sun_path, unready.c_str(), sizeof address.sun_path - 1);
     if (::bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0 ||
-        ::listen(listener, 8) != 0)
+        ::listen(listener, 8) != 0 || ::link(unready.c_str(), socketPath.c_str()) != 0 ||
+        ::unlink(unready.c_str()) != 0)
         fail("bind " + socketPath);
 }
 

@@ -53,7 +53,7 @@ void WindowActivationTest::windowManagerIsAskedWithTheServersTime()
     xcb_connection_t *application = xcb_connect(nullptr, nullptr);
     WindowActivation::requestFocus(application, 4711, *now);
     xcb_generic_event_t *event = nullptr;
-    QVERIFY(QTest::qWaitFor([&] { return (event = xcb_poll_for_event(manager)) != nullptr; }));
+    QVERIFY(QTest::qWaitFor([&] { return (event = xcb_poll_for_event(manager)) != nullptr; }, patience));
     QCOMPARE(event->response_type & 0x7f, XCB_CLIENT_MESSAGE);
     const auto *message = reinterpret_cast<const xcb_client_message_event_t *>(event);
     QCOMPARE(message->window, 4711U);

@@ -1,6 +1,6 @@
 #include "Platform/Hypervisor/DisplayPeer.h"
 
-#include <QtTest>
+#include "support/Patience.h"
 
 #include <sys/socket.h>
 
@@ -46,9 +46,10 @@ QByteArray DisplayPeer::received() const
 QByteArray DisplayPeer::receive(qsizetype count) const
 {
     QByteArray bytes;
-    (void)QTest::qWaitFor([&] {
+    const auto hasAll = [&] {
         bytes += received();
         return bytes.size() >= count;
-    });
+    };
+    (void)QTest::qWaitFor(hasAll, patience);
     return bytes;
 }

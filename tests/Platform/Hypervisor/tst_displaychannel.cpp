@@ -65,11 +65,12 @@ public:
     /// Waits until nothing was taken for 50 ms.
     [[nodiscard]] bool waitUntilStuck() const
     {
-        return QTest::qWaitFor([this] {
+        const auto isStuck = [this] {
             const int before = count;
             QTest::qWait(50);
             return before > 0 && count == before;
-        });
+        };
+        return QTest::qWaitFor(isStuck, patience);
     }
 
     std::atomic<int> count = 0;
@@ -120,7 +121,7 @@ void TestDisplayChannel::saysOnceWhyItIsOver()
     QFETCH(const QByteArray, stream);
     Session session(stream);
     session.peer.close();
-    QVERIFY(session.ended.count() > 0 || session.ended.wait());
+    QVERIFY(session.ended.count() > 0 || session.ended.wait(patience));
     QTEST(session.ended.at(0).at(0).toString(), "reason");
     QVERIFY(!session.ended.wait(20));
     QTEST(static_cast<int>(session.ready.count()), "updates");
@@ -133,7 +134,7 @@ void TestDisplayChannel::asksForMoreWhenAnUpdateWasUsed()
     Session session;
     QCOMPARE(session.peer.receive(openingBytes).size(), openingBytes);
     session.peer.send(picture);
-    QVERIFY(session.ready.count() > 0 || session.ready.wait());
+    QVERIFY(session.ready.count() > 0 || session.ready.wait(patience));
     const auto first = session.channel->takeUpdate();
     QVERIFY(first && !session.channel->takeUpdate());
     QCOMPARE(pixelsOf(*first), QByteArray("abcdabcdabcdabcd"));
@@ -142,7 +143,7 @@ void TestDisplayChannel::asksForMoreWhenAnUpdateWasUsed()
     QCOMPARE(session.peer.receive(10), incrementalRequest);
 
     session.peer.send(updateHeader(1) + uint16(1) + uint16(1) + uint16(1) + uint16(1) + uint32(0) + "wxyz");
-    QVERIFY(session.ready.wait());
+    QVERIFY(session.ready.wait(patience));
     const auto second = session.channel->takeUpdate();
     QVERIFY(second && second->framebuffer == first->framebuffer);
     QCOMPARE(second->changed, (std::vector<rfb::Rectangle>{{1, 1, 1, 1}}));
@@ -157,7 +158,7 @@ void TestDisplayChannel::readsNoFasterThanUpdatesAreUsed()
                       uint16(static_cast<std::uint16_t>(i % 97)) + uint16(1) + uint16(1) + uint32(0) + "abcd";
     Session session(handshake(100, 100));
     Flood flood(session, rectangles);
-    QVERIFY(session.ready.wait() && flood.waitUntilStuck());
+    QVERIFY(session.ready.wait(patience) && flood.waitUntilStuck());
     QCOMPARE(session.ready.count(), 1);
 
     const EventLoopBeat beat;
@@ -165,7 +166,7 @@ void TestDisplayChannel::readsNoFasterThanUpdatesAreUsed()
         const auto update = session.channel->takeUpdate();
         QVERIFY(update && update->changed.size() <= rfb::ScreenConversation::maxChangedAreas);
         session.channel->requestUpdate();
-        QVERIFY(session.ready.wait());
+        QVERIFY(session.ready.wait(patience));
     }
     QCOMPARE(beat.complaint(EventLoopBeat::unnoticed), QString());
 }
@@ -190,9 +191,9 @@ void TestDisplayChannel::pokesWhileItIsWatched()
     QCOMPARE(session.peer.receive(openingBytes).size(), openingBytes);
     QTest::qWait(250);
     QCOMPARE(session.peer.received(), QByteArray());
-    session.channel->setWatched(true);
     QElapsedTimer clock;
     clock.start();
+    session.channel->setWatched(true);
     QCOMPARE(session.peer.receive(3 * poke.size()), poke.repeated(3));
     QVERIFY(clock.elapsed() >= 190);
     session.channel->setWatched(false);

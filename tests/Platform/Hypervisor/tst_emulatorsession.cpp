@@ -23,8 +23,11 @@ private Q_SLOTS:
 
 namespace {
 
-constexpr EmulatorTimeouts shortTimeouts = {.boot = 2s, .quit = 200ms, .kill = 5s, .answer = 300ms};
-constexpr EmulatorTimeouts patient = {.boot = 60s, .quit = 20s, .kill = 5s, .answer = 60s};
+constexpr EmulatorTimeouts patient = {.boot = 60s, .quit = 20s, .kill = 30s, .answer = 60s};
+/// For emulators that answer late or never.
+constexpr EmulatorTimeouts hurried = {.boot = 300ms, .quit = 200ms, .kill = 30s, .answer = 1s};
+
+const QString silent = u"The emulator does not answer."_s;
 
 /// A machine whose emulator follows a script.
 class Stage
@@ -61,7 +64,6 @@ void EmulatorSessionTest::saysWhyItDidNotBoot_data()
     QTest::addColumn<QString>("script");
     QTest::addColumn<bool>("mustTimeOut");
     QTest::addColumn<QString>("failure");
-    const QString silent = u"The emulator does not answer."_s;
     QTest::newRow("refuses its arguments")
         << u"stderr no such machine; exit 1"_s << false << u"no such machine"_s;
     QTest::newRow("exits without a word")
@@ -87,7 +89,7 @@ void EmulatorSessionTest::saysWhyItDidNotBoot()
     const ProcessCensus before = ProcessCensus::take();
     {
         const EventLoopBeat beat;
-        Stage stage(script, mustTimeOut ? shortTimeouts : patient);
+        Stage stage(script, mustTimeOut ? hurried : patient);
         QTEST(boot(stage), "failure");
         QCOMPARE(beat.complaint(EventLoopBeat::unnoticedWithLaunch), QString());
         QTRY_COMPARE(stage.ends, 1);
@@ -102,7 +104,6 @@ void EmulatorSessionTest::copesWithAnEmulatorThatFails_data()
     QTest::addColumn<QString>("pauseFailure");
     QTest::addColumn<QString>("resumeFailure");
     const QString booted = u"serve-control 3; "_s; // qmp_capabilities, cont, query-status
-    const QString silent = u"The emulator does not answer."_s;
     const QString gone = u"The emulator cannot be reached."_s;
     QTest::newRow("does everything") << u"serve-control 100"_s << QString() << QString();
     QTest::newRow("hangs while it runs") << booted + u"ignore-term; hang"_s << silent << silent;
@@ -122,13 +123,19 @@ void EmulatorSessionTest::copesWithAnEmulatorThatFails_data()
 void EmulatorSessionTest::copesWithAnEmulatorThatFails()
 {
     QFETCH(const QString, script);
+    QFETCH(const QString, pauseFailure);
+    QFETCH(const QString, resumeFailure);
+    const bool mustTimeOut = pauseFailure == silent || resumeFailure == silent;
+    EmulatorTimeouts timeouts = hurried;
+    timeouts.boot = patient.boot;
+    timeouts.answer = mustTimeOut ? hurried.answer : patient.answer;
     const ProcessCensus before = ProcessCensus::take();
     {
         const EventLoopBeat beat;
-        Stage stage(script, shortTimeouts);
+        Stage stage(script, timeouts);
         QCOMPARE(boot(stage), QString());
-        QTEST(QCoro::waitFor(outcomeOf(stage.session->pause())), "pauseFailure");
-        QTEST(QCoro::waitFor(outcomeOf(stage.session->resume())), "resumeFailure");
+        QCOMPARE(QCoro::waitFor(outcomeOf(stage.session->pause())), pauseFailure);
+        QCOMPARE(QCoro::waitFor(outcomeOf(stage.session->resume())), resumeFailure);
         QCoro::waitFor(stage.session->quit());
         QCOMPARE(beat.complaint(EventLoopBeat::unnoticedWithLaunch), QString());
         QTRY_COMPARE(stage.ends, 1);

@@ -42,7 +42,7 @@ struct Stage
         screen->setSize({300, 100});
         window.show();
         window.requestActivate();
-        if (!QTest::qWaitForWindowActive(&window))
+        if (!QTest::qWaitForWindowActive(&window, patience))
             qFatal("no active window");
         screen->forceActiveFocus();
         (void)screen->takeSent();

@@ -72,7 +72,7 @@ void HintFinderTest::initTestCase()
     m_finder = m_root->property("finder").value<HintFinder *>();
     QVERIFY(m_window && m_finder);
     m_finder->setRestTime(20ms);
-    QVERIFY(QTest::qWaitForWindowExposed(m_window));
+    QVERIFY(QTest::qWaitForWindowExposed(m_window, patience));
 }
 
 void HintFinderTest::init()
@@ -106,19 +106,21 @@ void HintFinderTest::explainsWhatNeedsIt()
     QFETCH(const bool, isEnabled);
     m_window->setProperty("saying", isEnabled);
     rest(place);
-    QTEST(m_finder->text(), "text");
+    QFETCH(const QString, text);
+    QTRY_COMPARE(m_finder->text(), text);
     QCOMPARE(m_finder->item() != nullptr, !m_finder->text().isEmpty());
 }
 
 void HintFinderTest::goesWithThePointerAndWithAKey()
 {
     rest({10, 50});
+    QTRY_COMPARE(m_finder->text(), u"It is off."_s);
     QTest::mouseMove(m_window, {12, 60});
     QCOMPARE(m_finder->text(), u"It is off."_s);
     QTest::mouseMove(m_window, {100, 150});
     QCOMPARE(m_finder->text(), QString());
     rest({10, 50});
-    QCOMPARE(m_finder->text(), u"It is off."_s);
+    QTRY_COMPARE(m_finder->text(), u"It is off."_s);
     QTest::keyClick(m_window, Qt::Key_A);
     QCOMPARE(m_finder->text(), QString());
 }

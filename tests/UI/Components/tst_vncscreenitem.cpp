@@ -57,7 +57,7 @@ void Screen::showColumns(const QByteArray &pixels, const rfb::PixelFormat &forma
                 pixels.repeated(height));
     QSignalSpy imageSpy(client, &VNCClient::imageChanged);
     while (client->image().isNull()) {
-        if (!imageSpy.wait())
+        if (!imageSpy.wait(patience))
             qFatal("No image came.");
     }
 }
@@ -66,7 +66,7 @@ QImage Screen::grab()
 {
     const auto result = item->grabToImage();
     QSignalSpy readySpy(result.get(), &QQuickItemGrabResult::ready);
-    if (!readySpy.wait())
+    if (!readySpy.wait(patience))
         qFatal("The item was not drawn.");
     return result->image().convertToFormat(QImage::Format_ARGB32);
 }
@@ -186,7 +186,7 @@ void TestVNCScreenItem::followsEveryImage()
                                         {"0000ff00", Qt::red},
                                         {"ffffff00", Qt::white}}) {
         screen.server.send(update(2, 1, QByteArray::fromHex(pixel)));
-        QVERIFY(imageSpy.wait());
+        QVERIFY(imageSpy.wait(patience));
         QCOMPARE(difference(screen.grab(), QRect(QPoint(), windowSize), {colour}), QString());
     }
 }

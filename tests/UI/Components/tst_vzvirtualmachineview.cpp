@@ -95,7 +95,7 @@ public:
         item->setPosition(corner);
         resize(size);
         window.show();
-        if (!QTest::qWaitForWindowExposed(&window))
+        if (!QTest::qWaitForWindowExposed(&window, patience))
             qFatal("no window");
         item->setVirtualMachine(&machine);
     }
@@ -112,10 +112,11 @@ public:
         machine.peer->send(bytes);
         QByteArray answers;
         // Of the answers only requests count; in between the view keeps the emulator awake.
-        return QTest::qWaitFor([&] {
+        const auto hasAnswered = [&] {
             answers += machine.peer->received();
             return answers.replace(QByteArray("\x06\x00\x00\x00\x00\x00\x00\x00", 8), {}).size() >= answer;
-        });
+        };
+        return QTest::qWaitFor(hasAnswered, patience);
     }
     [[nodiscard]] bool start(const QImage &image)
     {
@@ -319,7 +320,7 @@ void TestVZVirtualMachineView::passesInputOnWhileTheGuestRuns()
     const auto sent = [&screen](const QByteArray &message) {
         QByteArray bytes;
         return QTest::qWaitFor([&] { return (bytes += screen.machine.peer->received()).contains(message); },
-                               2000);
+                               patience);
     };
     screen.item->forceActiveFocus();
     QVERIFY(!screen.item->hasKeyboard());

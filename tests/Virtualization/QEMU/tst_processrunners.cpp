@@ -36,6 +36,8 @@ private Q_SLOTS:
 
 namespace {
 
+constexpr SWTPMTimeouts patientTPM = {.socket = 30s};
+
 /// A folder with a scripted swtpm or emulator and a machine's files.
 struct Stage
 {
@@ -91,7 +93,7 @@ void TestProcessRunners::startsTheTPM()
     const ProcessCensus before = ProcessCensus::take();
     {
         const Stage stage(u"note-start; open-socket; serve-tpm"_s, machineName);
-        SWTPMProcessManager manager;
+        SWTPMProcessManager manager(patientTPM);
         QCOMPARE(stage.startTPM(manager), QString());
         QVERIFY(QFile::exists(stage.socket));
         QVERIFY(log().endsWith(u"swtpm started for tpm"_s));
@@ -125,11 +127,11 @@ void TestProcessRunners::removesWhatAnEarlierTPMLeft()
     ChildProcess stray(options);
     QTRY_VERIFY(QFile::exists(stage.socket));
     if (!isAlive)
-        QVERIFY(QCoro::waitFor(stray.waitForExit(5s)));
+        QVERIFY(QCoro::waitFor(stray.waitForExit(30s)));
 
-    SWTPMProcessManager manager;
+    SWTPMProcessManager manager(patientTPM);
     QCOMPARE(stage.startTPM(manager), QString());
-    QVERIFY(QCoro::waitFor(stray.waitForExit(5s)));
+    QVERIFY(QCoro::waitFor(stray.waitForExit(30s)));
     QCOMPARE(ScriptedChild::received(earlier.program), isAlive ? QStringList{u"shutdown"_s} : QStringList());
     QVERIFY(QFile::exists(stage.socket));
     QCoro::waitFor(manager.stop());

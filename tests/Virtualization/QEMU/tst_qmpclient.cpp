@@ -9,10 +9,14 @@
 #include "support/ScriptedChild.h"
 #include "support/TestMain.h"
 
+#include <QSocketNotifier>
 #include <QTemporaryDir>
 
 #include <sys/socket.h>
 #include <sys/un.h>
+
+#include <array>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -29,11 +33,16 @@ private Q_SLOTS:
     void looksOnlyForListeners();
     void acceptsPathsUpToTheLimit();
     void staysAliveWhileManyPeersHang();
+    void leavesItsThreadToOthers();
 };
 
 namespace {
 
-constexpr QMPTimeouts shortTimeouts = {.socketFile = 5s, .greeting = 50ms, .exchange = 300ms};
+constexpr QMPTimeouts patient = {.socketFile = 30s, .greeting = 10s, .exchange = 30s};
+/// For peers that do not greet, for those that stop answering, and for those that never answer.
+constexpr QMPTimeouts ungreeted = {.socketFile = 30s, .greeting = 50ms, .exchange = 30s};
+constexpr QMPTimeouts hurried = {.socketFile = 30s, .greeting = 2s, .exchange = 2s};
+constexpr QMPTimeouts impatient = {.socketFile = 30s, .greeting = 50ms, .exchange = 300ms};
 
 /// A null string or the error's text.
 QString send(const QMPClient &client, const QString &command = u"stop"_s)
@@ -87,6 +96,7 @@ UniqueDescriptor listenAt(const QString &path)
 void TestQMPClient::exchangesACommand_data()
 {
     QTest::addColumn<QString>("script");
+    QTest::addColumn<QMPTimeouts>("timeouts");
     QTest::addColumn<QStringList>("received");
     QTest::addColumn<QString>("failure");
 
@@ -98,38 +108,42 @@ void TestQMPClient::exchangesACommand_data()
     QTest::newRow("greets")
         << greet +
                uR"(read-line; send {"return": {}}; read-line; send {"event": "STOP"}; send {"return": {}}; hang)"_s
-        << QStringList{negotiate, stop} << u""_s;
+        << patient << QStringList{negotiate, stop} << u""_s;
     QTest::newRow("does not greet: the exact bytes")
-        << uR"(accept; read-rest 19; send {"return": {}}; read-rest 1; hang)"_s
+        << uR"(accept; read-rest 19; send {"return": {}}; read-rest 1; hang)"_s << ungreeted
         << QStringList{u"rest: "_s + stop + u"\\n"_s, u"rest: "_s} << u""_s;
     QTest::newRow("greets late")
         << uR"(accept; read-line; send {"QMP": {}}; send {"error": {"desc": "not yet"}}; read-line; send {"return": {}}; read-line; send {"return": {}}; hang)"_s
-        << QStringList{stop, negotiate, stop} << u""_s;
+        << ungreeted << QStringList{stop, negotiate, stop} << u""_s;
     QTest::newRow("refuses")
         << greet +
                uR"(read-line; send {"return": {}}; read-line; send {"error": {"desc": "No can do"}}; hang)"_s
-        << QStringList{negotiate, stop} << u"No can do"_s;
-    QTest::newRow("closes at once") << u"accept; shut; hang"_s << QStringList() << u""_s;
+        << patient << QStringList{negotiate, stop} << u"No can do"_s;
+    QTest::newRow("closes at once") << u"accept; shut; hang"_s << patient << QStringList() << u""_s;
     QTest::newRow("dies in the middle")
-        << greet + u"read-line; crash"_s << QStringList{negotiate} << unreadable;
-    QTest::newRow("never answers") << greet + u"read-line; hang"_s << QStringList{negotiate} << unreadable;
-    QTest::newRow("never accepts") << u"hang"_s << QStringList() << unreadable;
-    QTest::newRow("half a line") << uR"(accept; send-part {"QMP"; hang)"_s << QStringList() << unreadable;
-    QTest::newRow("rubbish") << u"accept; send rubbish; hang"_s << QStringList() << unreadable;
-    QTest::newRow("100 MB on a line") << u"accept; endless-line 100; hang"_s << QStringList() << unreadable;
-    QTest::newRow("events for ever") << greet + uR"(read-line; repeat {"event": "E"})"_s
+        << greet + u"read-line; crash"_s << patient << QStringList{negotiate} << unreadable;
+    QTest::newRow("never answers") << greet + u"read-line; hang"_s << hurried << QStringList{negotiate}
+                                   << unreadable;
+    QTest::newRow("never accepts") << u"hang"_s << impatient << QStringList() << unreadable;
+    QTest::newRow("half a line") << uR"(accept; send-part {"QMP"; hang)"_s << impatient << QStringList()
+                                 << unreadable;
+    QTest::newRow("rubbish") << u"accept; send rubbish; hang"_s << impatient << QStringList() << unreadable;
+    QTest::newRow("100 MB on a line")
+        << u"accept; endless-line 100; hang"_s << impatient << QStringList() << unreadable;
+    QTest::newRow("events for ever") << greet + uR"(read-line; repeat {"event": "E"})"_s << hurried
                                      << QStringList{negotiate} << unreadable;
 }
 
 void TestQMPClient::exchangesACommand()
 {
     QFETCH(const QString, script);
+    QFETCH(const QMPTimeouts, timeouts);
     QFETCH(const QStringList, received);
     const ProcessCensus before = ProcessCensus::take();
     {
         const Peer peer(script);
         const EventLoopBeat beat;
-        QTEST(send(QMPClient(peer.url(), shortTimeouts)), "failure");
+        QTEST(send(QMPClient(peer.url(), timeouts)), "failure");
         QCOMPARE(beat.complaint(EventLoopBeat::unnoticed), QString());
         QTRY_COMPARE(peer.received(), received);
     }
@@ -152,8 +166,8 @@ void TestQMPClient::waitsForTheSocketFile()
     ChildProcess::LaunchOptions options;
     options.program = program;
     ChildProcess child(options);
-    QCOMPARE(send(QMPClient(FileUrl::file(socket)), u"quit"_s), QString());
-    QVERIFY(QCoro::waitFor(child.waitForExit(5s)));
+    QCOMPARE(send(QMPClient(FileUrl::file(socket), patient), u"quit"_s), QString());
+    QVERIFY(QCoro::waitFor(child.waitForExit(30s)));
     QCOMPARE(ScriptedChild::received(program).last(), uR"({"execute":"quit"})"_s);
 }
 
@@ -163,7 +177,7 @@ void TestQMPClient::failsWithoutAListener()
     const QString path = folder.filePath(u"qmp.sock"_s);
     listenAt(path).reset();
     const ProcessCensus before = ProcessCensus::take();
-    QCOMPARE(send(QMPClient(FileUrl::file(path), shortTimeouts)), u"Could not connect to QMP socket."_s);
+    QCOMPARE(send(QMPClient(FileUrl::file(path), patient)), u"Could not connect to QMP socket."_s);
     QTRY_COMPARE(ProcessCensus::take(), before);
 }
 
@@ -210,14 +224,44 @@ void TestQMPClient::staysAliveWhileManyPeersHang()
     const EventLoopBeat beat;
     int failures = 0;
     for (int i = 0; i < 40; ++i) {
-        QCoro::connect(outcomeOf(QMPClient(silent.url(), shortTimeouts).pause()), this,
+        QCoro::connect(outcomeOf(QMPClient(silent.url(), impatient).pause()), this,
                        [&](const QString &failure) { failures += failure.isNull() ? 0 : 1; });
     }
     const Peer friendly(u"serve-qmp"_s);
-    QCOMPARE(send(QMPClient(friendly.url())), QString());
+    QCOMPARE(send(QMPClient(friendly.url(), patient)), QString());
     QTRY_COMPARE(failures, 40);
     QCOMPARE(beat.complaint(EventLoopBeat::unnoticedWithLaunch), QString());
     QTRY_COMPARE(ProcessCensus::take().threads, before.threads);
+}
+
+/// What answers runs on the thread that asks: if that waited for it, there would be no answer.
+void TestQMPClient::leavesItsThreadToOthers()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(u"qmp.sock"_s);
+    const UniqueDescriptor listener = listenAt(path);
+    QSocketNotifier incoming(listener.get(), QSocketNotifier::Read);
+    UniqueDescriptor peer;
+    const auto say = [&](QByteArrayView line) {
+        return ::send(peer.get(), line.data(), static_cast<size_t>(line.size()), MSG_NOSIGNAL);
+    };
+    std::unique_ptr<QSocketNotifier> requests;
+    int answers = 0;
+    connect(&incoming, &QSocketNotifier::activated, this, [&] {
+        incoming.setEnabled(false);
+        peer.reset(::accept(listener.get(), nullptr, nullptr));
+        say("{\"QMP\": {}}\r\n");
+        requests = std::make_unique<QSocketNotifier>(peer.get(), QSocketNotifier::Read);
+        connect(requests.get(), &QSocketNotifier::activated, this, [&] {
+            std::array<char, 256> request{};
+            if (::recv(peer.get(), request.data(), request.size(), 0) <= 0)
+                return requests->setEnabled(false);
+            say("{\"return\": {}}\r\n");
+            ++answers;
+        });
+    });
+    QCOMPARE(send(QMPClient(FileUrl::file(path), patient)), QString());
+    QCOMPARE(answers, 2);
 }
 
 KELVO_TEST_MAIN(TestQMPClient)
