@@ -84,7 +84,9 @@ public:
     /// Throws KelvoError when this host cannot run the configuration's backend.
     void validateBackendAvailability(const VMConfiguration &configuration) const;
 
-    /// `attachISO`: an image for an installed machine's ordinary boot.
+    /// `attachISO`: an image for an installed machine's ordinary boot. Like beginInstallation() refused
+    /// before anything is touched, apart from the machine's state, which is put right, where a guest lives
+    /// already.
     QCoro::Task<> start(VirtualMachine *vm, std::optional<QUrl> attachISO = std::nullopt);
     QCoro::Task<> stop(VirtualMachine *vm);
     QCoro::Task<> pause(VirtualMachine *vm);
@@ -115,6 +117,7 @@ private:
     [[nodiscard]] QCoro::Task<> bootInstaller(VMConfiguration configuration, QUrl image,
                                               VMBackendController &backend);
     void setState(VirtualMachine *vm, VMState state);
+    void refuseWhileGuestLives(VirtualMachine &vm);
     void recordFailure(VirtualMachine *vm);
     void updateMetadata(const VirtualMachine &vm, const std::function<void(VMPersistedMetadata &)> &change);
     void setActive(VMBackendController *controller, const std::optional<QUuid> &id);

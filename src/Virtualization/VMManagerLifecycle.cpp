@@ -51,6 +51,19 @@ void VMManager::setState(VirtualMachine *vm, VMState state)
     Q_EMIT machineStateChanged(vm);
 }
 
+/// A start prepares the controller anew, which would put a guest that it still has out of everybody's reach.
+void VMManager::refuseWhileGuestLives(VirtualMachine &vm)
+{
+    const auto found = m_controllers.find(vm.id());
+    if (found == m_controllers.end())
+        return;
+    const VMState state = found->second->state();
+    if (state == VMState::poweredOff || state == VMState::suspended || state == VMState::error)
+        return;
+    setState(&vm, state);
+    throw VMStateTransitionError::invalidTransition(state, u"start"_s);
+}
+
 /// Of the exception that is being handled.
 void VMManager::recordFailure(VirtualMachine *vm)
 {
@@ -62,6 +75,7 @@ void VMManager::recordFailure(VirtualMachine *vm)
 QCoro::Task<> VMManager::start(VirtualMachine *vm, std::optional<QUrl> attachISO)
 {
     Operation::refuseWhileBusy(*vm);
+    refuseWhileGuestLives(*vm);
     takeOverChanges(*vm);
     if (vm->installationState() != VMInstallationState::completed && attachISO)
         throw KelvoError::configurationInvalid(u"Use Install to boot from installation media."_s);
@@ -138,6 +152,7 @@ QCoro::Task<> VMManager::performOnController(VirtualMachine *vm, ControllerOpera
 QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUrl> isoURL)
 {
     Operation::refuseWhileBusy(*vm);
+    refuseWhileGuestLives(*vm);
     takeOverChanges(*vm);
     if (vm->installationState() == VMInstallationState::completed)
         throw KelvoError::configurationInvalid(u"This virtual machine is already installed."_s);

@@ -23,6 +23,8 @@ private Q_SLOTS:
     void failedBackendStepLeavesErrorAndText();
     void failedPauseChangesNothing();
     void busyMachineRefusesEverything();
+    void startsNeverTouchALivingGuest_data();
+    void startsNeverTouchALivingGuest();
     void otherMachinesAreNotHeldUp();
     void stopForgetsOnlyItsOwnActivity();
     void installationTakesTheRightImage_data();
@@ -168,6 +170,41 @@ void VMManagerLifecycleTest::busyMachineRefusesEverything()
     finish(std::move(start));
     QCOMPARE(vm->state(), VMState::running);
     QVERIFY(!vm->operationInProgress());
+}
+
+void VMManagerLifecycleTest::startsNeverTouchALivingGuest_data()
+{
+    QTest::addColumn<VMState>("state");
+    QTest::newRow("paused") << VMState::paused;
+    QTest::newRow("running") << VMState::running;
+    QTest::newRow("ending") << VMState::stopping;
+}
+
+void VMManagerLifecycleTest::startsNeverTouchALivingGuest()
+{
+    QFETCH(const VMState, state);
+    m_host->write(u"own.iso"_s, "x");
+    VirtualMachine *vm = addMachine(u"a"_s, m_host->path(u"own.iso"_s));
+    finish(m_manager->beginInstallation(vm));
+    FakeController *controller = controllerOf(vm);
+    controller->currentState = state;
+    const QStringList calls = controller->calls;
+    const QString refusal = u"Cannot start while virtual machine is %1."_s.arg(displayName(state).toLower());
+
+    vm->setState(VMState::error); // as after a step that failed while the guest went on
+    QCOMPARE(errorTextOf([&] { finish(m_manager->start(vm)); }), refusal);
+    QCOMPARE(vm->state(), state);
+    vm->setState(VMState::error);
+    QCOMPARE(errorTextOf([&] { finish(m_manager->beginInstallation(vm)); }), refusal);
+    QCOMPARE(vm->state(), state);
+    QCOMPARE(vm->installationState(), VMInstallationState::inProgress);
+    QCOMPARE(controller->calls, calls);
+    QVERIFY(!vm->operationInProgress() && !vm->lastError());
+
+    finish(m_manager->stop(vm));
+    QCOMPARE(vm->state(), VMState::poweredOff);
+    finish(m_manager->start(vm));
+    QCOMPARE(vm->state(), VMState::running);
 }
 
 void VMManagerLifecycleTest::otherMachinesAreNotHeldUp()

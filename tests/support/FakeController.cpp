@@ -31,8 +31,11 @@ std::optional<QString> FakeController::vncHost() const
 void FakeController::note(const QString &call)
 {
     calls.append(call);
-    if (!failingCall.isEmpty() && call.startsWith(failingCall))
-        throw KelvoError::internalError(failingCall + u" failed."_s);
+    if (failingCall.isEmpty() || !call.startsWith(failingCall))
+        return;
+    if (call == "start"_L1 || call == "stop"_L1)
+        currentState = VMState::error;
+    throw KelvoError::internalError(failingCall + u" failed."_s);
 }
 
 void FakeController::configure(const VMConfiguration &configuration, VMBuildMode mode,

@@ -58,11 +58,13 @@ AppleVirtualizationController::AppleVirtualizationController(
 void AppleVirtualizationController::configure(const VMConfiguration &configuration, VMBuildMode mode,
                                               const std::optional<QUrl> &attachISO)
 {
+    requireNoGuest();
     configure(m_configurationBuilder.build(configuration, mode, attachISO));
 }
 
 void AppleVirtualizationController::configure(const VZVirtualMachineConfiguration &configuration)
 {
+    requireNoGuest();
     m_virtualMachine = m_makeMachine(configuration);
     m_virtualMachine->setDelegate(this);
     connect(m_virtualMachine.get(), &VZVirtualMachine::emulatorMessage, this,
@@ -201,6 +203,15 @@ void AppleVirtualizationController::requireIdle() const
 {
     if (m_operationInProgress)
         throw KelvoError::operationInProgress();
+}
+
+/// Whatever the state machine says after a failure: a guest without its machine object is out of reach.
+void AppleVirtualizationController::requireNoGuest() const
+{
+    using State = VZVirtualMachine::State;
+    const State state = m_virtualMachine ? m_virtualMachine->state() : State::stopped;
+    if (state != State::stopped && state != State::error)
+        throw KelvoError::internalError(u"This virtual machine is already running."_s);
 }
 
 void AppleVirtualizationController::guestDidStop(VZVirtualMachine &)

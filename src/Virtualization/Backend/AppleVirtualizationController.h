@@ -28,10 +28,10 @@ public:
     [[nodiscard]] std::optional<QString> vncHost() const override { return std::nullopt; }
     [[nodiscard]] std::optional<qint64> vncPort() const override { return std::nullopt; }
 
-    /// After a failure the machine of an earlier call is still there.
+    /// After a failure the machine of an earlier call is still there. Refused while that has a living guest.
     void configure(const VMConfiguration &configuration, VMBuildMode mode,
                    const std::optional<QUrl> &attachISO) override;
-    /// Takes a ready machine instead; the run state stays as it is.
+    /// Takes a ready machine instead, with the same refusal; the run state stays as it is.
     void configure(const VZVirtualMachineConfiguration &configuration);
     [[nodiscard]] QCoro::Task<> start() override;
     [[nodiscard]] QCoro::Task<> start(VZVirtualMachineStartOptions options);
@@ -56,6 +56,7 @@ private:
     [[nodiscard]] QCoro::Task<> shutDown();
     [[nodiscard]] QCoro::Task<> call(MachineCall operation);
     void requireIdle() const;
+    void requireNoGuest() const;
     void fail(const std::exception_ptr &failure);
 
     MachineFactory m_makeMachine;

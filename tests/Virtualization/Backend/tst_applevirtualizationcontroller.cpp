@@ -20,6 +20,7 @@ private Q_SLOTS:
     void followsAGuestThatEndsUnasked_data();
     void followsAGuestThatEndsUnasked();
     void startsUnconfiguredMachinesNever();
+    void neverReplacesAMachineWithAGuest();
     void operationsEndWithTheController();
 
 private:
@@ -45,6 +46,7 @@ public:
         release();
     }
 
+    State guestState = State::stopped;
     QStringList calls;
     QString failing; ///< the call that completes with an error
     QString held;    ///< the call that waits for release()
@@ -56,6 +58,7 @@ public:
             std::exchange(m_waiting, {})();
     }
 
+    [[nodiscard]] State state() const override { return guestState; }
     void start(const VZVirtualMachineStartOptions &, const CompletionHandler &handler) override
     {
         answer(u"start"_s, handler);
@@ -231,6 +234,23 @@ void AppleVirtualizationControllerTest::startsUnconfiguredMachinesNever()
     QCOMPARE(perform(controller, u"stop"_s), QString());
     QCOMPARE(controller.state(), VMState::poweredOff);
     QVERIFY(DiagnosticLogger::shared().formattedLog().endsWith(refusal));
+}
+
+void AppleVirtualizationControllerTest::neverReplacesAMachineWithAGuest()
+{
+    using State = VZVirtualMachine::State;
+    const auto controller = makeController();
+    const ScriptedMachine *machine = m_machine;
+    for (const State state :
+         {State::running, State::paused, State::starting, State::pausing, State::resuming, State::stopping}) {
+        m_machine->guestState = state;
+        QCOMPARE(errorTextOf([&] { controller->configure(VZVirtualMachineConfiguration()); }),
+                 u"This virtual machine is already running."_s);
+        QCOMPARE(m_machine.data(), machine);
+    }
+    m_machine->guestState = State::error;
+    controller->configure(VZVirtualMachineConfiguration());
+    QVERIFY(m_machine && m_machine != machine);
 }
 
 void AppleVirtualizationControllerTest::operationsEndWithTheController()
