@@ -12,6 +12,8 @@ constexpr std::string_view requestedAccelerator = "hvf";
 constexpr std::string_view emulatedProcessor = "max,pauth=off";
 constexpr std::string_view crbDevice = "tpm-crb-device";
 constexpr std::string_view tisDevice = "tpm-tis-device";
+constexpr std::string_view driverDisplay = "virtio-gpu-pci";
+constexpr std::string_view firmwareDisplay = "ramfb";
 // More needs a version 3 interrupt controller, which the machine does not choose by itself under emulation.
 constexpr unsigned processorsOfDefaultInterruptController = 8;
 
@@ -139,6 +141,8 @@ std::vector<std::string> ArgumentRewriter::rewritten(const HostOffer &offer) con
             value = withHead(value, emulatedProcessor);
         else if (option.name == "device" && first == crbDevice && !offer.tpmCrbDevice && !isQuestion(value))
             value = withHead(value, tisDevice);
+        else if (option.name == "device" && value == driverDisplay)
+            value = firmwareDisplay;
         else if (option.name == "machine" && isVirtMachine(value) && !isQuestion(value))
             lastMachine = &value;
     }

@@ -31,8 +31,10 @@ public:
     [[nodiscard]] bool asksForTpmCrbDevice() const;
 
     /// Replaces the accelerator "hvf" by "kvm" or "tcg" and, where tcg stands in for it, the processor "host"
-    /// by "max,pauth=off"; "tpm-crb-device" by "tpm-tis-device" where the former is missing; and gives a
-    /// "virt" machine of more than eight processors "gic-version=max" unless the list names a version.
+    /// by "max,pauth=off"; "tpm-crb-device" by "tpm-tis-device" where the former is missing; a bare
+    /// "virtio-gpu-pci" by "ramfb", since a guest without a driver for the former has no picture from the
+    /// moment its boot loader hands over; and gives a "virt" machine of more than eight processors
+    /// "gic-version=max" unless the list names a version.
     [[nodiscard]] std::vector<std::string> rewritten(const HostOffer &offer) const;
 
 private:

@@ -1,15 +1,19 @@
 """What the first screen of the guest image's installer looks like."""
 
-# (red, green, blue) of its text console: the background, the dialog on it and the selected line.
+# (red, green, blue) of its text console: the background, the dialog on it and the selected line; and of what is beside the screen.
 BACKGROUND = (0, 0, 170)
 DIALOG = (170, 170, 170)
 SELECTION = (170, 0, 0)
+BLACK = (0, 0, 0)
 # Where guests are emulated; a minute on two idle processors.
 TIMEOUT = 300
 
 
 def shows_installer(picture):
-    """On a console that shows the guest's whole screen, whose middle is then the dialog's."""
-    return (min(picture.share(BACKGROUND, strip) for strip in ((0, 0.12, 1, 0.2), (0, 0.88, 1, 0.94))) > 0.9
-            and picture.share(DIALOG, (0.1, 0.3, 0.9, 0.75)) > 0.8
+    """On a console of its first size, for a guest whose screen has 800x600 and so bars beside it."""
+    bars = ((0, 0.08, 0.073, 1), (0.927, 0.08, 1, 1))
+    background = ((0.077, 0.12, 0.089, 0.92), (0.911, 0.15, 0.922, 0.92))
+    return (min(picture.share(BLACK, bar) for bar in bars) == 1
+            and min(picture.share(BACKGROUND, strip) for strip in background) == 1
+            and picture.share(DIALOG, (0.1, 0.12, 0.89, 0.9)) > 0.8
             and picture.share(SELECTION, (0.3, 0.3, 0.7, 0.75)) > 0.01)

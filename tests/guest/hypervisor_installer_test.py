@@ -5,11 +5,10 @@ import sys
 import time
 from pathlib import Path
 
-from installer import BACKGROUND, DIALOG, SELECTION, TIMEOUT
+from installer import BACKGROUND, BLACK, DIALOG, SELECTION, TIMEOUT
 from stage import EMULATOR, check, run
 
 NAME = "Linux ARM64"
-BLACK = (0, 0, 0)
 
 
 def shows_installer(picture):

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""A real installer in the console: installer_test.py PROGRAM KEPT_FOLDER IMAGE"""
+"""A real installer without a driver for a display in the console: installer_test.py PROGRAM KEPT_FOLDER IMAGE"""
 
 import sys
 from pathlib import Path

@@ -24,9 +24,10 @@ QString shown(const Arguments &arguments)
     return result.join(QLatin1Char(' '));
 }
 
-// As Kelvo starts a machine; %-words are the places that a host without hvf changes.
+// As Kelvo starts a machine, with the places that the adapter changes.
 Arguments machineArguments(const std::string &accelerator, const std::string &processor,
-                           const std::string &tpm, const std::string &processors = "4",
+                           const std::string &tpm, const std::string &display,
+                           const std::string &processors = "4",
                            const std::string &machine = "virt,highmem=on")
 {
     return {"-name",    "Windows 11",
@@ -47,7 +48,7 @@ Arguments machineArguments(const std::string &accelerator, const std::string &pr
             "-device",  "virtio-blk-pci,drive=hd0,bootindex=1",
             "-netdev",  "user,id=net0",
             "-device",  "virtio-net-pci,netdev=net0",
-            "-device",  "virtio-gpu-pci",
+            "-device",  display,
             "-display", "vnc=127.0.0.1:1,password=off",
             "-qmp",     "unix:/home/ada/Virtual Machines/Windows 11.vm/qmp.sock,server,nowait",
             "-serial",  "file:/home/ada/Virtual Machines/Windows 11.vm/serial.log"};
@@ -71,16 +72,18 @@ void ArgumentRewriterTest::rewritesOnlyWhatTheHostLacks_data()
     QTest::addColumn<HostOffer>("offer");
     QTest::addColumn<Arguments>("expected");
 
-    const Arguments whole = machineArguments("hvf", "host", "tpm-crb-device");
+    const Arguments whole = machineArguments("hvf", "host", "tpm-crb-device", "virtio-gpu-pci");
     QTest::newRow("whole list, emulated")
-        << whole << nothing << machineArguments("tcg", "max,pauth=off", "tpm-tis-device");
+        << whole << nothing << machineArguments("tcg", "max,pauth=off", "tpm-tis-device", "ramfb");
     QTest::newRow("whole list, hardware")
-        << whole << kvm << machineArguments("kvm", "host", "tpm-tis-device");
+        << whole << kvm << machineArguments("kvm", "host", "tpm-tis-device", "ramfb");
     QTest::newRow("whole list, emulator with the device")
-        << whole << crb << machineArguments("tcg", "max,pauth=off", "tpm-crb-device");
-    QTest::newRow("ten processors") << machineArguments("hvf", "host", "tpm-crb-device", "10") << nothing
-                                    << machineArguments("tcg", "max,pauth=off", "tpm-tis-device", "10",
-                                                        "virt,gic-version=max,highmem=on");
+        << whole << crb << machineArguments("tcg", "max,pauth=off", "tpm-crb-device", "ramfb");
+    QTest::newRow("ten processors") << machineArguments("hvf", "host", "tpm-crb-device", "virtio-gpu-pci",
+                                                        "10")
+                                    << nothing
+                                    << machineArguments("tcg", "max,pauth=off", "tpm-tis-device", "ramfb",
+                                                        "10", "virt,gic-version=max,highmem=on");
 
     QTest::newRow("no arguments") << Arguments{} << nothing << Arguments{};
     QTest::newRow("empty arguments") << Arguments{"", "-accel", "", "-cpu", "", "-device", "", "-"} << nothing
@@ -104,8 +107,9 @@ void ArgumentRewriterTest::rewritesOnlyWhatTheHostLacks_data()
         << nothing << Arguments{"-accel",         "tcg",     "-accel",        "tcg", "-device",
                                 "tpm-tis-device", "-device", "tpm-tis-device"};
     QTest::newRow("further parameters stay")
-        << Arguments{"-accel", "hvf,thread=multi", "-cpu", "host,pmu=off"} << nothing
-        << Arguments{"-accel", "tcg,thread=multi", "-cpu", "max,pauth=off,pmu=off"};
+        << Arguments{"-accel", "hvf,thread=multi", "-cpu", "host,pmu=off", "-device", "virtio-gpu-pci,id=a"}
+        << nothing << Arguments{"-accel",  "tcg,thread=multi",   "-cpu", "max,pauth=off,pmu=off",
+                                "-device", "virtio-gpu-pci,id=a"};
     QTest::newRow("names that only begin alike")
         << Arguments{"-accel", "hvf2", "-cpu", "hosted", "-device", "tpm-crb-device2", "-accelerate", "hvf"}
         << nothing
@@ -158,7 +162,7 @@ void ArgumentRewriterTest::rewritesOnlyWhatTheHostLacks()
 
 void ArgumentRewriterTest::asksOnlyWhatTheListDependsOn()
 {
-    const Arguments machine = machineArguments("hvf", "host", "tpm-crb-device");
+    const Arguments machine = machineArguments("hvf", "host", "tpm-crb-device", "virtio-gpu-pci");
     QVERIFY(ArgumentRewriter(machine).asksForAcceleration());
     QVERIFY(ArgumentRewriter(machine).asksForTpmCrbDevice());
 
