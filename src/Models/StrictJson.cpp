@@ -3,37 +3,14 @@
 #include <QJsonDocument>
 
 #include <cmath>
-#include <cstring>
 
 namespace StrictJson {
 
 namespace {
 
-/// The parser takes a detour for every string with an escape, and paths are full of escaped slashes.
-QByteArray withPlainSlashes(QByteArray document)
-{
-    qsizetype escape = document.indexOf('\\');
-    if (escape < 0)
-        return document;
-    char *const bytes = document.data();
-    qsizetype length = escape;
-    while (escape >= 0) {
-        // The two characters of the escape, or the slash alone, then everything up to the next one.
-        const bool isSlash = escape + 1 < document.size() && bytes[escape + 1] == '/';
-        const qsizetype begin = isSlash ? escape + 1 : escape;
-        const qsizetype next = document.indexOf('\\', escape + 2);
-        const qsizetype end = next < 0 ? document.size() : next;
-        std::memmove(bytes + length, bytes + begin, static_cast<std::size_t>(end - begin));
-        length += end - begin;
-        escape = next;
-    }
-    document.truncate(length);
-    return document;
-}
-
 QJsonObject parse(const QByteArray &document)
 {
-    const QJsonDocument json = QJsonDocument::fromJson(withPlainSlashes(document));
+    const QJsonDocument json = QJsonDocument::fromJson(document);
     if (!json.isObject())
         throw Fault();
     return json.object();
@@ -97,28 +74,11 @@ QString dateText(const QDateTime &date)
 
 ObjectReader::ObjectReader(const QByteArray &document)
     : m_object(parse(document))
-    , m_next(m_object.constBegin())
 {}
 
-QJsonObject::const_iterator ObjectReader::find(QLatin1StringView key)
+std::optional<QString> ObjectReader::string(QLatin1StringView key) const
 {
-    // The object is sorted, so walking along is several times faster than looking up each key.
-    Q_ASSERT(m_lastKey < key);
-    m_lastKey = key;
-    while (m_next != m_object.constEnd()) {
-        const QString next = m_next.key();
-        if (next == key)
-            return m_next++;
-        if (next > key)
-            break;
-        ++m_next;
-    }
-    return m_object.constEnd();
-}
-
-std::optional<QString> ObjectReader::string(QLatin1StringView key)
-{
-    const auto found = find(key);
+    const auto found = m_object.constFind(key);
     if (found == m_object.constEnd())
         return std::nullopt;
     if (!found->isString())
@@ -126,9 +86,9 @@ std::optional<QString> ObjectReader::string(QLatin1StringView key)
     return found->toString();
 }
 
-std::optional<qint64> ObjectReader::integer(QLatin1StringView key)
+std::optional<qint64> ObjectReader::integer(QLatin1StringView key) const
 {
-    const auto found = find(key);
+    const auto found = m_object.constFind(key);
     if (found == m_object.constEnd())
         return std::nullopt;
     const qint64 integer = found->toInteger(0);
@@ -138,9 +98,9 @@ std::optional<qint64> ObjectReader::integer(QLatin1StringView key)
     return integer;
 }
 
-std::optional<double> ObjectReader::number(QLatin1StringView key)
+std::optional<double> ObjectReader::number(QLatin1StringView key) const
 {
-    const auto found = find(key);
+    const auto found = m_object.constFind(key);
     if (found == m_object.constEnd())
         return std::nullopt;
     if (!found->isDouble() || !std::isfinite(found->toDouble()))
@@ -148,7 +108,7 @@ std::optional<double> ObjectReader::number(QLatin1StringView key)
     return found->toDouble();
 }
 
-std::optional<QDateTime> ObjectReader::date(QLatin1StringView key)
+std::optional<QDateTime> ObjectReader::date(QLatin1StringView key) const
 {
     const std::optional<QString> text = string(key);
     if (!text)
@@ -156,7 +116,7 @@ std::optional<QDateTime> ObjectReader::date(QLatin1StringView key)
     return parseDate(*text);
 }
 
-std::optional<QUuid> ObjectReader::uuid(QLatin1StringView key)
+std::optional<QUuid> ObjectReader::uuid(QLatin1StringView key) const
 {
     const std::optional<QString> text = string(key);
     if (!text)

@@ -19,26 +19,26 @@ struct Fault final : std::exception
 /// "2025-03-01T10:15:00Z".
 [[nodiscard]] QString dateText(const QDateTime &date);
 
-/// Reads the object that a whole document holds in one pass: keys have to be asked for in ascending order.
-/// An absent key has no value, anything of another type is a Fault; unknown keys are passed over.
+/// Reads the object that a whole document holds. An absent key has no value, anything of another type is a
+/// Fault; unknown keys are passed over.
 class ObjectReader
 {
 public:
     /// Throws Fault for other documents, broken JSON and invalid UTF-8.
     explicit ObjectReader(const QByteArray &document);
 
-    [[nodiscard]] std::optional<QString> string(QLatin1StringView key);
+    [[nodiscard]] std::optional<QString> string(QLatin1StringView key) const;
     /// A whole number from −2^63 to 2^63 − 1.
-    [[nodiscard]] std::optional<qint64> integer(QLatin1StringView key);
-    [[nodiscard]] std::optional<double> number(QLatin1StringView key);
+    [[nodiscard]] std::optional<qint64> integer(QLatin1StringView key) const;
+    [[nodiscard]] std::optional<double> number(QLatin1StringView key) const;
     /// UTC with whole seconds as dateText() writes it, and nothing else.
-    [[nodiscard]] std::optional<QDateTime> date(QLatin1StringView key);
+    [[nodiscard]] std::optional<QDateTime> date(QLatin1StringView key) const;
     /// 36 characters with hyphens, upper or lower case.
-    [[nodiscard]] std::optional<QUuid> uuid(QLatin1StringView key);
+    [[nodiscard]] std::optional<QUuid> uuid(QLatin1StringView key) const;
     /// An enumeration's case by its raw text; an unknown text is a Fault.
     template<typename Enumeration>
-    [[nodiscard]] std::optional<Enumeration> enumeration(QLatin1StringView key,
-                                                         std::optional<Enumeration> (*fromText)(QStringView))
+    [[nodiscard]] std::optional<Enumeration>
+    enumeration(QLatin1StringView key, std::optional<Enumeration> (*fromText)(QStringView)) const
     {
         const std::optional<QString> text = string(key);
         if (!text)
@@ -50,12 +50,7 @@ public:
     }
 
 private:
-    /// Where the key is, else the end.
-    [[nodiscard]] QJsonObject::const_iterator find(QLatin1StringView key);
-
     QJsonObject m_object;
-    QJsonObject::const_iterator m_next;
-    QLatin1StringView m_lastKey;
 };
 
 /// The value of an optional that must be there.

@@ -18,7 +18,7 @@ QJsonValue writable(quint64 bytes)
     return static_cast<qint64>(bytes);
 }
 
-quint64 byteCount(ObjectReader &reader, QLatin1StringView key)
+quint64 byteCount(const ObjectReader &reader, QLatin1StringView key)
 {
     const qint64 count = required(reader.integer(key));
     if (count < 0)
@@ -39,14 +39,14 @@ FolderUrl folder(const QString &text)
     return FolderUrl::fromPath(path);
 }
 
-QDateTime dateOrNow(ObjectReader &reader, QLatin1StringView key)
+QDateTime dateOrNow(const ObjectReader &reader, QLatin1StringView key)
 {
     const std::optional<QDateTime> date = reader.date(key);
     return date ? *date : QDateTime::currentDateTimeUtc();
 }
 
 /// The bundle's files lie directly inside it; a name that leads elsewhere is refused.
-QString fileName(ObjectReader &reader, QLatin1StringView key, const QString &fallback)
+QString fileName(const ObjectReader &reader, QLatin1StringView key, const QString &fallback)
 {
     QString name = reader.string(key).value_or(fallback);
     if (name.isEmpty() || name == "."_L1 || name == ".."_L1 || name.contains(u'/') ||
@@ -55,37 +55,35 @@ QString fileName(ObjectReader &reader, QLatin1StringView key, const QString &fal
     return name == fallback ? fallback : name; // most often it is, and shares its memory then
 }
 
-/// Keys in ascending order, as the reader wants them; what depends on another key is settled at the end.
-VMConfiguration decode(ObjectReader reader)
+VMConfiguration decode(const ObjectReader &reader)
 {
     VMConfiguration configuration;
-    const auto backend = reader.enumeration("backend"_L1, vmBackendTypeFromRawValue);
+    configuration.id = required(reader.uuid("id"_L1));
+    configuration.name = required(reader.string("name"_L1));
+    configuration.guestOS = required(reader.enumeration("guestOS"_L1, guestOperatingSystemFromRawValue));
+    configuration.backend = reader.enumeration("backend"_L1, vmBackendTypeFromRawValue)
+                                .value_or(recommendedBackend(configuration.guestOS));
     configuration.cpuCount = required(reader.integer("cpuCount"_L1));
-    configuration.createdAt = dateOrNow(reader, "createdAt"_L1);
-    configuration.diskFileName = fileName(reader, "diskFileName"_L1, u"disk.img"_s);
+    configuration.memorySizeBytes = byteCount(reader, "memorySizeBytes"_L1);
     configuration.diskSizeBytes = byteCount(reader, "diskSizeBytes"_L1);
-    configuration.displayHeight = reader.integer("displayHeight"_L1).value_or(1080);
-    configuration.displayScaling = reader.number("displayScaling"_L1).value_or(1.0);
-    configuration.displayWidth = reader.integer("displayWidth"_L1).value_or(1920);
+    configuration.networkMode = required(reader.enumeration("networkMode"_L1, vmNetworkModeFromRawValue));
+    configuration.storageDirectory = folder(required(reader.string("storageDirectory"_L1)));
+    configuration.diskFileName = fileName(reader, "diskFileName"_L1, u"disk.img"_s);
     configuration.efiVariableStoreFileName =
         fileName(reader, "efiVariableStoreFileName"_L1, u"efi_vars.bin"_s);
-    configuration.guestOS = required(reader.enumeration("guestOS"_L1, guestOperatingSystemFromRawValue));
-    configuration.id = required(reader.uuid("id"_L1));
+    configuration.machineIdentifierFileName =
+        fileName(reader, "machineIdentifierFileName"_L1, u"machine_id.bin"_s);
+    configuration.displayWidth = reader.integer("displayWidth"_L1).value_or(1920);
+    configuration.displayHeight = reader.integer("displayHeight"_L1).value_or(1080);
+    configuration.displayScaling = reader.number("displayScaling"_L1).value_or(1.0);
     configuration.installationMediaPath = reader.string("installationMediaPath"_L1);
     configuration.installationMediaType =
         reader.enumeration("installationMediaType"_L1, installationMediaTypeFromRawValue);
-    configuration.machineIdentifierFileName =
-        fileName(reader, "machineIdentifierFileName"_L1, u"machine_id.bin"_s);
-    configuration.memorySizeBytes = byteCount(reader, "memorySizeBytes"_L1);
-    configuration.modifiedAt = dateOrNow(reader, "modifiedAt"_L1);
-    configuration.name = required(reader.string("name"_L1));
-    configuration.networkMode = required(reader.enumeration("networkMode"_L1, vmNetworkModeFromRawValue));
-    configuration.storageDirectory = folder(required(reader.string("storageDirectory"_L1)));
     configuration.virtioDriversMediaPath = reader.string("virtioDriversMediaPath"_L1);
-    const auto vncPort = reader.integer("vncPort"_L1);
-
-    configuration.backend = backend ? *backend : recommendedBackend(configuration.guestOS);
-    configuration.vncPort = vncPort ? *vncPort : VMConfiguration::defaultVNCPort(configuration.id);
+    configuration.vncPort =
+        reader.integer("vncPort"_L1).value_or(VMConfiguration::defaultVNCPort(configuration.id));
+    configuration.createdAt = dateOrNow(reader, "createdAt"_L1);
+    configuration.modifiedAt = dateOrNow(reader, "modifiedAt"_L1);
     return configuration;
 }
 

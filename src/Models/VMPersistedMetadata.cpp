@@ -25,7 +25,7 @@ VMPersistedMetadata decodeMetadata(const QByteArray &document)
 {
     constexpr qint64 versionBeforeItWasWritten = 1;
     try {
-        ObjectReader reader(document);
+        const ObjectReader reader(document);
         VMPersistedMetadata metadata;
         metadata.installationCompletedAt = reader.date("installationCompletedAt"_L1);
         metadata.installationState =
