@@ -108,42 +108,42 @@ qint64 VMConfiguration::diskSizeGB() const
 
 QUrl VMConfiguration::diskURL() const
 {
-    return storageDirectory.file(diskFileName);
+    return FileUrl::appending(storageDirectory, diskFileName);
 }
 
 QUrl VMConfiguration::efiVariableStoreURL() const
 {
-    return storageDirectory.file(efiVariableStoreFileName);
+    return FileUrl::appending(storageDirectory, efiVariableStoreFileName);
 }
 
 QUrl VMConfiguration::machineIdentifierURL() const
 {
-    return storageDirectory.file(machineIdentifierFileName);
+    return FileUrl::appending(storageDirectory, machineIdentifierFileName);
 }
 
 QUrl VMConfiguration::configFileURL() const
 {
-    return storageDirectory.file(u"config.json"_s);
+    return FileUrl::appending(storageDirectory, u"config.json"_s);
 }
 
 QUrl VMConfiguration::metadataFileURL() const
 {
-    return storageDirectory.file(u"metadata.json"_s);
+    return FileUrl::appending(storageDirectory, u"metadata.json"_s);
 }
 
 QUrl VMConfiguration::uefiVarsURL() const
 {
-    return storageDirectory.file(u"uefi_vars.fd"_s);
+    return FileUrl::appending(storageDirectory, u"uefi_vars.fd"_s);
 }
 
 QUrl VMConfiguration::qmpSocketURL() const
 {
-    return storageDirectory.file(u"qmp.sock"_s);
+    return FileUrl::appending(storageDirectory, u"qmp.sock"_s);
 }
 
 QUrl VMConfiguration::serialLogURL() const
 {
-    return storageDirectory.file(u"serial.log"_s);
+    return FileUrl::appending(storageDirectory, u"serial.log"_s);
 }
 
 std::optional<QUrl> VMConfiguration::installationMediaURL() const

@@ -3,7 +3,6 @@
 #include "Models/InstallationMediaType.h"
 #include "Models/VMBackendType.h"
 #include "Models/VMNetworkMode.h"
-#include "Platform/FolderUrl.h"
 
 #include <QDateTime>
 #include <QList>
@@ -21,7 +20,7 @@ struct VMConfiguration
     quint64 memorySizeBytes = 0;
     quint64 diskSizeBytes = 0;
     VMNetworkMode networkMode = VMNetworkMode::nat;
-    FolderUrl storageDirectory; ///< the bundle
+    QUrl storageDirectory; ///< the bundle
     QString diskFileName;
     QString efiVariableStoreFileName;
     QString machineIdentifierFileName;

@@ -2,6 +2,7 @@
 
 #include "Models/StrictJson.h"
 #include "Models/VMStorageError.h"
+#include "Platform/FileUrl.h"
 
 #include <cmath>
 #include <limits>
@@ -26,17 +27,15 @@ quint64 byteCount(const ObjectReader &reader, QLatin1StringView key)
     return static_cast<quint64>(count);
 }
 
-FolderUrl folder(const QString &text)
+QUrl folder(const QString &text)
 {
     const QUrl url(text, QUrl::StrictMode);
     const QString host = url.host();
-    QString path = url.path(QUrl::FullyDecoded);
+    const QString path = url.path(QUrl::FullyDecoded);
     if (url.scheme() != "file"_L1 || !path.startsWith(u'/') || path.contains(QChar::Null) ||
         (!host.isEmpty() && host != "localhost"_L1))
         throw Fault();
-    // What the parser leaves has room for three times the text, in every machine of a library.
-    path.squeeze();
-    return FolderUrl::fromPath(path);
+    return FileUrl::directory(path);
 }
 
 QDateTime dateOrNow(const ObjectReader &reader, QLatin1StringView key)
@@ -48,11 +47,11 @@ QDateTime dateOrNow(const ObjectReader &reader, QLatin1StringView key)
 /// The bundle's files lie directly inside it; a name that leads elsewhere is refused.
 QString fileName(const ObjectReader &reader, QLatin1StringView key, const QString &fallback)
 {
-    QString name = reader.string(key).value_or(fallback);
+    const QString name = reader.string(key).value_or(fallback);
     if (name.isEmpty() || name == "."_L1 || name == ".."_L1 || name.contains(u'/') ||
         name.contains(QChar::Null))
         throw Fault();
-    return name == fallback ? fallback : name; // most often it is, and shares its memory then
+    return name;
 }
 
 VMConfiguration decode(const ObjectReader &reader)
@@ -102,7 +101,7 @@ QByteArray encodeConfiguration(const VMConfiguration &configuration)
         {"memorySizeBytes"_L1, writable(configuration.memorySizeBytes)},
         {"diskSizeBytes"_L1, writable(configuration.diskSizeBytes)},
         {"networkMode"_L1, rawValue(configuration.networkMode)},
-        {"storageDirectory"_L1, QUrl(configuration.storageDirectory).toString(QUrl::FullyEncoded)},
+        {"storageDirectory"_L1, configuration.storageDirectory.toString(QUrl::FullyEncoded)},
         {"diskFileName"_L1, configuration.diskFileName},
         {"efiVariableStoreFileName"_L1, configuration.efiVariableStoreFileName},
         {"machineIdentifierFileName"_L1, configuration.machineIdentifierFileName},
