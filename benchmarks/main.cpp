@@ -10,7 +10,6 @@
 
 #include "App/PromptDrawing.h"
 #include "Platform/LocalizedError.h"
-#include "Platform/ProcessMemory.h"
 
 #include <QGuiApplication>
 #include <QJsonDocument>
@@ -60,8 +59,6 @@ int main(int argc, char *argv[])
     const QByteArrayView wanted = argc > 1 ? argv[1] : "";
     const bool hasWindow = wanted == "console" || wanted == "display" || wanted == "ui-window";
     drawPromptly();
-    if (argc > 2 && QByteArrayView(argv[2]) == "shipped") // as the application does
-        ProcessMemory::useFewHeaps();
     const std::unique_ptr<QCoreApplication> application =
         hasWindow ? std::make_unique<QGuiApplication>(argc, argv)
                   : std::make_unique<QCoreApplication>(argc, argv);

@@ -1,43 +1,19 @@
 #include "App/KelvoApp.h"
 
 #include "Platform/Desktop/WindowActivation.h"
-#include "Platform/ProcessMemory.h"
 #include "UI/Components/SymbolItem.h"
 #include "UI/QmlTypes.h"
 #include "Virtualization/VMManager.h"
 
 #include <QEvent>
-#include <QFontInfo>
 #include <QGuiApplication>
 #include <QQmlComponent>
-#include <QQmlIncubationController>
 #include <QQuickWindow>
-#include <QThreadPool>
-#include <QTimer>
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-constexpr int incubationLimit = 1000;                 // milliseconds
-constexpr std::chrono::milliseconds startUpTime{250}; ///< until the window is complete
-
-QUrl viewFile(const QString &type)
-{
-    return QUrl(u"qrc:/qt-project.org/imports/Kelvo/UI/"_s + type + u".qml"_s);
-}
-
-/// Wakes the font database, which takes long to come up. Any thread.
-void wakeFonts(const QString &family)
-{
-    (void)QFontInfo(QFont(family)).pixelSize();
-}
-
-} // namespace
 
 KelvoApp::KelvoApp(std::unique_ptr<AppState> state, const QString &windowFile, QObject *parent)
     : QObject(parent)
@@ -63,9 +39,6 @@ KelvoApp::KelvoApp(std::unique_ptr<AppState> state, const QString &windowFile, Q
 
 KelvoApp::~KelvoApp()
 {
-    // What is still being made would outlast its window, of which the engine complains.
-    if (QQmlIncubationController *controller = m_engine.incubationController())
-        controller->incubateFor(incubationLimit);
     // Views hold machines and the state, so they go first.
     qDeleteAll(std::exchange(m_consoleWindows, {}));
     delete m_settingsWindow;
@@ -74,18 +47,11 @@ KelvoApp::~KelvoApp()
 
 bool KelvoApp::start()
 {
-    // Four threads at once: the library, the fonts, the window's types, and this one, which the thread of the
-    // types asks about each module.
-    m_state->vmManager()->readAhead();
-    QThreadPool::globalInstance()->start([family = QGuiApplication::font().family()] { wakeFonts(family); });
-    const QQmlComponent types(&m_engine, viewFile(u"MainWindow"_s));
     m_state->load();
     m_mainWindow = makeWindow(u"MainWindow"_s, u"Main"_s);
     if (!m_mainWindow)
         return false;
-    SymbolItem::waitForFirstFrame(*m_mainWindow);
-    m_engine.setIncubationController(m_mainWindow->incubationController()); // between its frames
-    QTimer::singleShot(startUpTime, this, &ProcessMemory::returnUnused);
+    SymbolItem::waitForFirstFrame(*m_mainWindow); // or 10 machines take a tenth longer to come to the screen
     raise(m_mainWindow);
     return true;
 }
@@ -180,7 +146,8 @@ void KelvoApp::perform(const QString &action, const QString &activationToken)
 
 QQuickWindow *KelvoApp::makeWindow(const QString &type, const QString &name, const QVariantMap &properties)
 {
-    QQmlComponent component(&m_engine, viewFile(type));
+    const QUrl file(u"qrc:/qt-project.org/imports/Kelvo/UI/"_s + type + u".qml"_s);
+    QQmlComponent component(&m_engine, file);
     if (!component.isReady()) {
         qCritical("%s", qUtf8Printable(component.errorString()));
         return nullptr;

@@ -4,7 +4,6 @@
 #include "App/Translations.h"
 #include "Platform/Desktop/ApplicationService.h"
 #include "Platform/Desktop/SleepInhibitor.h"
-#include "Platform/ProcessMemory.h"
 #include "UI/Components/AppearancePortal.h"
 #include "UI/Components/SymbolCatalogue.h"
 #include "Virtualization/VMManager.h"
@@ -79,7 +78,6 @@ int main(int argc, char *argv[])
     ::umask(S_IRWXG | S_IRWXO);
     const QString token = launchToken(); // the toolkit takes it out of the environment
     drawPromptly();
-    ProcessMemory::useFewHeaps();
     QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(u"kelvo"_s);
     QGuiApplication::setApplicationDisplayName(u"Kelvo"_s);

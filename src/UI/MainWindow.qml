@@ -17,23 +17,7 @@ T.ApplicationWindow {
     LayoutMirroring.enabled: Theme.mirrored
     LayoutMirroring.childrenInherit: true
 
-    menuBar: Rectangle {
-        implicitHeight: Theme.menuBarHeight
-        color: Theme.sidebarBackground
-
-        Loader {
-            anchors.fill: parent
-            active: firstFrame.drawn
-            asynchronous: true
-            source: "MainMenuBar.qml"
-        }
-    }
-
-    FirstFrame {
-        id: firstFrame
-
-        window: root
-    }
+    menuBar: MainMenuBar {}
 
     ContentView {
         anchors.fill: parent

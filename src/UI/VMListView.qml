@@ -14,12 +14,6 @@ Item {
 
     readonly property int padding: Theme.largeSpacing
 
-    FirstFrame {
-        id: firstFrame
-
-        window: root.Window.window
-    }
-
     Binding {
         target: root.columns
         property: "availableWidth"
@@ -90,7 +84,6 @@ Item {
                 vm: cell.vm
                 selected: AppState.selectedVM === cell.vm
                 current: cell.GridView.isCurrentItem
-                complete: firstFrame.drawn
                 showsFocus: grid.activeFocus && grid.isKeyboardUsed && current
                 onTapped: {
                     grid.isKeyboardUsed = false;

@@ -101,36 +101,24 @@ VirtualMachine *VMManager::makeStoredMachine(const VMConfiguration &configuratio
                               metadataOrFresh(m_storage, configuration.storageDirectory));
 }
 
-VMManager::Library VMManager::read(const VMStorage &storage)
-{
-    Library library;
-    library.root = storage.rootVersion();
-    library.configurations = storage.scanVirtualMachines();
-    return library;
-}
-
-void VMManager::readAhead()
-{
-    m_readAhead = std::async(std::launch::async, &VMManager::read, m_storage);
-}
-
 QCoro::Task<> VMManager::loadVirtualMachines()
 {
-    Library library;
+    const std::optional<FileManager::Version> root = m_storage.rootVersion(); // before anything is read
+    QList<VMConfiguration> configurations;
     try {
-        library = m_readAhead.valid() ? m_readAhead.get() : read(m_storage);
+        configurations = m_storage.scanVirtualMachines();
     } catch (const LocalizedError &error) {
         DiagnosticLogger::shared().log(u"Failed to load VMs: "_s + error.localizedDescription(),
                                        LogLevel::error);
         co_return;
     }
 
-    m_knownRoot = library.root;
+    m_knownRoot = root;
     m_knownDocuments.clear();
     m_unsavedMetadata.clear();
     QList<VirtualMachine *> loaded;
-    loaded.reserve(library.configurations.size());
-    for (const VMConfiguration &configuration : std::as_const(library.configurations))
+    loaded.reserve(configurations.size());
+    for (const VMConfiguration &configuration : std::as_const(configurations))
         loaded.append(makeStoredMachine(configuration));
     const QList<VirtualMachine *> replaced = std::exchange(m_virtualMachines, loaded);
     Q_EMIT virtualMachinesChanged();

@@ -13,7 +13,6 @@
 #include <QSet>
 
 #include <functional>
-#include <future>
 #include <map>
 #include <memory>
 
@@ -57,8 +56,6 @@ public:
         return m_qemuDependencyService;
     }
 
-    /// Begins to read the root in a thread; the next loadVirtualMachines() waits for what it finds.
-    void readAhead();
     /// Replaces the list with what is on disk; a failure is logged and the list stays.
     QCoro::Task<> loadVirtualMachines();
     /// The listed machine of a bundle folder. One that lies outside the root is appended for this run, as a
@@ -105,11 +102,6 @@ Q_SIGNALS:
 
 private:
     class Operation;
-    struct Library
-    {
-        std::optional<FileManager::Version> root; ///< before anything was read
-        QList<VMConfiguration> configurations;
-    };
     using ControllerOperation = QCoro::Task<> (VMBackendController::*)();
 
     [[nodiscard]] QCoro::Task<> performOnController(VirtualMachine *vm, ControllerOperation operation);
@@ -122,7 +114,6 @@ private:
     void updateMetadata(const VirtualMachine &vm, const std::function<void(VMPersistedMetadata &)> &change);
     void setActive(VMBackendController *controller, const std::optional<QUuid> &id);
     void avoidKnownVNCPorts(VMConfiguration &configuration) const;
-    [[nodiscard]] static Library read(const VMStorage &storage);
     void rememberDocument(const VirtualMachine &vm);
     [[nodiscard]] static VMConfiguration stored(VMConfiguration configuration);
     [[nodiscard]] VirtualMachine *makeStoredMachine(const VMConfiguration &configuration);
@@ -142,7 +133,6 @@ private:
     QHash<QUuid, std::optional<FileManager::Version>>
         m_knownDocuments; ///< those read or written since the load
     std::optional<FileManager::Version> m_knownRoot;
-    std::future<Library> m_readAhead;
     VMBackendController *m_activeController = nullptr;
     std::optional<QUuid> m_activeVMID;
 };

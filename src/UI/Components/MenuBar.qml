@@ -18,4 +18,8 @@ T.MenuBar {
             model: root.contentModel
         }
     }
+
+    background: Rectangle {
+        color: Theme.sidebarBackground
+    }
 }

@@ -6,11 +6,10 @@ import Kelvo.UI
 Column {
     id: root
 
-    required property VMCardView card
+    required property VMPresenter presenter
+    required property int focusPolicy
 
-    readonly property VirtualMachine vm: card.vm
-    readonly property VMPresenter presenter: card.presenter
-    readonly property int focusPolicy: card.current ? Qt.StrongFocus : Qt.ClickFocus
+    readonly property VirtualMachine vm: presenter.vm
 
     spacing: Theme.smallSpacing
 

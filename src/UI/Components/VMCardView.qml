@@ -10,12 +10,8 @@ Item {
     property bool selected: false
     property bool current: false
     property bool showsFocus: false
-    /// With buttons
-    property bool complete: true
 
     signal tapped
-
-    readonly property VMPresenter presenter: presenter
 
     Accessible.role: Accessible.ListItem
     Accessible.name: presenter.shown.name
@@ -181,15 +177,13 @@ Item {
         }
     }
 
-    // The most expensive part by far. It is made between two frames, so that scrolling does not wait for it.
-    Loader {
+    VMCardButtons {
         anchors.bottom: parent.bottom
         anchors.bottomMargin: Theme.spacing
         anchors.left: parent.left
         anchors.leftMargin: Theme.spacing
         width: root.width - 2 * Theme.spacing
-        active: root.complete
-        asynchronous: true
-        Component.onCompleted: setSource("VMCardButtons.qml", {card: root})
+        presenter: presenter
+        focusPolicy: root.current ? Qt.StrongFocus : Qt.ClickFocus
     }
 }
