@@ -1,18 +1,12 @@
 #include "Models/VMConfigurationCoding.h"
 #include "Models/VMPersistedMetadata.h"
 #include "Platform/LocalizedError.h"
+#include "Require.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 /// What can be read can be written and read again, and is then the same; what cannot be read says so.
 template<typename Decode, typename Encode>

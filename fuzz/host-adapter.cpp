@@ -1,22 +1,12 @@
 #include "ArgumentRewriter.h"
+#include "Require.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
-
-namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
-
-} // namespace
 
 /// The first byte's lowest bits choose what the host offers, the rest is an argument list with a line per
 /// argument.

@@ -1,5 +1,6 @@
 #include "Platform/LocalizedError.h"
 #include "Platform/QMPMessages.h"
+#include "Require.h"
 #include "Virtualization/QEMU/QMPExchange.h"
 
 #include <QJsonObject>
@@ -8,15 +9,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 struct Outcome
 {

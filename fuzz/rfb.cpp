@@ -1,9 +1,9 @@
 #include "RemoteFramebuffer/DisplayConversation.h"
 #include "RemoteFramebuffer/ScreenConversation.h"
+#include "Require.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <span>
@@ -20,12 +20,6 @@ struct Outcome
 
     bool operator==(const Outcome &) const = default;
 };
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 /// Plays the stream to a conversation in pieces of at most `pieceSize` bytes.
 Outcome play(std::span<const std::byte> stream, std::size_t pieceSize)
@@ -126,8 +120,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (size == 0)
         return 0;
     const auto stream = std::as_bytes(std::span(data + 1, size - 1));
-    const std::size_t pieceSize = std::size_t{data[0]} + 1;
-    require(play(stream, stream.size() + 1) == play(stream, pieceSize));
-    require(playScreen(stream, 16, stream.size() + 1) == playScreen(stream, 1 + data[0] % 4, pieceSize));
+    const Outcome whole = play(stream, stream.size() + 1);
+    const ScreenOutcome wholeScreen = playScreen(stream, 16, stream.size() + 1);
+    for (const std::size_t pieceSize : {std::size_t{1}, std::size_t{data[0]} + 1}) {
+        require(play(stream, pieceSize) == whole);
+        require(playScreen(stream, 1 + data[0] % 4, pieceSize) == wholeScreen);
+    }
     return 0;
 }
