@@ -17,7 +17,6 @@ private Q_SLOTS:
     void operationsFollowTheTable_data();
     void operationsFollowTheTable();
     void operationsNeverOverlap();
-    void followsAGuestThatEndsUnasked_data();
     void followsAGuestThatEndsUnasked();
     void startsUnconfiguredMachinesNever();
     void neverReplacesAMachineWithAGuest();
@@ -26,8 +25,10 @@ private Q_SLOTS:
 private:
     class ScriptedMachine;
 
+    [[nodiscard]] static QCoro::Task<QString> begin(AppleVirtualizationController &controller,
+                                                    const QString &word);
     /// Does `words`, one operation each; the outcome of the last one.
-    [[nodiscard]] QString perform(AppleVirtualizationController &controller, const QString &words);
+    [[nodiscard]] static QString perform(AppleVirtualizationController &controller, const QString &words);
     [[nodiscard]] std::unique_ptr<AppleVirtualizationController> makeController();
 
     QPointer<ScriptedMachine> m_machine;
@@ -50,7 +51,6 @@ public:
     QStringList calls;
     QString failing; ///< the call that completes with an error
     QString held;    ///< the call that waits for release()
-    VZVirtualMachineDelegate *told = nullptr;
 
     void release()
     {
@@ -94,17 +94,21 @@ std::unique_ptr<AppleVirtualizationController> AppleVirtualizationControllerTest
     return controller;
 }
 
+QCoro::Task<QString> AppleVirtualizationControllerTest::begin(AppleVirtualizationController &controller,
+                                                              const QString &word)
+{
+    return outcomeOf(word == "start"_L1   ? controller.start()
+                     : word == "stop"_L1  ? controller.stop()
+                     : word == "pause"_L1 ? controller.pause()
+                                          : controller.resume());
+}
+
 QString AppleVirtualizationControllerTest::perform(AppleVirtualizationController &controller,
                                                    const QString &words)
 {
     QString outcome;
-    for (const QString &word : words.split(u' ', Qt::SkipEmptyParts)) {
-        QCoro::Task<> operation = word == "start"_L1   ? controller.start()
-                                  : word == "stop"_L1  ? controller.stop()
-                                  : word == "pause"_L1 ? controller.pause()
-                                                       : controller.resume();
-        outcome = finish(outcomeOf(std::move(operation)));
-    }
+    for (const QString &word : words.split(u' '))
+        outcome = finish(begin(controller, word));
     return outcome;
 }
 
@@ -114,41 +118,21 @@ void AppleVirtualizationControllerTest::operationsFollowTheTable_data()
     QTest::addColumn<QString>("failing");
     QTest::addColumn<QString>("outcome");
     QTest::addColumn<VMState>("state");
-    QTest::addColumn<QString>("calls");
-    QTest::addColumn<QString>("lastLine");
     using enum VMState;
     const QString none;
-    QTest::newRow("start") << u"start"_s << none << none << running << u"start"_s << u"VM running"_s;
-    QTest::newRow("start fails") << u"start"_s << u"start"_s << u"No start."_s << error << u"start"_s
-                                 << u"VM lifecycle error: No start."_s;
-    QTest::newRow("pause fails") << u"start pause"_s << u"pause"_s << u"No pause."_s << paused
-                                 << u"start pause"_s << u"VM running"_s;
-    QTest::newRow("pause") << u"start pause"_s << none << none << paused << u"start pause"_s
-                           << u"VM paused"_s;
-    QTest::newRow("resume") << u"start pause resume"_s << none << none << running << u"start pause resume"_s
-                            << u"VM resumed"_s;
-    QTest::newRow("resume fails") << u"start pause resume"_s << u"resume"_s << u"No resume."_s << paused
-                                  << u"start pause resume"_s << u"VM paused"_s;
-    QTest::newRow("stop") << u"start stop"_s << none << none << poweredOff << u"start stop"_s
-                          << u"VM stopped"_s;
-    QTest::newRow("stop while paused")
-        << u"start pause stop"_s << none << none << poweredOff << u"start pause stop"_s << u"VM stopped"_s;
-    QTest::newRow("stop fails") << u"start stop"_s << u"stop"_s << u"No stop."_s << error << u"start stop"_s
-                                << u"VM lifecycle error: No stop."_s;
-    QTest::newRow("start again") << u"start stop start"_s << none << none << running << u"start stop start"_s
-                                 << u"VM running"_s;
+    QTest::newRow("a whole life") << u"start pause resume pause stop start"_s << none << none << running;
+    QTest::newRow("start fails") << u"start"_s << u"start"_s << u"No start."_s << error;
+    QTest::newRow("pause fails") << u"start pause"_s << u"pause"_s << u"No pause."_s << paused;
+    QTest::newRow("resume fails") << u"start pause resume"_s << u"resume"_s << u"No resume."_s << paused;
+    QTest::newRow("stop fails") << u"start stop"_s << u"stop"_s << u"No stop."_s << error;
     QTest::newRow("start twice") << u"start start"_s << none
-                                 << u"Cannot start while virtual machine is running."_s << running
-                                 << u"start"_s << u"VM running"_s;
+                                 << u"Cannot start while virtual machine is running."_s << running;
     QTest::newRow("stop what is off")
-        << u"stop"_s << none << u"Cannot stop while virtual machine is powered off."_s << poweredOff << none
-        << none;
+        << u"stop"_s << none << u"Cannot stop while virtual machine is powered off."_s << poweredOff;
     QTest::newRow("pause what is off")
-        << u"pause"_s << none << u"Cannot pause while virtual machine is powered off."_s << poweredOff << none
-        << none;
+        << u"pause"_s << none << u"Cannot pause while virtual machine is powered off."_s << poweredOff;
     QTest::newRow("resume what runs")
-        << u"start resume"_s << none << u"Cannot resume while virtual machine is running."_s << running
-        << u"start"_s << u"VM running"_s;
+        << u"start resume"_s << none << u"Cannot resume while virtual machine is running."_s << running;
 }
 
 void AppleVirtualizationControllerTest::operationsFollowTheTable()
@@ -157,14 +141,12 @@ void AppleVirtualizationControllerTest::operationsFollowTheTable()
     QFETCH(const QString, failing);
     QFETCH(const QString, outcome);
     QFETCH(const VMState, state);
-    QFETCH(const QString, calls);
-    QFETCH(const QString, lastLine);
     const auto controller = makeController();
     m_machine->failing = failing;
     QCOMPARE(perform(*controller, operations).toLower(), outcome.toLower());
     QCOMPARE(controller->state(), state);
-    QCOMPARE(m_machine->calls.join(u' '), calls);
-    QVERIFY(DiagnosticLogger::shared().formattedLog().endsWith(lastLine));
+    const bool isRefused = outcome.startsWith(u"Cannot"_s);
+    QCOMPARE(m_machine->calls.join(u' '), isRefused ? operations.section(u' ', 0, -2) : operations);
     // Nothing is still marked as busy.
     m_machine->failing.clear();
     QCOMPARE(perform(*controller, canStop(state) ? u"stop"_s : u"start"_s), QString());
@@ -176,10 +158,7 @@ void AppleVirtualizationControllerTest::operationsNeverOverlap()
     const auto controller = makeController();
     for (const QString &held : {u"start"_s, u"pause"_s, u"resume"_s, u"stop"_s}) {
         m_machine->held = held;
-        QCoro::Task<QString> first = outcomeOf(held == "start"_L1    ? controller->start()
-                                               : held == "pause"_L1  ? controller->pause()
-                                               : held == "resume"_L1 ? controller->resume()
-                                                                     : controller->stop());
+        QCoro::Task<QString> first = begin(*controller, held);
         const VMState meanwhile = controller->state();
         QCOMPARE(perform(*controller, u"start"_s), busy);
         QCOMPARE(perform(*controller, u"stop"_s), busy);
@@ -194,33 +173,22 @@ void AppleVirtualizationControllerTest::operationsNeverOverlap()
     QCOMPARE(m_machine->calls.join(u' '), u"start pause resume stop"_s);
 }
 
-void AppleVirtualizationControllerTest::followsAGuestThatEndsUnasked_data()
-{
-    QTest::addColumn<QString>("operations");
-    QTest::addColumn<bool>("isError");
-    QTest::newRow("shut down") << u"start"_s << false;
-    QTest::newRow("failed") << u"start"_s << true;
-    QTest::newRow("failed while paused") << u"start pause"_s << true;
-}
-
 void AppleVirtualizationControllerTest::followsAGuestThatEndsUnasked()
 {
-    QFETCH(const QString, operations);
-    QFETCH(const bool, isError);
     const auto controller = makeController();
-    QCOMPARE(perform(*controller, operations), QString());
-    const VMState before = controller->state();
-    if (isError)
-        controller->virtualMachineDidStopWithError(*m_machine, {VZError::Case::internalError, u"Why."_s});
-    else
-        controller->guestDidStop(*m_machine);
-    QCOMPARE(controller->state(), before); // only once the code that runs now is done
-    QCoreApplication::processEvents();
-    QCOMPARE(controller->state(), isError ? VMState::error : VMState::poweredOff);
-    QVERIFY(DiagnosticLogger::shared().formattedLog().endsWith(isError ? u"VM stopped with error: Why."_s
-                                                                       : u"Guest stopped"_s));
-    controller->configure(VZVirtualMachineConfiguration());
-    QCOMPARE(perform(*controller, u"start"_s), QString());
+    for (const bool isError : {false, true}) {
+        controller->configure(VZVirtualMachineConfiguration());
+        QCOMPARE(perform(*controller, u"start"_s), QString());
+        if (isError)
+            controller->virtualMachineDidStopWithError(*m_machine, {VZError::Case::internalError, u"Why."_s});
+        else
+            controller->guestDidStop(*m_machine);
+        QCOMPARE(controller->state(), VMState::running); // only once the code that runs now is done
+        QCoreApplication::processEvents();
+        QCOMPARE(controller->state(), isError ? VMState::error : VMState::poweredOff);
+        QVERIFY(DiagnosticLogger::shared().formattedLog().endsWith(isError ? u"VM stopped with error: Why."_s
+                                                                           : u"Guest stopped"_s));
+    }
 }
 
 void AppleVirtualizationControllerTest::startsUnconfiguredMachinesNever()
@@ -230,10 +198,6 @@ void AppleVirtualizationControllerTest::startsUnconfiguredMachinesNever()
     QCOMPARE(perform(controller, u"start"_s), refusal);
     QCOMPARE(controller.state(), VMState::error);
     QVERIFY(DiagnosticLogger::shared().formattedLog().endsWith(u"VM lifecycle error: "_s + refusal));
-    controller.resetStateMachine(VMState::running);
-    QCOMPARE(perform(controller, u"stop"_s), QString());
-    QCOMPARE(controller.state(), VMState::poweredOff);
-    QVERIFY(DiagnosticLogger::shared().formattedLog().endsWith(refusal));
 }
 
 void AppleVirtualizationControllerTest::neverReplacesAMachineWithAGuest()
