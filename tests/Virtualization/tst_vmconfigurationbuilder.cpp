@@ -19,14 +19,15 @@ private Q_SLOTS:
     void guestsGetTheirDevices_data();
     void guestsGetTheirDevices();
     void identityAndVariablesLast();
-    void failedStepsLeaveTheFilesOfEarlierOnes_data();
-    void failedStepsLeaveTheFilesOfEarlierOnes();
     void installationsMakeWhatIsMissing();
     void machinesThatCannotRunAreRefused_data();
     void machinesThatCannotRunAreRefused();
 };
 
 namespace {
+
+const QString diskFile = u"Guest.vm/disk.img"_s;
+const QString imageFile = u"image.iso"_s;
 
 /// A bundle with a disk of 1 MiB, and an image beside it.
 class Bundle
@@ -40,16 +41,22 @@ public:
         configuration.memorySizeBytes = quint64(512) << 20;
         configuration.storageDirectory = FileUrl::directory(m_host.path(u"Guest.vm"_s));
         configuration.installationMediaPath = FileUrl::path(image());
-        m_host.write(u"Guest.vm/disk.img"_s, QByteArray(1 << 20, '\0'));
-        m_host.write(u"image.iso"_s, QByteArray(4096, '\0'));
+        m_host.write(diskFile, QByteArray(1 << 20, '\0'));
+        m_host.write(imageFile, QByteArray(4096, '\0'));
     }
 
     VMConfiguration configuration;
 
-    [[nodiscard]] QUrl image() const { return FileUrl::file(m_host.path(u"image.iso"_s)); }
+    [[nodiscard]] QUrl image() const { return FileUrl::file(m_host.path(imageFile)); }
+    [[nodiscard]] QString store() const { return u"Guest.vm/"_s + configuration.efiVariableStoreFileName; }
     [[nodiscard]] QString path(const QString &relative) const { return m_host.path(relative); }
     void write(const QString &relative, const QByteArray &bytes) const { m_host.write(relative, bytes); }
     void remove(const QString &relative) const { QFile::remove(m_host.path(relative)); }
+    void link(const QString &target, const QString &relative) const
+    {
+        remove(relative);
+        QVERIFY(QFile::link(m_host.path(target), m_host.path(relative)));
+    }
 
     [[nodiscard]] VZVirtualMachineConfiguration build(VMBuildMode mode = VMBuildMode::normalBoot,
                                                       const std::optional<QUrl> &iso = std::nullopt) const
@@ -87,7 +94,6 @@ void VMConfigurationBuilderTest::guestsGetTheirDevices_data()
     using enum VMBuildMode;
     const QString image = u"virtio image.iso read-only"_s;
     QTest::newRow("Linux") << linuxARM64 << normalBoot << true << false << QStringList{u"virtio disk.img"_s};
-    QTest::newRow("other") << otherARM64 << normalBoot << true << false << QStringList{u"nvme disk.img"_s};
     QTest::newRow("Windows") << windows11ARM64 << normalBoot << true << false
                              << QStringList{u"nvme disk.img"_s};
     QTest::newRow("Linux, installed from the configuration's image")
@@ -110,7 +116,7 @@ void VMConfigurationBuilderTest::guestsGetTheirDevices()
     bundle.configuration.displayHeight = 768;
     bundle.configuration.networkMode = hasDisk ? VMNetworkMode::nat : VMNetworkMode::disconnected;
     if (!hasDisk)
-        bundle.remove(u"Guest.vm/disk.img"_s);
+        bundle.remove(diskFile);
     const VZVirtualMachineConfiguration machine =
         bundle.build(mode, attachesImage ? std::optional(bundle.image()) : std::nullopt);
     QCOMPARE(machine.cpuCount, qint64(1));
@@ -121,9 +127,6 @@ void VMConfigurationBuilderTest::guestsGetTheirDevices()
     const QList<VZVirtioGraphicsScanoutConfiguration> screens{{.widthInPixels = 1366, .heightInPixels = 768}};
     QVERIFY(machine.graphicsDevices.first().scanouts == screens);
     QVERIFY(machine.keyboards.size() == 1 && machine.pointingDevices.size() == 1);
-    QVERIFY(
-        DiagnosticLogger::shared().formattedLog().endsWith(u"VM configuration validated for Guest (%1)"_s.arg(
-            mode == VMBuildMode::installation ? u"installation"_s : u"normalBoot"_s)));
 }
 
 void VMConfigurationBuilderTest::identityAndVariablesLast()
@@ -149,107 +152,67 @@ void VMConfigurationBuilderTest::identityAndVariablesLast()
     }
 }
 
-void VMConfigurationBuilderTest::failedStepsLeaveTheFilesOfEarlierOnes_data()
-{
-    QTest::addColumn<QString>("missing");
-    QTest::addColumn<QString>("inTheWay");
-    QTest::addColumn<VMBuildMode>("mode");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("leavesFiles");
-    QTest::newRow("image gone") << u"image.iso"_s << QString() << VMBuildMode::installation
-                                << u"Installation media could not be opened."_s << true;
-    QTest::newRow("nothing to boot")
-        << u"Guest.vm/disk.img"_s << QString() << VMBuildMode::normalBoot
-        << u"Virtual machine configuration is invalid. At least one storage device is required."_s << true;
-    QTest::newRow("a folder for a disk")
-        << u"Guest.vm/disk.img"_s << u"Guest.vm/disk.img/x"_s << VMBuildMode::normalBoot
-        << u"Virtual disk could not be attached."_s << true;
-    QTest::newRow("a file for a folder")
-        << u"Guest.vm/disk.img"_s << u"Guest.vm"_s << VMBuildMode::normalBoot << QString() << false;
-}
-
-void VMConfigurationBuilderTest::failedStepsLeaveTheFilesOfEarlierOnes()
-{
-    QFETCH(const QString, missing);
-    QFETCH(const QString, inTheWay);
-    QFETCH(const VMBuildMode, mode);
-    QFETCH(const QString, text);
-    QFETCH(const bool, leavesFiles);
-    const Bundle bundle;
-    bundle.remove(missing);
-    if (!inTheWay.isEmpty()) {
-        QDir().rmdir(bundle.path(inTheWay));
-        bundle.write(inTheWay, "x");
-    }
-    const QString error = errorTextOf([&] { (void)bundle.build(mode); });
-    QVERIFY(!error.isEmpty());
-    if (!text.isEmpty())
-        QCOMPARE(error, text);
-    for (const QUrl &url :
-         {bundle.configuration.machineIdentifierURL(), bundle.configuration.efiVariableStoreURL()})
-        QCOMPARE(QFile::exists(FileUrl::path(url)), leavesFiles);
-}
-
 void VMConfigurationBuilderTest::installationsMakeWhatIsMissing()
 {
     Bundle bundle;
-    bundle.remove(u"Guest.vm/disk.img"_s);
+    bundle.remove(diskFile);
     bundle.configuration.diskSizeBytes = quint64(64) << 30;
     const VZVirtualMachineConfiguration first =
         VMInstaller().prepareForInstallation(bundle.configuration, bundle.image());
     QCOMPARE(describe(first.storageDevices),
              (QStringList{u"virtio disk.img"_s, u"virtio image.iso read-only"_s}));
-    QCOMPARE(QFileInfo(bundle.path(u"Guest.vm/disk.img"_s)).size(), qint64(64) << 30);
+    QCOMPARE(QFileInfo(bundle.path(diskFile)).size(), qint64(64) << 30);
     QVERIFY(first == VMInstaller().prepareForInstallation(bundle.configuration, bundle.image()));
 }
 
 void VMConfigurationBuilderTest::machinesThatCannotRunAreRefused_data()
 {
-    QTest::addColumn<QString>("fault");
+    using Damage = std::function<void(Bundle &)>;
+    QTest::addColumn<Damage>("damage");
     QTest::addColumn<QString>("reason");
-    QTest::newRow("too wide") << u"wide"_s << u"A screen of 3840 × 1080 pixels cannot be shown"_s;
-    QTest::newRow("no pixels") << u"flat"_s << u"A screen of 1920 × 0 pixels cannot be shown"_s;
-    QTest::newRow("half a mebibyte") << u"memory"_s << u"The memory size must be a multiple of 1 MB."_s;
-    QTest::newRow("empty disk") << u"empty"_s << u"is empty."_s;
-    QTest::newRow("half a sector") << u"sector"_s << u"is not a multiple of 512 bytes."_s;
-    QTest::newRow("disk as its own medium") << u"twice"_s << u"is attached twice."_s;
-    QTest::newRow("disk that is a link") << u"disk link"_s << u"“disk.img” is a link."_s;
-    QTest::newRow("variable store that is a link") << u"store link"_s << u" is a link."_s;
-    QTest::newRow("identifier that is a pipe") << u"pipe"_s << u" is not an ordinary file."_s;
-    QTest::newRow("short variable store") << u"store"_s << u"is damaged: it has 5 bytes"_s;
+    const auto row = [](const char *name, const QString &reason, const Damage &damage) {
+        QTest::newRow(name) << damage << reason;
+    };
+    const QString invalid = u"Virtual machine configuration is invalid. "_s;
+    row("too wide", invalid + u"A screen of 3840 × 1080 pixels cannot be shown"_s,
+        [](Bundle &bundle) { bundle.configuration.displayWidth = 3840; });
+    row("half a mebibyte", invalid + u"The memory size must be a multiple of 1 MB."_s,
+        [](Bundle &bundle) { ++bundle.configuration.memorySizeBytes; });
+    row("empty disk", u"is empty."_s, [](Bundle &bundle) { bundle.write(diskFile, {}); });
+    row("half a sector", u"is not a multiple of 512 bytes."_s,
+        [](Bundle &bundle) { bundle.write(diskFile, QByteArray(1000, '\0')); });
+    row("disk as its own medium", u"is attached twice."_s,
+        [](Bundle &bundle) { bundle.link(diskFile, imageFile); });
+    row("disk that is a link", u"“disk.img” is a link."_s,
+        [](Bundle &bundle) { bundle.link(imageFile, diskFile); });
+    row("variable store that is a link", u" is a link."_s,
+        [](Bundle &bundle) { bundle.link(imageFile, bundle.store()); });
+    row("short variable store", u"is damaged: it has 5 bytes"_s,
+        [](Bundle &bundle) { bundle.write(bundle.store(), "short"); });
+    row("identifier that is a pipe", u" is not an ordinary file."_s, [](Bundle &bundle) {
+        const QString path = FileUrl::path(bundle.configuration.machineIdentifierURL());
+        QCOMPARE(::mkfifo(qPrintable(path), 0600), 0);
+    });
+    row("medium gone", u"Installation media could not be opened."_s,
+        [](Bundle &bundle) { bundle.remove(imageFile); });
+    row("folder for a disk", u"Virtual disk could not be attached."_s, [](Bundle &bundle) {
+        bundle.remove(diskFile);
+        bundle.write(diskFile + u"/x"_s, "x");
+    });
+    row("nothing to boot", u"At least one storage device is required."_s, [](Bundle &bundle) {
+        bundle.remove(diskFile);
+        bundle.configuration.installationMediaPath.reset();
+    });
 }
 
 void VMConfigurationBuilderTest::machinesThatCannotRunAreRefused()
 {
-    QFETCH(const QString, fault);
+    QFETCH(const std::function<void(Bundle &)>, damage);
     QFETCH(const QString, reason);
     Bundle bundle;
-    VMConfiguration &configuration = bundle.configuration;
-    if (fault == "wide"_L1)
-        configuration.displayWidth = 3840;
-    else if (fault == "flat"_L1)
-        configuration.displayHeight = 0;
-    else if (fault == "memory"_L1)
-        ++configuration.memorySizeBytes;
-    else if (fault == "empty"_L1)
-        bundle.write(u"Guest.vm/disk.img"_s, {});
-    else if (fault == "sector"_L1)
-        bundle.write(u"Guest.vm/disk.img"_s, QByteArray(1000, '\0'));
-    else if (fault == "twice"_L1)
-        QVERIFY(QFile::remove(bundle.path(u"image.iso"_s)) &&
-                QFile::link(bundle.path(u"Guest.vm/disk.img"_s), bundle.path(u"image.iso"_s)));
-    else if (fault == "disk link"_L1)
-        QVERIFY(QFile::remove(bundle.path(u"Guest.vm/disk.img"_s)) &&
-                QFile::link(bundle.path(u"image.iso"_s), bundle.path(u"Guest.vm/disk.img"_s)));
-    else if (fault == "store link"_L1)
-        QVERIFY(QFile::link(bundle.path(u"image.iso"_s), FileUrl::path(configuration.efiVariableStoreURL())));
-    else if (fault == "pipe"_L1)
-        QCOMPARE(::mkfifo(qPrintable(FileUrl::path(configuration.machineIdentifierURL())), 0600), 0);
-    else
-        bundle.write(u"Guest.vm/"_s + configuration.efiVariableStoreFileName, "short");
+    damage(bundle);
     const QString error = errorTextOf([&] { (void)bundle.build(VMBuildMode::installation); });
-    QVERIFY2(error.startsWith("Virtual machine configuration is invalid. "_L1) && error.contains(reason),
-             qUtf8Printable(error));
+    QVERIFY2(error.contains(reason), qUtf8Printable(error));
 }
 
 KELVO_TEST_MAIN(VMConfigurationBuilderTest)
