@@ -7,8 +7,6 @@
 #include "support/TestMain.h"
 
 #include <QDir>
-#include <QJsonDocument>
-#include <QJsonObject>
 
 using namespace Qt::StringLiterals;
 
@@ -17,171 +15,155 @@ class VMManagerTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void init();
+    void cleanup();
     void loadingListsBundlesWithTheirMetadata();
-    void windowsOnTheWrongBackendIsMovedInMemoryOnly();
     void failedLoadKeepsTheList();
-    void reloadReplacesTheObjects();
     void creationMakesDiskAndDocuments();
-    void refusedCreationWritesNothing_data();
     void refusedCreationWritesNothing();
     void newMachinesGetPortsOfTheirOwn();
-    void controllersAreMadeOnce();
-    void savingKeepsTheMetadata();
     void listsWhatAnotherApplicationMakes();
     void keepsWhatAnotherApplicationSaves();
+    void startRecordsTheBoot();
+    void startWithAnImageNeedsAnInstalledGuest();
+    void failedStepsLeaveTheirTexts();
+    void busyMachineRefusesEverything();
+    void startsNeverTouchALivingGuest();
+    void stopForgetsOnlyItsOwnActivity();
+    void installationTakesTheRightImage_data();
+    void installationTakesTheRightImage();
+    void failedInstallationCanBeRepeated();
+    void installationIsCompletedOnceAndOnlyWhenOff();
+    void missingToolsRefuseWithoutAController();
+    void unsavedBootIsAnErrorOfARunningGuest();
+    void managerMayGoWhileAnOperationWaits();
 
 private:
-    [[nodiscard]] static VMConfiguration
-    make(const TemporaryHost &host, const QString &name,
-         GuestOperatingSystem guestOS = GuestOperatingSystem::windows11ARM64)
+    [[nodiscard]] VMConfiguration make(const QString &name,
+                                       const std::optional<QString> &media = std::nullopt) const;
+    VirtualMachine *addMachine(const QString &name, const std::optional<QString> &media = std::nullopt)
     {
-        auto configuration = VMConfiguration::defaultConfiguration(name, guestOS);
-        configuration.storageDirectory =
-            FileUrl::appendingDirectory(host.root(), VMConfiguration::bundleFolderName(name));
-        return configuration;
+        return finish(m_manager->createVirtualMachine(make(name, media)));
     }
-    [[nodiscard]] static std::unique_ptr<VMBackendController> makeController(VMBackendType)
+    /// Of an application on this host.
+    [[nodiscard]] std::unique_ptr<VMManager> makeManager();
+    [[nodiscard]] FakeController *controllerOf(const VirtualMachine *vm)
     {
-        return std::make_unique<FakeController>();
+        return dynamic_cast<FakeController *>(&m_manager->controller(*vm));
     }
-    [[nodiscard]] static QStringList filesOf(const TemporaryHost &host, const QString &folder)
+    [[nodiscard]] VMStorage storage() const { return m_host->collaborators({}).storage; }
+    [[nodiscard]] VMPersistedMetadata storedMetadata(const VirtualMachine *vm) const
     {
-        return QDir(host.path(folder)).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        return storage().loadMetadata(vm->configuration().storageDirectory);
     }
+    [[nodiscard]] static QString log() { return DiagnosticLogger::shared().formattedLog(); }
+
+    std::unique_ptr<TemporaryHost> m_host;
+    std::unique_ptr<VMManager> m_manager;
+    int m_madeControllers = 0;
 };
+
+void VMManagerTest::init()
+{
+    m_madeControllers = 0;
+    m_host = std::make_unique<TemporaryHost>();
+    m_host->installTools();
+    m_host->write(u"own.iso"_s, "x");
+    m_host->write(u"other.iso"_s, "x");
+    m_manager = makeManager();
+}
+
+void VMManagerTest::cleanup()
+{
+    m_manager.reset();
+    m_host.reset();
+}
+
+VMConfiguration VMManagerTest::make(const QString &name, const std::optional<QString> &media) const
+{
+    auto configuration = VMConfiguration::defaultConfiguration(name, GuestOperatingSystem::windows11ARM64);
+    configuration.storageDirectory = FileUrl::appendingDirectory(m_host->root(), name + u".vm"_s);
+    if (media)
+        configuration.installationMediaPath = m_host->path(*media);
+    return configuration;
+}
+
+std::unique_ptr<VMManager> VMManagerTest::makeManager()
+{
+    return std::make_unique<VMManager>(m_host->collaborators([this](VMBackendType) {
+        ++m_madeControllers;
+        return std::make_unique<FakeController>();
+    }));
+}
 
 void VMManagerTest::loadingListsBundlesWithTheirMetadata()
 {
-    TemporaryHost host;
-    const auto collaborators = host.collaborators(makeController);
     VMPersistedMetadata metadata;
     metadata.installationState = VMInstallationState::inProgress;
-    collaborators.storage.save(make(host, u"a"_s), metadata);
-    host.write(u"Virtual Machines/a.vm/disk.img"_s, "12345");
-    collaborators.storage.save(make(host, u"B"_s), std::nullopt);
-    host.write(u"Virtual Machines/B.vm/metadata.json"_s, "broken");
+    VMConfiguration onWrongBackend = make(u"a"_s);
+    onWrongBackend.backend = VMBackendType::appleVirtualization;
+    storage().save(onWrongBackend, metadata);
+    const QByteArray document = m_host->read(u"Virtual Machines/a.vm/config.json"_s);
+    m_host->write(u"Virtual Machines/a.vm/disk.img"_s, "12345");
+    storage().save(make(u"B"_s), std::nullopt);
+    m_host->write(u"Virtual Machines/B.vm/metadata.json"_s, "broken");
 
-    VMManager manager(collaborators);
-    QSignalSpy changed(&manager, &VMManager::virtualMachinesChanged);
-    finish(manager.loadVirtualMachines());
+    const QSignalSpy changed(m_manager.get(), &VMManager::virtualMachinesChanged);
+    finish(m_manager->loadVirtualMachines());
     QCOMPARE(changed.count(), 1);
-    QCOMPARE(manager.virtualMachines().size(), 2);
-    const VirtualMachine *first = manager.virtualMachines().first();
+    QCOMPARE(m_manager->virtualMachines().size(), 2);
+    const VirtualMachine *first = m_manager->virtualMachines().first();
     QCOMPARE(first->name(), u"a"_s);
     QCOMPARE(first->state(), VMState::poweredOff);
     QCOMPARE(first->installationState(), VMInstallationState::inProgress);
     QVERIFY(first->actualDiskUsageBytes().value_or(0) > 0);
-    const VirtualMachine *second = manager.virtualMachines().last();
+    QCOMPARE(first->configuration().backend, VMBackendType::qemuHVF); // in memory only
+    QCOMPARE(m_host->read(u"Virtual Machines/a.vm/config.json"_s), document);
+    const VirtualMachine *second = m_manager->virtualMachines().last();
     QCOMPARE(second->installationState(), VMInstallationState::notStarted);
     QVERIFY(!second->actualDiskUsageBytes());
-    QVERIFY(DiagnosticLogger::shared().formattedLog().endsWith("Loaded 2 virtual machine(s)"_L1));
-}
-
-void VMManagerTest::windowsOnTheWrongBackendIsMovedInMemoryOnly()
-{
-    TemporaryHost host;
-    const auto collaborators = host.collaborators(makeController);
-    VMConfiguration configuration = make(host, u"w"_s);
-    configuration.backend = VMBackendType::appleVirtualization;
-    collaborators.storage.save(configuration, std::nullopt);
-    const QByteArray document = host.read(u"Virtual Machines/w.vm/config.json"_s);
-
-    VMManager manager(collaborators);
-    finish(manager.loadVirtualMachines());
-    QCOMPARE(manager.virtualMachines().first()->configuration().backend, VMBackendType::qemuHVF);
-    QCOMPARE(host.read(u"Virtual Machines/w.vm/config.json"_s), document);
 }
 
 void VMManagerTest::failedLoadKeepsTheList()
 {
-    TemporaryHost host;
-    host.installTools();
-    VMManager manager(host.collaborators(makeController));
-    (void)finish(manager.createVirtualMachine(make(host, u"a"_s)));
-    QVERIFY(QDir().rename(host.path(u"Virtual Machines"_s), host.path(u"moved"_s)));
-    host.write(u"Virtual Machines"_s, "a file in its place");
-    finish(manager.loadVirtualMachines());
-    QCOMPARE(manager.virtualMachines().size(), 1);
-    QVERIFY(DiagnosticLogger::shared().formattedLog().contains("[ERROR]"_L1));
-    QVERIFY(
-        DiagnosticLogger::shared().formattedLog().contains("Failed to load VMs: Could not create folder"_L1));
-}
-
-void VMManagerTest::reloadReplacesTheObjects()
-{
-    TemporaryHost host;
-    host.installTools();
-    VMManager manager(host.collaborators(makeController));
-    const QPointer<VirtualMachine> first = finish(manager.createVirtualMachine(make(host, u"a"_s)));
-    const QUuid id = first->id();
-    finish(manager.loadVirtualMachines());
-    QVERIFY(manager.virtualMachine(id) != first.data());
-    QTRY_VERIFY(!first);
-    QVERIFY(manager.virtualMachine(id) != nullptr);
-    QVERIFY(manager.virtualMachine(QUuid::createUuid()) == nullptr);
+    addMachine(u"a"_s);
+    QVERIFY(QDir().rename(m_host->path(u"Virtual Machines"_s), m_host->path(u"moved"_s)));
+    m_host->write(u"Virtual Machines"_s, "a file in its place");
+    finish(m_manager->loadVirtualMachines());
+    QCOMPARE(m_manager->virtualMachines().size(), 1);
+    QVERIFY(log().contains("Failed to load VMs: Could not create folder"_L1));
 }
 
 void VMManagerTest::creationMakesDiskAndDocuments()
 {
-    TemporaryHost host;
-    host.installTools();
-    VMManager manager(host.collaborators(makeController));
-    VMConfiguration configuration = make(host, u"a"_s);
+    VMConfiguration configuration = make(u"a"_s, u"own.iso"_s);
     configuration.backend = VMBackendType::appleVirtualization;
-    configuration.installationMediaPath = u"/x.iso"_s;
-    const VirtualMachine *vm = finish(manager.createVirtualMachine(configuration));
+    const VirtualMachine *vm = finish(m_manager->createVirtualMachine(configuration));
+    QVERIFY(log().endsWith("VM created: a [QEMU (HVF)]"_L1));
     QCOMPARE(vm->configuration().backend, VMBackendType::qemuHVF);
-    QCOMPARE(vm->installationState(), VMInstallationState::ready);
-    QCOMPARE(filesOf(host, u"Virtual Machines/a.vm"_s),
+    QCOMPARE(QDir(m_host->path(u"Virtual Machines/a.vm"_s))
+                 .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
              QStringList({u"config.json"_s, u"disk.img"_s, u"metadata.json"_s}));
-    const auto metadata =
-        QJsonDocument::fromJson(host.read(u"Virtual Machines/a.vm/metadata.json"_s)).object();
-    QCOMPARE(metadata["installationState"_L1].toString(), u"ready"_s);
-    QVERIFY(DiagnosticLogger::shared().formattedLog().endsWith("VM created: a [QEMU (HVF)]"_L1));
-    QCOMPARE(finish(manager.createVirtualMachine(make(host, u"b"_s)))->installationState(),
-             VMInstallationState::notStarted);
-}
-
-void VMManagerTest::refusedCreationWritesNothing_data()
-{
-    QTest::addColumn<bool>("hasTools");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<GuestOperatingSystem>("guestOS");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("empty name") << true << u" "_s << GuestOperatingSystem::windows11ARM64
-                                << u"Virtual machine name cannot be empty."_s;
-    QTest::newRow("no tools")
-        << false << u"a"_s << GuestOperatingSystem::windows11ARM64
-        << u"QEMU dependencies are missing: qemu-system-aarch64, swtpm, UEFI firmware "
-           "(edk2-aarch64-code.fd), UEFI variables template (edk2-aarch64-vars.fd). Install "
-           "them with Homebrew: brew install qemu swtpm"_s;
+    QCOMPARE(vm->installationState(), VMInstallationState::ready);
+    QCOMPARE(storedMetadata(vm).installationState, VMInstallationState::ready);
+    QCOMPARE(addMachine(u"b"_s)->installationState(), VMInstallationState::notStarted);
 }
 
 void VMManagerTest::refusedCreationWritesNothing()
 {
-    QFETCH(const bool, hasTools);
-    QFETCH(const QString, name);
-    QFETCH(const GuestOperatingSystem, guestOS);
-    QFETCH(const QString, text);
-    TemporaryHost host;
-    if (hasTools)
-        host.installTools();
-    VMManager manager(host.collaborators(makeController));
-    QCOMPARE(errorTextOf([&] { (void)finish(manager.createVirtualMachine(make(host, name, guestOS))); }),
-             text);
-    QVERIFY(!filesOf(host, QString()).contains("Virtual Machines"_L1));
-    QVERIFY(manager.virtualMachines().isEmpty());
+    QCOMPARE(errorTextOf([this] { addMachine(u" "_s); }), u"Virtual machine name cannot be empty."_s);
+    m_host->removeTools();
+    QVERIFY(errorTextOf([this] { addMachine(u"a"_s); }).startsWith("QEMU dependencies are missing: "_L1));
+    QVERIFY(!QFile::exists(m_host->path(u"Virtual Machines"_s)));
+    QVERIFY(m_manager->virtualMachines().isEmpty());
 }
 
 void VMManagerTest::newMachinesGetPortsOfTheirOwn()
 {
-    TemporaryHost host;
-    host.installTools();
-    VMManager manager(host.collaborators(makeController));
     QSet<qint64> ports;
     QSet<QUuid> ids;
     for (int number = 0; number < 101; ++number) {
-        const VirtualMachine *vm = finish(manager.createVirtualMachine(make(host, u"#%1"_s.arg(number))));
+        const VirtualMachine *vm = addMachine(u"#%1"_s.arg(number));
         ports.insert(vm->configuration().vncPort);
         ids.insert(vm->id());
         QCOMPARE(VMConfiguration::defaultVNCPort(vm->id()), vm->configuration().vncPort);
@@ -190,87 +172,46 @@ void VMManagerTest::newMachinesGetPortsOfTheirOwn()
     QCOMPARE(ids.size(), 101);
 }
 
-void VMManagerTest::controllersAreMadeOnce()
-{
-    TemporaryHost host;
-    host.installTools();
-    int made = 0;
-    VMManager manager(host.collaborators([&made](VMBackendType) {
-        ++made;
-        return std::make_unique<FakeController>();
-    }));
-    VirtualMachine *vm = finish(manager.createVirtualMachine(make(host, u"a"_s)));
-    const VMBackendController *first = &manager.controller(*vm);
-    VMConfiguration changed = vm->configuration();
-    changed.backend = VMBackendType::appleVirtualization;
-    vm->setConfiguration(changed);
-    QCOMPARE(&manager.controller(*vm), first);
-    QCOMPARE(made, 1);
-}
-
-void VMManagerTest::savingKeepsTheMetadata()
-{
-    TemporaryHost host;
-    host.installTools();
-    VMManager manager(host.collaborators(makeController));
-    VMConfiguration configuration = make(host, u"a"_s);
-    configuration.installationMediaPath = u"/x.iso"_s;
-    VirtualMachine *vm = finish(manager.createVirtualMachine(configuration));
-    VMConfiguration renamed = vm->configuration();
-    renamed.name = u"new name"_s;
-    vm->setConfiguration(renamed);
-    manager.saveConfiguration(*vm);
-    QCOMPARE(vm->configuration(), renamed);
-    const VMStorage &storage = host.collaborators(makeController).storage;
-    QCOMPARE(storage.loadConfiguration(renamed.storageDirectory).name, u"new name"_s);
-    QCOMPARE(storage.loadMetadata(renamed.storageDirectory).installationState, VMInstallationState::ready);
-}
-
 void VMManagerTest::listsWhatAnotherApplicationMakes()
 {
-    TemporaryHost host;
-    host.installTools();
-    VMManager ours(host.collaborators(makeController));
-    VMManager theirs(host.collaborators(makeController));
-    VirtualMachine *own = finish(ours.createVirtualMachine(make(host, u"own"_s)));
-    finish(theirs.loadVirtualMachines());
-    const QSignalSpy changed(&ours, &VMManager::virtualMachinesChanged);
-    ours.listNewBundles();
+    const auto theirs = makeManager();
+    const auto createTheirs = [&](const QString &name) {
+        (void)finish(theirs->createVirtualMachine(make(name)));
+    };
+    VirtualMachine *own = addMachine(u"own"_s);
+    finish(theirs->loadVirtualMachines());
+    const QSignalSpy changed(m_manager.get(), &VMManager::virtualMachinesChanged);
+    m_manager->listNewBundles();
     QCOMPARE(changed.count(), 0);
 
-    QDir(host.path(u"Virtual Machines"_s)).mkdir(u"half.vm"_s); // its document comes later
-    (void)finish(theirs.createVirtualMachine(make(host, u"b"_s)));
-    (void)finish(theirs.createVirtualMachine(make(host, u"a"_s)));
-    host.write(u"Virtual Machines/copy.vm/config.json"_s,
-               host.read(u"Virtual Machines/own.vm/config.json"_s));
-    ours.listNewBundles();
+    QDir(m_host->path(u"Virtual Machines"_s)).mkdir(u"half.vm"_s); // its document comes later
+    createTheirs(u"b"_s);
+    createTheirs(u"a"_s);
+    m_host->write(u"Virtual Machines/copy.vm/config.json"_s,
+                  m_host->read(u"Virtual Machines/own.vm/config.json"_s));
+    m_manager->listNewBundles();
     QCOMPARE(changed.count(), 1);
     QStringList names;
-    for (const VirtualMachine *vm : ours.virtualMachines())
+    for (const VirtualMachine *vm : m_manager->virtualMachines())
         names.append(vm->name());
     QCOMPARE(names, QStringList({u"own"_s, u"a"_s, u"b"_s}));
-    QCOMPARE(ours.virtualMachines().first(), own); // the objects stay
+    QCOMPARE(m_manager->virtualMachines().first(), own); // the objects stay
 
-    const VMConfiguration late = make(host, u"half"_s);
-    host.collaborators(makeController).storage.save(late, std::nullopt);
-    ours.listNewBundles();
-    QCOMPARE(ours.virtualMachines().size(), 4);
-    QDir(host.path(u"Virtual Machines"_s)).removeRecursively();
-    ours.listNewBundles();
-    QCOMPARE(ours.virtualMachines().size(), 4);
-    QVERIFY(!QFile::exists(host.path(u"Virtual Machines"_s)));
+    storage().save(make(u"half"_s), std::nullopt);
+    m_manager->listNewBundles();
+    QCOMPARE(m_manager->virtualMachines().size(), 4);
+    QDir(m_host->path(u"Virtual Machines"_s)).removeRecursively();
+    m_manager->listNewBundles();
+    QCOMPARE(m_manager->virtualMachines().size(), 4);
+    QVERIFY(!QFile::exists(m_host->path(u"Virtual Machines"_s)));
 }
 
 void VMManagerTest::keepsWhatAnotherApplicationSaves()
 {
-    TemporaryHost host;
-    host.installTools();
-    VMManager ours(host.collaborators(makeController));
-    VMManager theirs(host.collaborators(makeController));
-    VMConfiguration configuration = make(host, u"a"_s);
-    configuration.installationMediaPath = host.path(u"x.iso"_s);
-    host.write(u"x.iso"_s, "image");
-    VirtualMachine *vm = finish(ours.createVirtualMachine(configuration));
+    VMManager &ours = *m_manager;
+    const auto other = makeManager();
+    VMManager &theirs = *other;
+    VirtualMachine *vm = addMachine(u"a"_s, u"own.iso"_s);
     finish(theirs.loadVirtualMachines());
     VirtualMachine *same = theirs.virtualMachines().constFirst();
     const auto edit = [](VMManager &manager, VirtualMachine *machine, auto field, const auto &value) {
@@ -288,6 +229,7 @@ void VMManagerTest::keepsWhatAnotherApplicationSaves()
     ours.takeOverChanges(*vm);
     QCOMPARE(vm->configuration().cpuCount, 2);
     QCOMPARE(vm->configuration().memorySizeBytes, quint64(4) << 30);
+    QCOMPARE(storedMetadata(vm).installationState, VMInstallationState::ready);
 
     // Both look, then both edit: the second one is told.
     theirs.takeOverChanges(*same);
@@ -296,8 +238,7 @@ void VMManagerTest::keepsWhatAnotherApplicationSaves()
         edit(ours, vm, &VMConfiguration::name, u"ours"_s),
         u"Another application has changed “ours”. Nothing was saved; open the settings again to see what "
         "they are now."_s);
-    const VMStorage storage = host.collaborators(makeController).storage;
-    QCOMPARE(storage.loadConfiguration(configuration.storageDirectory).name, u"theirs"_s);
+    QCOMPARE(storage().loadConfiguration(vm->configuration().storageDirectory).name, u"theirs"_s);
     ours.takeOverChanges(*vm);
     QCOMPARE(vm->name(), u"theirs"_s);
     QCOMPARE(edit(ours, vm, &VMConfiguration::name, u"ours"_s), QString());
@@ -306,8 +247,7 @@ void VMManagerTest::keepsWhatAnotherApplicationSaves()
     theirs.completeInstallation(*same);
     finish(ours.start(vm));
     QCOMPARE(vm->installationState(), VMInstallationState::completed);
-    QCOMPARE(storage.loadMetadata(configuration.storageDirectory).installationState,
-             VMInstallationState::completed);
+    QCOMPARE(storedMetadata(vm).installationState, VMInstallationState::completed);
     QCOMPARE(edit(theirs, same, &VMConfiguration::cpuCount, 4),
              u"Another application has changed “theirs”. "
              "Nothing was saved; open the settings again to see what they are now."_s);
@@ -315,6 +255,227 @@ void VMManagerTest::keepsWhatAnotherApplicationSaves()
     QCOMPARE(edit(theirs, same, &VMConfiguration::cpuCount, 4), QString());
     ours.takeOverChanges(*vm); // it runs: what it runs with stays
     QCOMPARE(vm->configuration().cpuCount, 2);
+}
+
+void VMManagerTest::startRecordsTheBoot()
+{
+    VirtualMachine *vm = addMachine(u"a"_s);
+    vm->setLastError(u"old"_s);
+    const QDateTime before = QDateTime::currentDateTimeUtc();
+    finish(m_manager->start(vm));
+    QCOMPARE(controllerOf(vm)->calls, QStringList({u"configure normalBoot -"_s, u"start"_s}));
+    QCOMPARE(vm->state(), VMState::running);
+    QVERIFY(!vm->lastError() && !vm->operationInProgress());
+    QCOMPARE(m_manager->activeVMID(), vm->id());
+    QCOMPARE(m_manager->activeController(), controllerOf(vm));
+    const auto booted = storedMetadata(vm).lastBootedAt;
+    QVERIFY(booted && *booted > before.addSecs(-1) && *booted <= QDateTime::currentDateTimeUtc());
+    finish(m_manager->pause(vm));
+    QCOMPARE(vm->state(), VMState::paused);
+    finish(m_manager->resume(vm));
+    QCOMPARE(vm->state(), VMState::running);
+    controllerOf(vm)->currentState = VMState::poweredOff; // the guest has ended by itself
+    m_manager->refreshStates();
+    QCOMPARE(vm->state(), VMState::poweredOff);
+}
+
+void VMManagerTest::startWithAnImageNeedsAnInstalledGuest()
+{
+    VirtualMachine *vm = addMachine(u"a"_s, u"own.iso"_s);
+    const QUrl image = FileUrl::file(u"/y.iso"_s);
+    QCOMPARE(errorTextOf([&] { finish(m_manager->start(vm, image)); }),
+             u"Virtual machine configuration is invalid. Use Install to boot from installation media."_s);
+    QCOMPARE(m_madeControllers, 0);
+    QVERIFY(!vm->operationInProgress() && !vm->lastError());
+    m_manager->completeInstallation(*vm);
+    finish(m_manager->start(vm, image));
+    QCOMPARE(controllerOf(vm)->calls.first(), u"configure normalBoot y.iso"_s);
+}
+
+void VMManagerTest::failedStepsLeaveTheirTexts()
+{
+    VirtualMachine *vm = addMachine(u"a"_s);
+    FakeController *controller = controllerOf(vm);
+    for (const auto &call : {u"configure"_s, u"start"_s, u"pause"_s, u"stop"_s}) {
+        controller->failingCall = call;
+        const QString text = errorTextOf([&] {
+            finish(m_manager->start(vm));
+            finish(m_manager->pause(vm));
+            finish(m_manager->stop(vm));
+        });
+        QCOMPARE(text, call + u" failed."_s);
+        const bool isPause = call == "pause"_L1; // which leaves all as it was
+        QCOMPARE(vm->state(), isPause ? VMState::running : VMState::error);
+        QCOMPARE(vm->lastError(), isPause ? std::nullopt : std::optional(text));
+        QVERIFY(!vm->operationInProgress());
+        controller->failingCall.clear();
+        finish(m_manager->stop(vm));
+        QCOMPARE(vm->state(), VMState::poweredOff);
+    }
+    finish(m_manager->start(vm));
+    QVERIFY(!vm->lastError());
+}
+
+void VMManagerTest::busyMachineRefusesEverything()
+{
+    VirtualMachine *vm = addMachine(u"a"_s, u"own.iso"_s);
+    VirtualMachine *other = addMachine(u"b"_s);
+    controllerOf(vm)->holdsOperations = true;
+    auto start = m_manager->start(vm);
+    const QString refusal = u"Another virtualization operation is already in progress."_s;
+    QCOMPARE(errorTextOf([&] { finish(m_manager->start(vm)); }), refusal);
+    QCOMPARE(errorTextOf([&] { finish(m_manager->stop(vm)); }), refusal);
+    QCOMPARE(errorTextOf([&] { finish(m_manager->pause(vm)); }), refusal);
+    QCOMPARE(errorTextOf([&] { finish(m_manager->resume(vm)); }), refusal);
+    QCOMPARE(errorTextOf([&] { finish(m_manager->beginInstallation(vm)); }), refusal);
+    QCOMPARE(vm->state(), VMState::starting);
+    QVERIFY(vm->operationInProgress());
+    finish(m_manager->start(other)); // is not held up
+    QCOMPARE(other->state(), VMState::running);
+
+    controllerOf(vm)->release();
+    finish(std::move(start));
+    QCOMPARE(vm->state(), VMState::running);
+    QVERIFY(!vm->operationInProgress());
+    QCOMPARE(m_manager->activeVMID(), vm->id());
+}
+
+void VMManagerTest::startsNeverTouchALivingGuest()
+{
+    VirtualMachine *vm = addMachine(u"a"_s, u"own.iso"_s);
+    finish(m_manager->beginInstallation(vm));
+    FakeController *controller = controllerOf(vm);
+    const QStringList calls = controller->calls;
+    for (const VMState state : {VMState::paused, VMState::running, VMState::stopping}) {
+        controller->currentState = state;
+        const QString refusal =
+            u"Cannot start while virtual machine is %1."_s.arg(displayName(state).toLower());
+        vm->setState(VMState::error); // as after a step that failed while the guest went on
+        QCOMPARE(errorTextOf([&] { finish(m_manager->start(vm)); }), refusal);
+        QCOMPARE(vm->state(), state);
+        vm->setState(VMState::error);
+        QCOMPARE(errorTextOf([&] { finish(m_manager->beginInstallation(vm)); }), refusal);
+        QCOMPARE(vm->state(), state);
+    }
+    QCOMPARE(vm->installationState(), VMInstallationState::inProgress);
+    QCOMPARE(controller->calls, calls);
+    QVERIFY(!vm->operationInProgress() && !vm->lastError());
+    finish(m_manager->stop(vm));
+    finish(m_manager->start(vm));
+    QCOMPARE(vm->state(), VMState::running);
+}
+
+void VMManagerTest::stopForgetsOnlyItsOwnActivity()
+{
+    VirtualMachine *first = addMachine(u"first"_s);
+    VirtualMachine *second = addMachine(u"second"_s);
+    finish(m_manager->start(first));
+    finish(m_manager->start(second));
+    QSignalSpy changed(m_manager.get(), &VMManager::activeVMIDChanged);
+    finish(m_manager->stop(first));
+    QCOMPARE(m_manager->activeVMID(), second->id());
+    QCOMPARE(changed.count(), 0);
+    finish(m_manager->stop(second));
+    QVERIFY(!m_manager->activeVMID() && m_manager->activeController() == nullptr);
+    QCOMPARE(changed.count(), 1);
+}
+
+void VMManagerTest::installationTakesTheRightImage_data()
+{
+    QTest::addColumn<std::optional<QString>>("own");
+    QTest::addColumn<QString>("given");
+    QTest::addColumn<QString>("taken"); // empty: refused
+    const std::optional own = u"own.iso"_s;
+    QTest::newRow("own") << own << QString() << *own;
+    QTest::newRow("given") << own << u"other.iso"_s << u"other.iso"_s;
+    QTest::newRow("given and missing") << own << u"missing.iso"_s << QString();
+    QTest::newRow("none at all") << std::optional<QString>() << QString() << QString();
+}
+
+void VMManagerTest::installationTakesTheRightImage()
+{
+    QFETCH(const std::optional<QString>, own);
+    QFETCH(const QString, given);
+    QFETCH(const QString, taken);
+    VirtualMachine *vm = addMachine(u"a"_s, own);
+    const auto image = given.isEmpty() ? std::nullopt : std::optional(FileUrl::file(m_host->path(given)));
+    const VMInstallationState before = vm->installationState();
+    const QString text = errorTextOf([&] { finish(m_manager->beginInstallation(vm, image)); });
+    QVERIFY(!vm->operationInProgress());
+    if (taken.isEmpty()) {
+        QCOMPARE(text, u"Installation media could not be opened."_s);
+        QCOMPARE(vm->installationState(), before);
+        QCOMPARE(vm->state(), VMState::poweredOff);
+        return;
+    }
+    QCOMPARE(text, QString());
+    QCOMPARE(controllerOf(vm)->calls.first(), u"configure installation "_s + taken);
+    QCOMPARE(vm->installationState(), VMInstallationState::inProgress);
+    QCOMPARE(storedMetadata(vm).installationState, VMInstallationState::inProgress);
+    QVERIFY(storedMetadata(vm).lastBootedAt);
+}
+
+void VMManagerTest::failedInstallationCanBeRepeated()
+{
+    VirtualMachine *vm = addMachine(u"a"_s, u"own.iso"_s);
+    controllerOf(vm)->failingCall = u"start"_s;
+    QCOMPARE(errorTextOf([&] { finish(m_manager->beginInstallation(vm)); }), u"start failed."_s);
+    QCOMPARE(vm->state(), VMState::error);
+    QCOMPARE(vm->installationState(), VMInstallationState::ready);
+    QCOMPARE(vm->lastError(), u"start failed."_s);
+    QVERIFY(vm->canInstall());
+    controllerOf(vm)->failingCall.clear();
+    finish(m_manager->beginInstallation(vm));
+    QCOMPARE(vm->state(), VMState::running);
+}
+
+void VMManagerTest::installationIsCompletedOnceAndOnlyWhenOff()
+{
+    VirtualMachine *vm = addMachine(u"a"_s, u"own.iso"_s);
+    finish(m_manager->start(vm));
+    QCOMPARE(
+        errorTextOf([&] { m_manager->completeInstallation(*vm); }),
+        u"Virtual machine configuration is invalid. Stop the virtual machine before marking installation "
+        "complete."_s);
+    finish(m_manager->stop(vm));
+    m_manager->completeInstallation(*vm);
+    QCOMPARE(vm->installationState(), VMInstallationState::completed);
+    QCOMPARE(storedMetadata(vm).installationState, VMInstallationState::completed);
+    QVERIFY(storedMetadata(vm).installationCompletedAt && storedMetadata(vm).lastBootedAt);
+    QCOMPARE(errorTextOf([&] { finish(m_manager->beginInstallation(vm)); }),
+             u"Virtual machine configuration is invalid. This virtual machine is already installed."_s);
+}
+
+void VMManagerTest::missingToolsRefuseWithoutAController()
+{
+    VirtualMachine *vm = addMachine(u"a"_s, u"own.iso"_s);
+    m_host->removeTools();
+    QVERIFY(
+        errorTextOf([&] { finish(m_manager->start(vm)); }).startsWith("QEMU dependencies are missing: "_L1));
+    QVERIFY(errorTextOf([&] { finish(m_manager->beginInstallation(vm)); }).contains("swtpm"_L1));
+    QCOMPARE(m_madeControllers, 0);
+    QCOMPARE(vm->state(), VMState::poweredOff);
+}
+
+void VMManagerTest::unsavedBootIsAnErrorOfARunningGuest()
+{
+    VirtualMachine *vm = addMachine(u"a"_s);
+    QVERIFY(QDir(m_host->path(u"Virtual Machines/a.vm"_s)).removeRecursively());
+    const QString text = errorTextOf([&] { finish(m_manager->start(vm)); });
+    QVERIFY(text.contains("metadata.json"_L1));
+    QCOMPARE(vm->state(), VMState::error);
+    QCOMPARE(vm->lastError(), text);
+    QCOMPARE(m_manager->activeVMID(), vm->id());
+    QCOMPARE(controllerOf(vm)->state(), VMState::running);
+}
+
+void VMManagerTest::managerMayGoWhileAnOperationWaits()
+{
+    VirtualMachine *vm = addMachine(u"a"_s);
+    controllerOf(vm)->holdsOperations = true;
+    QCoro::Task<> start = m_manager->start(vm);
+    m_manager.reset();
+    QCOMPARE(errorTextOf([&] { finish(std::move(start)); }), u"The controller is gone."_s);
 }
 
 KELVO_TEST_MAIN(VMManagerTest)
