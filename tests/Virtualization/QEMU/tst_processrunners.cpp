@@ -21,7 +21,6 @@ class TestProcessRunners : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void startsTheTPM_data();
     void startsTheTPM();
     void removesWhatAnEarlierTPMLeft_data();
     void removesWhatAnEarlierTPMLeft();
@@ -57,18 +56,9 @@ struct Stage
 
 } // namespace
 
-void TestProcessRunners::startsTheTPM_data()
-{
-    QTest::addColumn<QString>("machineName");
-    QTest::newRow("blanks and umlauts") << u"Mein Gerät.vm"_s;
-    QTest::newRow("commas") << u"one, two,,three.vm"_s;
-}
-
 void TestProcessRunners::startsTheTPM()
 {
-    QFETCH(const QString, machineName);
-    const ProcessCensus before = ProcessCensus::take();
-    {
+    for (const auto &machineName : {u"Mein Gerät.vm"_s, u"one, two,,three.vm"_s}) {
         const Stage stage(u"note-start; open-socket; serve-tpm"_s, machineName);
         SWTPMProcessManager manager(patientTPM);
         QCOMPARE(stage.startTPM(manager), QString());
@@ -80,8 +70,8 @@ void TestProcessRunners::startsTheTPM()
         QCOMPARE(start.mid(1), (QStringList{u"socket"_s, u"--tpm2"_s, u"--tpmstate"_s, u"dir="_s + directory,
                                             u"--ctrl"_s, u"type=unixio,path="_s + socket}));
         QCoro::waitFor(manager.stop());
+        QCOMPARE(ProcessCensus::take().children, 0);
     }
-    QTRY_COMPARE(ProcessCensus::take(), before);
 }
 
 void TestProcessRunners::removesWhatAnEarlierTPMLeft_data()
