@@ -1,6 +1,7 @@
 #include "Models/VMConfigurationCoding.h"
 #include "Models/VMStorage.h"
 #include "Platform/FileUrl.h"
+#include "Platform/PlatformError.h"
 #include "support/Expectations.h"
 #include "support/TemporaryHost.h"
 #include "support/TestMain.h"
@@ -8,207 +9,262 @@
 #include <QDir>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRandomGenerator>
+#include <QScopeGuard>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 
-#include <algorithm>
+#include <csignal>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+/// What the host is to refuse: the n-th of these calls from now on, counted from one.
+struct Fault
+{
+    QByteArray call;
+    int countdown = 0;
+    int code = 0;
+};
+Fault fault;
+bool isDurabilityFree = false; ///< a killed process, other than a lost host, loses nothing that it wrote
+
+/// Asks the kernel, unless this is the call that is to fail.
+template<typename... Arguments>
+long perform(const char *call, long number, Arguments... arguments)
+{
+    if (fault.call == call && --fault.countdown == 0) {
+        errno = fault.code;
+        return -1;
+    }
+    return ::syscall(number, arguments...);
+}
+
+} // namespace
+
+// The program's own definitions come before those of the C library, also for the code under test.
+extern "C" {
+
+ssize_t write(int descriptor, const void *bytes, size_t count)
+{
+    // A host may take any part of it.
+    return perform("write", SYS_write, descriptor, bytes,
+                   fault.call.isEmpty() ? count : std::min<size_t>(count, 100));
+}
+
+int fsync(int descriptor)
+{
+    return isDurabilityFree ? 0 : static_cast<int>(perform("fsync", SYS_fsync, descriptor));
+}
+
+int rename(const char *from, const char *to) noexcept
+{
+    return static_cast<int>(perform("rename", SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
+}
+
+int link(const char *from, const char *to) noexcept
+{
+    return static_cast<int>(perform("link", SYS_linkat, AT_FDCWD, from, AT_FDCWD, to, 0));
+}
+
+int ftruncate(int descriptor, off_t length) noexcept
+{
+    return static_cast<int>(perform("ftruncate", SYS_ftruncate, descriptor, length));
+}
+}
 
 class VMStorageTest : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void missingRootIsMadeAndEmpty();
-    void scanFindsOnlyReadableBundles();
-    void scanSurvivesAHalfBrokenLibrary();
-    void namesAreSortedForPeople();
+    void init() { m_host.emplace(); }
+    void scanFindsReadableBundlesInOrder();
     void savingWritesBothDocumentsForTheUserAlone();
-    void failedWriteKeepsTheOldDocument();
-    void metadataForms_data();
-    void metadataForms();
+    void metadataAreReadStrictly();
     void bundleWithoutConfigurationIsNamed();
+    void killedWriterLeavesWholeDocuments();
+    void failingHostLeavesWholeFiles_data();
+    void failingHostLeavesWholeFiles();
+    void leftoversAreSweptUnlessTheyAreNew();
 
 private:
-    [[nodiscard]] static VMConfiguration make(const TemporaryHost &host, const QString &name)
+    [[nodiscard]] VMStorage storage() const { return {m_host->root(), FileManager::defaultManager()}; }
+    [[nodiscard]] VMConfiguration make(const QString &name, const QString &folder = u"a.vm"_s) const
     {
-        auto configuration =
-            VMConfiguration::defaultConfiguration(name, GuestOperatingSystem::windows11ARM64);
-        configuration.storageDirectory = FileUrl::appendingDirectory(host.root(), name + u".vm"_s);
+        auto configuration = VMConfiguration::defaultConfiguration(name, GuestOperatingSystem::linuxARM64);
+        configuration.storageDirectory = FileUrl::appendingDirectory(m_host->root(), folder);
         return configuration;
     }
-    [[nodiscard]] static QStringList scannedNames(const VMStorage &storage)
+    /// The n-th configuration: its name is long, and it can be told which one it is.
+    [[nodiscard]] VMConfiguration numbered(int number) const
     {
-        QStringList names;
-        for (const VMConfiguration &configuration : storage.scanVirtualMachines())
-            names.append(configuration.name);
-        return names;
+        return make(QString::number(number) + QString(number % 500 + 1, QChar(u'a' + number % 26)));
     }
+    /// Which one is in the bundle; −1 when it is none of them. Throws unless both documents can be read.
+    [[nodiscard]] int numberInBundle() const
+    {
+        const QUrl bundle = make({}).storageDirectory;
+        (void)storage().loadMetadata(bundle);
+        const QString name = storage().loadConfiguration(bundle).name;
+        const int number = name.left(name.size() - name.count(name.back())).toInt();
+        return name == numbered(number).name ? number : -1;
+    }
+    [[nodiscard]] QString inBundle(const QString &name = {}) const
+    {
+        return m_host->path(u"Virtual Machines/a.vm/"_s + name);
+    }
+    [[nodiscard]] QStringList leftovers() const
+    {
+        return QDir(inBundle()).entryList({u".kelvo-*"_s}, QDir::Files | QDir::Hidden);
+    }
+
+    std::optional<TemporaryHost> m_host;
 };
 
-void VMStorageTest::missingRootIsMadeAndEmpty()
+void VMStorageTest::scanFindsReadableBundlesInOrder()
 {
-    const TemporaryHost host;
-    const VMStorage storage(FileUrl::appendingDirectory(host.root(), u"deeper/still"_s),
-                            FileManager::defaultManager());
-    QVERIFY(storage.scanVirtualMachines().isEmpty());
-    QVERIFY(QDir(host.path(u"Virtual Machines/deeper/still"_s)).exists());
-}
+    QVERIFY(storage().scanVirtualMachines().isEmpty());
+    QVERIFY(QDir(m_host->path(u"Virtual Machines"_s)).exists());
 
-void VMStorageTest::scanFindsOnlyReadableBundles()
-{
-    const TemporaryHost host;
-    const VMStorage storage(host.root(), FileManager::defaultManager());
-    storage.save(make(host, u"good"_s), std::nullopt);
-    const QByteArray document = host.read(u"Virtual Machines/good.vm/config.json"_s);
+    for (const auto &name : {u"beta"_s, u"Alpha"_s, u"Gamma"_s})
+        storage().save(make(name, name + u".vm"_s), std::nullopt);
+    const QByteArray document = encodeConfiguration(make(u"wrong"_s));
     for (const auto &folder : {u"Upper.VM"_s, u".hidden.vm"_s, u"no extension"_s})
-        host.write(u"Virtual Machines/%1/config.json"_s.arg(folder), document);
-    host.write(u"Virtual Machines/file.vm"_s, document);
-    QCOMPARE(scannedNames(storage), QStringList{u"good"_s});
-}
-
-void VMStorageTest::scanSurvivesAHalfBrokenLibrary()
-{
-    const TemporaryHost host;
-    const VMStorage storage(host.root(), FileManager::defaultManager());
-    const auto documentOf = [](const QString &name) {
-        return encodeConfiguration(
-            VMConfiguration::defaultConfiguration(name, GuestOperatingSystem::windows11ARM64));
-    };
-    const QByteArray document = documentOf(u"broken"_s);
-    const QByteArrayList brokenDocuments = {
-        {},
-        document.chopped(4),
-        document + QByteArray(1024 * 1024, ' '),
-        document + document,
-        QByteArray(document).replace("\"cpuCount\"", "\"cpuCount\": 1e400, \"other\""),
-        QByteArray(document).replace("\"id\"", "\"id\": 5, \"other\""),
-        QByteArray(document).replace("broken", "\xff\xfe"),
-        QByteArray(100'000, '['),
-    };
-    constexpr int pairs = 2500;
-    for (int number = 0; number < pairs; ++number) {
-        const QString good = u"Machine %1"_s.arg(number);
-        host.write(u"Virtual Machines/%1.vm/config.json"_s.arg(good), documentOf(good));
-        const QString broken = u"Virtual Machines/Broken %1.vm/config.json"_s.arg(number);
-        const qsizetype kind = number % (brokenDocuments.size() + 3);
-        if (kind < brokenDocuments.size()) {
-            host.write(broken, brokenDocuments.at(kind));
-            continue;
-        }
-        QVERIFY(QDir().mkpath(host.path(QFileInfo(broken).path())));
-        if (kind == brokenDocuments.size())
-            QVERIFY(QDir().mkpath(host.path(broken)));
-        else if (kind == brokenDocuments.size() + 1)
-            QCOMPARE(::mkfifo(qPrintable(host.path(broken)), 0600), 0);
-        // else it has none at all
-    }
-    const QStringList names = scannedNames(storage);
-    QCOMPARE(names.size(), pairs);
-    QVERIFY(std::ranges::all_of(names, [](const QString &name) { return name.startsWith(u"Machine "_s); }));
-}
-
-void VMStorageTest::namesAreSortedForPeople()
-{
-    const TemporaryHost host;
-    const VMStorage storage(host.root(), FileManager::defaultManager());
-    for (const auto &name : {u"beta"_s, u"Alpha"_s, u"alpha"_s, u"Gamma"_s})
-        storage.save(make(host, name), std::nullopt);
-    const QStringList names = scannedNames(storage);
-    QCOMPARE(names.mid(2), QStringList({u"beta"_s, u"Gamma"_s}));
-
-    QStringList listing;
-    for (const auto &entry : FileManager::defaultManager().contentsOfDirectory(FileUrl::path(host.root())))
-        if (entry.name.toLower() == "alpha.vm"_L1)
-            listing.append(entry.name.chopped(3));
-    QCOMPARE(names.first(2), listing);
+        m_host->write(u"Virtual Machines/%1/config.json"_s.arg(folder), document);
+    m_host->write(u"Virtual Machines/file.vm"_s, document);
+    m_host->write(u"Virtual Machines/cut.vm/config.json"_s, document.chopped(4));
+    m_host->write(u"Virtual Machines/long.vm/config.json"_s, document + QByteArray(1 << 20, ' '));
+    QVERIFY(QDir().mkpath(m_host->path(u"Virtual Machines/folder.vm/config.json"_s)));
+    QVERIFY(QDir().mkpath(m_host->path(u"Virtual Machines/fifo.vm"_s)));
+    QCOMPARE(::mkfifo(qPrintable(m_host->path(u"Virtual Machines/fifo.vm/config.json"_s)), 0600), 0);
+    QStringList names;
+    for (const VMConfiguration &configuration : storage().scanVirtualMachines())
+        names.append(configuration.name);
+    QCOMPARE(names, QStringList({u"Alpha"_s, u"beta"_s, u"Gamma"_s}));
 }
 
 void VMStorageTest::savingWritesBothDocumentsForTheUserAlone()
 {
-    const TemporaryHost host;
-    const VMStorage storage(host.root(), FileManager::defaultManager());
-    VMConfiguration configuration = make(host, u"a"_s);
+    VMConfiguration configuration = make(u"a"_s);
     configuration.modifiedAt = QDateTime({2020, 1, 1}, {0, 0}, Qt::UTC);
-    const VMConfiguration before = configuration;
-    storage.save(configuration, std::nullopt);
-    QCOMPARE(configuration, before);
+    storage().save(configuration, std::nullopt);
+    const VMConfiguration read = storage().loadConfiguration(configuration.storageDirectory);
+    QVERIFY(read.modifiedAt > configuration.modifiedAt);
+    const QByteArray metadata = m_host->read(u"Virtual Machines/a.vm/metadata.json"_s);
+    QCOMPARE(QJsonDocument::fromJson(metadata).object(),
+             QJsonObject({{"version"_L1, 2}, {"installationState"_L1, "notStarted"_L1}}));
 
-    const QList<VMConfiguration> read = storage.scanVirtualMachines();
-    QCOMPARE(read.size(), 1);
-    QVERIFY(read.first().modifiedAt > before.modifiedAt);
-    const auto metadata =
-        QJsonDocument::fromJson(host.read(u"Virtual Machines/a.vm/metadata.json"_s)).object();
-    QCOMPARE(metadata, QJsonObject({{"version"_L1, 2}, {"installationState"_L1, "notStarted"_L1}}));
-
-    for (const auto &[path, mode] : {std::pair(u"Virtual Machines/a.vm"_s, 0700),
-                                     {u"Virtual Machines/a.vm/config.json"_s, 0600},
-                                     {u"Virtual Machines/a.vm/metadata.json"_s, 0600}}) {
+    for (const auto &[name, mode] : {std::pair(u""_s, 0700U), {u"config.json"_s, 0600U}}) {
         struct stat status = {};
-        QCOMPARE(::stat(qPrintable(host.path(path)), &status), 0);
-        QCOMPARE(status.st_mode & 07777U, static_cast<mode_t>(mode));
+        QCOMPARE(::stat(qPrintable(inBundle(name)), &status), 0);
+        QCOMPARE(status.st_mode & 07777U, mode);
     }
 }
 
-void VMStorageTest::failedWriteKeepsTheOldDocument()
+void VMStorageTest::metadataAreReadStrictly()
 {
-    const TemporaryHost host;
-    FailingFileManager files;
-    const VMStorage storage(host.root(), files);
-    VMConfiguration configuration = make(host, u"a"_s);
-    storage.save(configuration, std::nullopt);
-    const QByteArray config = host.read(u"Virtual Machines/a.vm/config.json"_s);
-    const QByteArray metadata = host.read(u"Virtual Machines/a.vm/metadata.json"_s);
-
-    files.writeError = ENOSPC;
-    configuration.cpuCount = 7;
-    VMPersistedMetadata changedMetadata;
-    changedMetadata.notes = u"x"_s;
-    QVERIFY(errorTextOf([&] { storage.save(configuration, changedMetadata); }).contains("No space left"_L1));
-    QCOMPARE(host.read(u"Virtual Machines/a.vm/config.json"_s), config);
-    QCOMPARE(host.read(u"Virtual Machines/a.vm/metadata.json"_s), metadata);
-}
-
-void VMStorageTest::metadataForms_data()
-{
-    QTest::addColumn<QByteArray>("document");
-    QTest::addColumn<QString>("outcome"); // version, state; or "refused"
-    QTest::newRow("empty object") << QByteArray("{}") << u"1 notStarted"_s;
-    QTest::newRow("version kept") << QByteArray(R"({"version":7,"installationState":"ready"})")
-                                  << u"7 ready"_s;
-    QTest::newRow("unknown state") << QByteArray(R"({"installationState":"Ready"})") << u"refused"_s;
-    QTest::newRow("date with fraction")
-        << QByteArray(R"({"lastBootedAt":"2025-03-01T10:15:00.1Z"})") << u"refused"_s;
-    QTest::newRow("notes as a number") << QByteArray(R"({"notes":1})") << u"refused"_s;
-    QTest::newRow("not JSON") << QByteArray("x") << u"refused"_s;
-}
-
-void VMStorageTest::metadataForms()
-{
-    QFETCH(const QByteArray, document);
-    QFETCH(const QString, outcome);
-    const TemporaryHost host;
-    host.write(u"b.vm/metadata.json"_s, document);
-    const VMStorage storage(host.root(), FileManager::defaultManager());
-    const QUrl bundle = FileUrl::directory(host.path(u"b.vm"_s));
-    QString actual = u"refused"_s;
-    VMPersistedMetadata metadata;
-    if (errorTextOf([&] { metadata = storage.loadMetadata(bundle); }).isNull()) {
-        actual = QString::number(metadata.version) + u' ' + rawValue(metadata.installationState);
-        QCOMPARE(decodeMetadata(encodeMetadata(metadata)), metadata);
-    }
-    QCOMPARE(actual, outcome);
+    QCOMPARE(decodeMetadata("{}").version, 1);
+    const VMPersistedMetadata later =
+        decodeMetadata(R"({"version":7,"installationState":"ready","lastBootedAt":"2025-03-01T10:15:00Z"})");
+    QCOMPARE(later.version, 7);
+    QCOMPARE(later.installationState, VMInstallationState::ready);
+    QCOMPARE(decodeMetadata(encodeMetadata(later)), later);
+    for (const char *document : {R"({"installationState":"Ready"})", R"({"notes":1})", "x"})
+        QVERIFY2(!errorTextOf([&] { (void)decodeMetadata(document); }).isNull(), document);
 }
 
 void VMStorageTest::bundleWithoutConfigurationIsNamed()
 {
-    const TemporaryHost host;
-    const VMStorage storage(host.root(), FileManager::defaultManager());
-    const QUrl bundle = FileUrl::directory(host.path(u"none.vm"_s));
-    QCOMPARE(errorTextOf([&] { (void)storage.loadConfiguration(bundle); }),
-             u"Invalid virtual machine bundle at %1."_s.arg(host.path(u"none.vm"_s)));
-    QCOMPARE(storage.loadMetadata(bundle), VMPersistedMetadata());
+    const QUrl bundle = FileUrl::directory(m_host->path(u"none.vm"_s));
+    QCOMPARE(errorTextOf([&] { (void)storage().loadConfiguration(bundle); }),
+             u"Invalid virtual machine bundle at %1."_s.arg(m_host->path(u"none.vm"_s)));
+    QCOMPARE(storage().loadMetadata(bundle), VMPersistedMetadata());
+}
+
+void VMStorageTest::killedWriterLeavesWholeDocuments()
+{
+    storage().save(numbered(1), std::nullopt);
+    int last = 1;
+    QRandomGenerator random(23);
+    for (int changes = 0; changes < 300;) {
+        const pid_t writer = ::fork();
+        if (writer == 0) {
+            isDurabilityFree = true;
+            for (int number = last;; ++number)
+                storage().save(numbered(number % 9000 + 1), VMPersistedMetadata());
+        }
+        QVERIFY(writer > 0);
+        ::usleep(random.bounded(3000));
+        ::kill(writer, SIGKILL);
+        QCOMPARE(::waitpid(writer, nullptr, 0), writer);
+        const int number = numberInBundle();
+        QVERIFY2(number > 0, "neither a whole old nor a whole new document");
+        changes += number != last ? 1 : 0;
+        last = number;
+    }
+}
+
+void VMStorageTest::failingHostLeavesWholeFiles_data()
+{
+    QTest::addColumn<QByteArray>("call");
+    QTest::addColumn<int>("code");
+    QTest::newRow("full disk") << QByteArray("write") << ENOSPC;
+    QTest::newRow("quota when it is made durable") << QByteArray("fsync") << EDQUOT;
+    QTest::newRow("read-only when it is moved") << QByteArray("rename") << EROFS;
+    QTest::newRow("no links") << QByteArray("link") << EPERM;
+    QTest::newRow("too large") << QByteArray("ftruncate") << EFBIG;
+}
+
+/// A machine is saved and its firmware copied, while the host fails at every point at which it can.
+void VMStorageTest::failingHostLeavesWholeFiles()
+{
+    QFETCH(const QByteArray, call);
+    QFETCH(const int, code);
+    const auto reset = qScopeGuard([] { fault = {}; });
+    const QByteArray firmware(350, 'f');
+    m_host->write(u"firmware"_s, firmware);
+    int number = 1;
+    storage().save(numbered(number), VMPersistedMetadata());
+    int hits = 0;
+    for (bool wasHit = true; wasHit; hits += wasHit ? 1 : 0) {
+        fault = {call, hits + 1, code};
+        int thrown = 0;
+        try {
+            storage().save(numbered(number + 1), VMPersistedMetadata());
+            FileManager::defaultManager().copyItem(m_host->path(u"firmware"_s), inBundle(u"copy"_s));
+        } catch (const PlatformError &error) {
+            thrown = error.code();
+            QVERIFY(!error.localizedDescription().isEmpty());
+        }
+        wasHit = fault.countdown <= 0;
+        fault = {};
+        QCOMPARE(thrown, wasHit ? code : 0);
+        const int found = numberInBundle();
+        QVERIFY(found == number + 1 || (wasHit && found == number));
+        QCOMPARE(leftovers(), QStringList());
+        const QByteArray copy = m_host->read(u"Virtual Machines/a.vm/copy"_s);
+        QCOMPARE(copy, QFile::remove(inBundle(u"copy"_s)) || !wasHit ? firmware : QByteArray());
+        number = found;
+    }
+    QVERIFY(hits > 0);
+}
+
+void VMStorageTest::leftoversAreSweptUnlessTheyAreNew()
+{
+    storage().save(numbered(1), std::nullopt);
+    for (const auto &name : {u".kelvo-alive1"_s, u".kelvo-dead01"_s, u".kelvo-notes.txt"_s}) {
+        m_host->write(u"Virtual Machines/a.vm/"_s + name, "half");
+        const timespec longAgo[2] = {{1, 0}, {1, 0}};
+        if (name != ".kelvo-alive1"_L1)
+            QCOMPARE(::utimensat(AT_FDCWD, qPrintable(inBundle(name)), longAgo, 0), 0);
+    }
+    storage().save(numbered(2), std::nullopt);
+    QCOMPARE(leftovers(), (QStringList{u".kelvo-alive1"_s, u".kelvo-notes.txt"_s}));
 }
 
 KELVO_TEST_MAIN(VMStorageTest)

@@ -1,7 +1,6 @@
 #include "support/TemporaryHost.h"
 
 #include "Platform/FileUrl.h"
-#include "Platform/PlatformError.h"
 
 #include <QDir>
 #include <QFile>
@@ -70,11 +69,4 @@ VMManager::Collaborators TemporaryHost::collaborators(const VMManager::Controlle
         .qemuDependencyService = dependencyService(),
         .makeController = makeController,
     };
-}
-
-void FailingFileManager::writeAtomically(const QString &path, const QByteArray &bytes)
-{
-    if (writeError != 0)
-        throw PlatformError(writeError, u"write to"_s, path);
-    FileManager::writeAtomically(path, bytes);
 }

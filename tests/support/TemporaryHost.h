@@ -29,12 +29,3 @@ private:
     QTemporaryDir m_folder;
     FileManager m_fileManager;
 };
-
-/// A file manager whose next writes fail with the given errno.
-class FailingFileManager final : public FileManager
-{
-public:
-    int writeError = 0;
-
-    void writeAtomically(const QString &path, const QByteArray &bytes) override;
-};
