@@ -41,54 +41,40 @@ void QEMUDependencyServiceTest::firstPlaceWins_data()
 {
     QTest::addColumn<QStringList>("paths");
     QTest::addColumn<QStringList>("found"); // emulator, TPM emulator, firmware, variables; or what is missing
-    const QStringList brew = {u"/opt/homebrew/bin/qemu-system-aarch64"_s, u"/opt/homebrew/bin/swtpm"_s,
-                              u"/opt/homebrew/share/qemu/edk2-aarch64-code.fd"_s,
-                              u"/opt/homebrew/share/qemu/edk2-aarch64-vars.fd"_s};
-    const auto with = [&](std::initializer_list<QString> more) {
-        return QStringList(more) + brew;
+    const QString qemu = u"/opt/homebrew/bin/qemu-system-aarch64"_s;
+    const QString swtpm = u"/opt/homebrew/bin/swtpm"_s;
+    const QString code = u"/opt/homebrew/share/qemu/edk2-aarch64-code.fd"_s;
+    const QString vars = u"/opt/homebrew/share/qemu/edk2-aarch64-vars.fd"_s;
+    const QString otherQemu = u"/usr/local/bin/qemu-system-aarch64"_s;
+    const QString olderVars = u"/usr/local/share/qemu/edk2-arm-vars.fd"_s;
+    const auto row = [](const char *name, const QStringList &paths, const QStringList &found) {
+        QTest::newRow(name) << paths << found;
     };
-
-    QTest::newRow("nothing") << QStringList()
-                             << QStringList{u"qemu-system-aarch64"_s, u"swtpm"_s,
-                                            u"UEFI firmware (edk2-aarch64-code.fd)"_s,
-                                            u"UEFI variables template (edk2-aarch64-vars.fd)"_s};
-    QTest::newRow("all in one place") << brew << brew;
-    QTest::newRow("one missing") << QStringList(brew.mid(0, 1) + brew.mid(2)) << QStringList{u"swtpm"_s};
-    QTest::newRow("not executable in the first place")
-        << QStringList(
-               {u"/opt/homebrew/bin/qemu-system-aarch64!"_s, u"/usr/local/bin/qemu-system-aarch64"_s}) +
-               brew.mid(1)
-        << QStringList({u"/usr/local/bin/qemu-system-aarch64"_s}) + brew.mid(1);
-    QTest::newRow("share/qemu before share") << with({u"/opt/homebrew/share/edk2-aarch64-code.fd"_s}) << brew;
-    QTest::newRow("older name of the variables")
-        << QStringList(brew.first(3)) + QStringList{u"/usr/local/share/qemu/edk2-arm-vars.fd"_s}
-        << QStringList(brew.first(3)) + QStringList{u"/usr/local/share/qemu/edk2-arm-vars.fd"_s};
-    QTest::newRow("place before name")
-        << QStringList(brew.first(3)) + QStringList{u"/usr/local/share/qemu/edk2-aarch64-vars.fd"_s,
-                                                    u"/opt/homebrew/share/edk2-aarch64-vars.fd"_s}
-        << QStringList(brew.first(3)) + QStringList{u"/opt/homebrew/share/edk2-aarch64-vars.fd"_s};
-    QTest::newRow("nowhere else") << QStringList{u"/usr/bin/qemu-system-aarch64"_s} + brew.mid(1)
-                                  << QStringList{u"qemu-system-aarch64"_s};
+    row("nothing", {u"/usr/bin/qemu-system-aarch64"_s},
+        {u"qemu-system-aarch64"_s, u"swtpm"_s, u"UEFI firmware (edk2-aarch64-code.fd)"_s,
+         u"UEFI variables template (edk2-aarch64-vars.fd)"_s});
+    row("one missing", {qemu, code, vars}, {u"swtpm"_s});
+    row("not executable in the first place", {qemu + u'!', otherQemu, swtpm, code, vars},
+        {otherQemu, swtpm, code, vars});
+    row("share/qemu before share", {u"/opt/homebrew/share/edk2-aarch64-code.fd"_s, qemu, swtpm, code, vars},
+        {qemu, swtpm, code, vars});
+    row("older name of the variables", {qemu, swtpm, code, olderVars}, {qemu, swtpm, code, olderVars});
+    const QString nearVars = u"/opt/homebrew/share/edk2-aarch64-vars.fd"_s;
+    row("place before name", {qemu, swtpm, code, olderVars, nearVars}, {qemu, swtpm, code, nearVars});
 }
 
 void QEMUDependencyServiceTest::firstPlaceWins()
 {
     QFETCH(const QStringList, paths);
-    QFETCH(const QStringList, found);
     ListedFiles files(paths);
     const QEMUDependencyStatus status = QEMUDependencyService(files).status();
-    QCOMPARE(
-        status.installHint,
-        u"Install the required tools with Homebrew:\n\nbrew install qemu swtpm\n\nThen restart Kelvo."_s);
-    if (!status.dependencies) {
-        QCOMPARE(status.missingComponents, found);
-        return;
+    QStringList found = status.missingComponents;
+    if (status.dependencies) {
+        const QEMUDependencies &all = *status.dependencies;
+        for (const QUrl &file : {all.qemuBinary, all.swtpmBinary, all.uefiCode, all.uefiVarsTemplate})
+            found.append(FileUrl::path(file));
     }
-    QVERIFY(status.missingComponents.isEmpty());
-    const QEMUDependencies &all = *status.dependencies;
-    QCOMPARE(QStringList({FileUrl::path(all.qemuBinary), FileUrl::path(all.swtpmBinary),
-                          FileUrl::path(all.uefiCode), FileUrl::path(all.uefiVarsTemplate)}),
-             found);
+    QTEST(found, "found");
 }
 
 void QEMUDependencyServiceTest::readinessIsAskedAnew()
