@@ -307,10 +307,6 @@ const std::map<std::string, std::function<void(const std::string &)>> commands =
     {"note-start", noteStart},
     {"open-port", openPort},
     {"open-socket", openSocket},
-    {"pass-on",
-     [](const std::string &text) {
-         writeAll(3, text);
-     }},
     {"read-line",
      [](const std::string &) {
          note(readLine());
