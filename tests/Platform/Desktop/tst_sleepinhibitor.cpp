@@ -10,99 +10,77 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-enum class Manner
+/// A desktop's service, and the calls with which it takes and gives back a hold on the session.
+struct Desktop
 {
-    sessionManager,
-    powerManagement,
-    portal
+    QString service;
+    QString inhibit;
+    QString release; ///< empty for the portal, which gives every hold an object of its own
 };
 
-QString serviceOf(Manner manner)
-{
-    switch (manner) {
-    case Manner::sessionManager:
-        return u"org.gnome.SessionManager"_s;
-    case Manner::powerManagement:
-        return u"org.freedesktop.PowerManagement"_s;
-    case Manner::portal:
-        return u"org.freedesktop.portal.Desktop"_s;
-    }
-    Q_UNREACHABLE();
-}
+const Desktop gnome = {u"org.gnome.SessionManager"_s,
+                       u"/org/gnome/SessionManager org.gnome.SessionManager.Inhibit(susu)"_s,
+                       u"/org/gnome/SessionManager org.gnome.SessionManager.Uninhibit(u)"_s};
+const Desktop powerManagement = {
+    u"org.freedesktop.PowerManagement"_s,
+    u"/org/freedesktop/PowerManagement/Inhibit org.freedesktop.PowerManagement.Inhibit.Inhibit(ss)"_s,
+    u"/org/freedesktop/PowerManagement/Inhibit org.freedesktop.PowerManagement.Inhibit.UnInhibit(u)"_s};
+const Desktop portal = {u"org.freedesktop.portal.Desktop"_s,
+                        u"/org/freedesktop/portal/desktop org.freedesktop.portal.Inhibit.Inhibit(sua{sv})"_s,
+                        {}};
 
-} // namespace
-
-/// A desktop's service: checks what it is asked as the real one would, and keeps who holds the session awake.
+/// Checks what it is asked as the real service would, and keeps who holds the session awake.
 class FakeService : public QDBusVirtualObject
 {
 public:
-    FakeService(Manner manner, const QDBusConnection &bus)
-        : m_manner(manner)
+    FakeService(const Desktop &desktop, const QDBusConnection &bus)
+        : m_desktop(desktop)
         , m_bus(bus)
     {
         m_bus.registerVirtualObject(u"/"_s, this, QDBusConnection::SubPath);
-        m_bus.registerService(serviceOf(manner));
+        m_bus.registerService(m_desktop.service);
     }
     ~FakeService() override
     {
-        m_bus.unregisterService(serviceOf(m_manner));
+        m_bus.unregisterService(m_desktop.service);
         m_bus.unregisterObject(u"/"_s, QDBusConnection::UnregisterTree);
     }
 
-    QSet<QString> holders;
+    QSet<QString> holders; ///< numbers, or the portal's paths
     int asked = 0;
     bool refuses = false;
 
     [[nodiscard]] QString introspect(const QString &) const override { return {}; }
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &bus) override
     {
-        const QString call = message.path() + u' ' + message.interface() + u'.' + message.member() + u'(' +
-                             message.signature() + u')';
-        if (call == inhibitCall()) {
-            ++asked;
-            if (refuses) {
-                bus.send(message.createErrorReply(QDBusError::AccessDenied, u"no"_s));
-                return true;
-            }
-            const QString path = u"/org/freedesktop/portal/desktop/request/1_1/t%1"_s.arg(asked);
-            holders.insert(m_manner == Manner::portal ? path : QString::number(asked));
-            bus.send(message.createReply(m_manner == Manner::portal
-                                             ? QVariant::fromValue(QDBusObjectPath(path))
-                                             : QVariant(uint(asked))));
+        const bool isPortal = m_desktop.release.isEmpty();
+        const QString call =
+            u"%1 %2.%3(%4)"_s.arg(message.path(), message.interface(), message.member(), message.signature());
+        if (call != m_desktop.inhibit) {
+            const QString holder = isPortal ? message.path() : message.arguments().value(0).toString();
+            const QString close = holder + u" org.freedesktop.portal.Request.Close()"_s;
+            return call == (isPortal ? close : m_desktop.release) && holders.remove(holder);
+        }
+        ++asked;
+        if (refuses) {
+            bus.send(message.createErrorReply(QDBusError::AccessDenied, u"no"_s));
             return true;
         }
-        const QString holder = m_manner == Manner::portal &&
-                                       message.interface() == u"org.freedesktop.portal.Request" &&
-                                       message.member() == u"Close"
-                                   ? message.path()
-                                   : message.arguments().value(0).toString();
-        const bool isRelease = m_manner == Manner::portal || call == releaseCall();
-        return isRelease && holders.remove(holder);
+        const QString path = u"/org/freedesktop/portal/desktop/request/1_1/t%1"_s.arg(asked);
+        holders.insert(isPortal ? path : QString::number(asked));
+        bus.send(message.createReply(isPortal ? QVariant::fromValue(QDBusObjectPath(path))
+                                              : QVariant(static_cast<uint>(asked))));
+        return true;
     }
 
 private:
-    [[nodiscard]] QString inhibitCall() const
-    {
-        switch (m_manner) {
-        case Manner::sessionManager:
-            return u"/org/gnome/SessionManager org.gnome.SessionManager.Inhibit(susu)"_s;
-        case Manner::powerManagement:
-            return u"/org/freedesktop/PowerManagement/Inhibit org.freedesktop.PowerManagement.Inhibit.Inhibit(ss)"_s;
-        case Manner::portal:
-            return u"/org/freedesktop/portal/desktop org.freedesktop.portal.Inhibit.Inhibit(sua{sv})"_s;
-        }
-        Q_UNREACHABLE();
-    }
-    [[nodiscard]] QString releaseCall() const
-    {
-        return m_manner == Manner::sessionManager
-                   ? u"/org/gnome/SessionManager org.gnome.SessionManager.Uninhibit(u)"_s
-                   : u"/org/freedesktop/PowerManagement/Inhibit org.freedesktop.PowerManagement.Inhibit.UnInhibit(u)"_s;
-    }
-
-    Manner m_manner;
+    Desktop m_desktop;
     QDBusConnection m_bus;
 };
+
+} // namespace
+
+Q_DECLARE_METATYPE(Desktop)
 
 class SleepInhibitorTest : public QObject
 {
@@ -134,15 +112,15 @@ void SleepInhibitorTest::initTestCase()
 
 void SleepInhibitorTest::everyDesktopHoldsAndLetsGo_data()
 {
-    QTest::addColumn<int>("manner");
-    for (const Manner manner : {Manner::sessionManager, Manner::powerManagement, Manner::portal})
-        QTest::newRow(qPrintable(serviceOf(manner))) << int(manner);
+    QTest::addColumn<Desktop>("desktop");
+    for (const Desktop &desktop : {gnome, powerManagement, portal})
+        QTest::newRow(qPrintable(desktop.service)) << desktop;
 }
 
 void SleepInhibitorTest::everyDesktopHoldsAndLetsGo()
 {
-    QFETCH(const int, manner);
-    auto service = std::make_unique<FakeService>(Manner(manner), m_desktop);
+    QFETCH(const Desktop, desktop);
+    auto service = std::make_unique<FakeService>(desktop, m_desktop);
     const std::unique_ptr<SleepInhibitor> sleep = inhibitor();
     sleep->setActive(true);
     sleep->setActive(true);
@@ -154,13 +132,13 @@ void SleepInhibitorTest::everyDesktopHoldsAndLetsGo()
     for (const bool active : {true, false, true, false})
         sleep->setActive(active);
     QTest::qWait(50);
-    QCOMPARE(service->holders.size(), 0);
+    QTRY_COMPARE(service->holders.size(), 0);
     for (const bool active : {true, false, true})
         sleep->setActive(active);
     QTRY_COMPARE(service->holders.size(), 1);
 
     service.reset();
-    service = std::make_unique<FakeService>(Manner(manner), m_desktop);
+    service = std::make_unique<FakeService>(desktop, m_desktop);
     QTRY_COMPARE(service->holders.size(), 1);
     sleep->setActive(false);
     QTRY_COMPARE(service->holders.size(), 0);
@@ -168,10 +146,10 @@ void SleepInhibitorTest::everyDesktopHoldsAndLetsGo()
 
 void SleepInhibitorTest::refusalGoesToTheNext()
 {
-    FakeService first(Manner::sessionManager, m_desktop);
+    FakeService first(gnome, m_desktop);
     first.refuses = true;
     const QDBusConnection other = QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"other"_s);
-    const FakeService second(Manner::powerManagement, other);
+    const FakeService second(powerManagement, other);
     const std::unique_ptr<SleepInhibitor> sleep = inhibitor();
     sleep->setActive(true);
     QTRY_COMPARE(second.holders.size(), 1);
@@ -184,7 +162,7 @@ void SleepInhibitorTest::nothingIsThereUntilItIs()
     const std::unique_ptr<SleepInhibitor> sleep = inhibitor();
     sleep->setActive(true);
     QTest::qWait(50);
-    const FakeService service(Manner::powerManagement, m_desktop);
+    const FakeService service(powerManagement, m_desktop);
     QTRY_COMPARE(service.holders.size(), 1);
 }
 
