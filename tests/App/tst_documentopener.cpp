@@ -13,13 +13,10 @@ class DocumentOpenerTest : public QObject
 
 private Q_SLOTS:
     void init();
-    void cleanup();
-    void machineIsFoundHoweverItsFolderIsSpelt_data();
     void machineIsFoundHoweverItsFolderIsSpelt();
     void machineOutsideTheRootIsListedOnce();
     void movedMachineIsItselfAndACopyIsRefused();
     void imagesGoToTheWizard();
-    void othersAreRefused_data();
     void othersAreRefused();
     void documentsWaitForTheMachines();
 
@@ -36,6 +33,7 @@ private:
 
 void DocumentOpenerTest::init()
 {
+    m_opener.reset();
     m_stage = std::make_unique<AppStage>();
     m_stage->add(u"a"_s);
     m_stage->state->load();
@@ -43,38 +41,25 @@ void DocumentOpenerTest::init()
     m_consoles = std::make_unique<QSignalSpy>(m_stage->state.get(), &AppState::consoleRequested);
 }
 
-void DocumentOpenerTest::cleanup()
-{
-    m_consoles.reset();
-    m_opener.reset();
-    m_stage.reset();
-}
-
-void DocumentOpenerTest::machineIsFoundHoweverItsFolderIsSpelt_data()
-{
-    QTest::addColumn<QString>("path");
-    const QString root = u"Virtual Machines"_s;
-    QTest::newRow("plain") << root + u"/a.vm"_s;
-    QTest::newRow("trailing slash") << root + u"/a.vm/"_s;
-    QTest::newRow("detour") << root + u"/../"_s + root + u"//a.vm"_s;
-    QTest::newRow("link") << u"link.vm"_s;
-}
-
 void DocumentOpenerTest::machineIsFoundHoweverItsFolderIsSpelt()
 {
-    QFETCH(const QString, path);
     AppState &state = *m_stage->state;
     VirtualMachine *vm = state.vmManager()->virtualMachines().constFirst();
     QVERIFY(
         QFile::link(FileUrl::path(vm->configuration().storageDirectory), m_stage->host.path(u"link.vm"_s)));
-    state.setSelectedSection(SidebarSection::downloads);
-    open(path);
-    QCOMPARE(state.errorMessage(), QString());
-    QCOMPARE(state.selectedVM(), vm);
-    QCOMPARE(state.detailContent(), DetailContent::MachineList);
-    QCOMPARE(m_consoles->count(), 1);
-    QCOMPARE(m_consoles->constFirst().constFirst().toUuid(), vm->id());
-    QCOMPARE(state.vmManager()->virtualMachines().size(), 1);
+    for (const QString &path : {u"Virtual Machines/a.vm"_s, u"Virtual Machines/a.vm/"_s,
+                                u"Virtual Machines/../Virtual Machines//a.vm"_s, u"link.vm"_s}) {
+        state.setSelectedSection(SidebarSection::downloads);
+        state.select(nullptr);
+        m_consoles->clear();
+        open(path);
+        QCOMPARE(state.errorMessage(), QString());
+        QCOMPARE(state.selectedVM(), vm);
+        QCOMPARE(state.detailContent(), DetailContent::MachineList);
+        QCOMPARE(m_consoles->count(), 1);
+        QCOMPARE(m_consoles->constFirst().constFirst().toUuid(), vm->id());
+        QCOMPARE(state.vmManager()->virtualMachines().size(), 1);
+    }
 }
 
 void DocumentOpenerTest::machineOutsideTheRootIsListedOnce()
@@ -122,26 +107,18 @@ void DocumentOpenerTest::imagesGoToTheWizard()
     QCOMPARE(state.errorMessage(), QString());
 }
 
-void DocumentOpenerTest::othersAreRefused_data()
-{
-    QTest::addColumn<QUrl>("document");
-    QTest::addColumn<QString>("problem");
-    QTest::newRow("gone") << QUrl(u"file:///none.iso"_s) << u"“/none.iso” does not exist."_s;
-    QTest::newRow("elsewhere") << QUrl(u"https://example.org/x.iso"_s)
-                               << u"“https://example.org/x.iso” does not exist."_s;
-    QTest::newRow("no bundle") << QUrl(u"file:///tmp"_s) << u"tmp"_s;
-    QTest::newRow("no image") << QUrl(u"file:///etc/passwd"_s)
-                              << u"“/etc/passwd” is neither a virtual machine nor an installation image."_s;
-}
-
 void DocumentOpenerTest::othersAreRefused()
 {
-    QFETCH(const QUrl, document);
-    QFETCH(const QString, problem);
-    m_opener->open({document});
-    const QString message = m_stage->state->errorMessage();
-    QVERIFY2(message.contains(problem), qPrintable(message));
-    QVERIFY(m_consoles->isEmpty() && !m_stage->state->showingCreateVM());
+    for (const auto &[document, problem] :
+         {std::pair(u"file:///none.iso"_s, u"“/none.iso” does not exist."_s),
+          {u"https://example.org/x.iso"_s, u"“https://example.org/x.iso” does not exist."_s},
+          {u"file:///tmp"_s, u"tmp"_s},
+          {u"file:///etc/passwd"_s, u"is neither a virtual machine nor an installation image."_s}}) {
+        m_opener->open({QUrl(document)});
+        const QString message = m_stage->state->errorMessage();
+        QVERIFY2(message.contains(problem), qPrintable(message));
+        QVERIFY(m_consoles->isEmpty() && !m_stage->state->showingCreateVM());
+    }
 }
 
 void DocumentOpenerTest::documentsWaitForTheMachines()
