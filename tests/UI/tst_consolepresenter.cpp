@@ -12,157 +12,120 @@ class ConsolePresenterTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void panelSaysHowThingsStand_data();
-    void panelSaysHowThingsStand();
+    void init();
+    void panelSaysHowThingsStandAndOffersTheNextStep_data();
+    void panelSaysHowThingsStandAndOffersTheNextStep();
     void errorComesBeforeMissingTools();
-    void missingToolsMatterToQEMUAlone();
     void screenIsShownWhileThereIsOne();
-    void panelOffersTheNextStep_data();
-    void panelOffersTheNextStep();
+
+private:
+    std::unique_ptr<AppStage> m_stage;
+    VirtualMachine *m_vm = nullptr;
+    std::unique_ptr<ConsolePresenter> m_presenter;
 };
 
-void ConsolePresenterTest::panelSaysHowThingsStand_data()
+void ConsolePresenterTest::init()
 {
-    QTest::addColumn<VMState>("state");
-    QTest::addColumn<bool>("hasMedia");
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<QString>("message");
-    const auto row = [](VMState state, bool hasMedia, const QString &title, const QString &message) {
-        QTest::addRow("%s%s", qPrintable(rawValue(state)), hasMedia ? " with media" : "")
-            << state << hasMedia << title << message;
-    };
-    row(VMState::poweredOff, false, u"Virtual Machine is Off"_s,
-        u"Start the virtual machine to view its display."_s);
-    row(VMState::poweredOff, true, u"Virtual Machine is Off"_s,
-        u"Install boots your Windows ISO with QEMU, a virtual TPM and UEFI firmware."_s);
-    row(VMState::starting, true, u"Starting…"_s, u"The virtual machine is booting."_s);
-    row(VMState::stopping, false, u"Stopping…"_s, u"The virtual machine is shutting down."_s);
-    row(VMState::running, false, u"Running"_s, u"Running"_s);
-    row(VMState::paused, false, u"Paused"_s, u"Paused"_s);
-    row(VMState::suspended, false, u"Suspended"_s, u"Suspended"_s);
-    row(VMState::error, true, u"Error"_s, u"Error"_s);
+    m_presenter = std::make_unique<ConsolePresenter>();
+    m_stage = std::make_unique<AppStage>();
+    m_vm = m_stage->add(u"a"_s);
+    m_presenter->setVM(m_vm);
+    m_presenter->setManager(m_stage->state->vmManager());
 }
 
-void ConsolePresenterTest::panelSaysHowThingsStand()
-{
-    QFETCH(const VMState, state);
-    QFETCH(const bool, hasMedia);
-    AppStage stage;
-    VirtualMachine *vm = stage.add(u"a"_s, hasMedia ? std::optional(u"/x.iso"_s) : std::nullopt);
-    vm->setState(state);
-    ConsolePresenter presenter;
-    presenter.setManager(stage.state->vmManager());
-    presenter.setVM(vm);
-    QTEST(presenter.statusTitle(), "title");
-    QTEST(presenter.statusMessage(), "message");
-    QCOMPARE(presenter.isBusy(), presenter.statusTitle().endsWith(u'…'));
-    QCOMPARE(presenter.display(), ConsolePresenter::StatusPanel); // nobody has configured a display
-}
-
-void ConsolePresenterTest::errorComesBeforeMissingTools()
-{
-    AppStage stage;
-    VirtualMachine *vm = stage.add(u"a"_s);
-    ConsolePresenter presenter;
-    presenter.setVM(vm);
-    presenter.setManager(stage.state->vmManager());
-    stage.host.removeTools();
-    const QSignalSpy spy(&presenter, &ConsolePresenter::statusChanged);
-    presenter.refresh();
-    QCOMPARE(presenter.statusMessage(), stage.host.dependencyService().status().installHint);
-    vm->setState(VMState::starting);
-    QCOMPARE(presenter.statusMessage(), stage.host.dependencyService().status().installHint);
-    QVERIFY(!presenter.offersDiagnostics());
-    vm->setLastError(u"it broke"_s);
-    QCOMPARE(presenter.statusMessage(), u"it broke"_s);
-    QVERIFY(presenter.offersDiagnostics());
-    QCOMPARE(spy.count(), 3);
-}
-
-void ConsolePresenterTest::missingToolsMatterToQEMUAlone()
-{
-    AppStage stage;
-    VirtualMachine *vm = stage.add(u"a"_s);
-    VMConfiguration other = vm->configuration();
-    other.backend = VMBackendType::appleVirtualization;
-    stage.host.removeTools();
-    vm->setConfiguration(other);
-    ConsolePresenter presenter;
-    presenter.setManager(stage.state->vmManager());
-    presenter.setVM(vm);
-    QCOMPARE(presenter.statusMessage(), u"Start the virtual machine to view its display."_s);
-}
-
-void ConsolePresenterTest::screenIsShownWhileThereIsOne()
-{
-    AppStage stage;
-    VirtualMachine *vm = stage.add(u"a"_s);
-    ConsolePresenter presenter;
-    presenter.setManager(stage.state->vmManager());
-    presenter.setVM(vm);
-    const QSignalSpy spy(&presenter, &ConsolePresenter::displayChanged);
-    finish(stage.state->vmManager()->start(vm));
-    QCOMPARE(presenter.display(), ConsolePresenter::VNC);
-    QCOMPARE(presenter.vncHost(), u"127.0.0.1"_s);
-    QCOMPARE(presenter.vncPort(), vm->configuration().vncPort);
-    finish(stage.state->vmManager()->pause(vm));
-    QCOMPARE(presenter.display(), ConsolePresenter::VNC);
-    QCOMPARE(spy.count(), 1);
-    finish(stage.state->vmManager()->stop(vm));
-    QCOMPARE(presenter.display(), ConsolePresenter::StatusPanel);
-
-    stage.controllerOf(vm)->display = VMDisplayKind::hypervisorView;
-    finish(stage.state->vmManager()->start(vm));
-    QCOMPARE(presenter.display(), ConsolePresenter::StatusPanel); // a view without a machine
-    QCOMPARE(presenter.statusTitle(), u"Running"_s);
-
-    auto machine = std::make_unique<VZVirtualMachine>(VZVirtualMachineConfiguration());
-    stage.controllerOf(vm)->machine = machine.get();
-    presenter.refresh();
-    QCOMPARE(presenter.display(), ConsolePresenter::HypervisorView);
-    QCOMPARE(presenter.vzMachine(), machine.get());
-    stage.controllerOf(vm)->machine = nullptr;
-    machine.reset();
-    QCOMPARE(presenter.vzMachine(), nullptr);
-    finish(stage.state->vmManager()->stop(vm));
-    QCOMPARE(presenter.display(), ConsolePresenter::StatusPanel);
-}
-
-void ConsolePresenterTest::panelOffersTheNextStep_data()
+void ConsolePresenterTest::panelSaysHowThingsStandAndOffersTheNextStep_data()
 {
     using Installation = VMInstallationState;
     QTest::addColumn<VMState>("state");
     QTest::addColumn<Installation>("installation");
-    QTest::addColumn<bool>("hasMedia");
+    QTest::addColumn<QString>("title");
+    QTest::addColumn<QString>("message");
     QTest::addColumn<QString>("offers");
-    QTest::newRow("ready") << VMState::poweredOff << Installation::ready << true << u"install"_s;
-    QTest::newRow("installing") << VMState::poweredOff << Installation::inProgress << true
+    const QString off = u"Virtual Machine is Off"_s;
+    const QString start = u"Start the virtual machine to view its display."_s;
+    const QString install = u"Install boots your Windows ISO with QEMU, a virtual TPM and UEFI firmware."_s;
+    QTest::newRow("ready") << VMState::poweredOff << Installation::ready << off << install << u"install"_s;
+    QTest::newRow("installing") << VMState::poweredOff << Installation::inProgress << off << install
                                 << u"install finish"_s;
-    QTest::newRow("installed") << VMState::poweredOff << Installation::completed << true << u"start"_s;
-    QTest::newRow("no media") << VMState::error << Installation::notStarted << false << u"start"_s;
-    QTest::newRow("starting") << VMState::starting << Installation::completed << true << QString();
+    QTest::newRow("installed") << VMState::poweredOff << Installation::completed << off << start
+                               << u"start"_s;
+    QTest::newRow("starting") << VMState::starting << Installation::inProgress << u"Starting…"_s
+                              << u"The virtual machine is booting."_s << QString();
+    QTest::newRow("stopping") << VMState::stopping << Installation::completed << u"Stopping…"_s
+                              << u"The virtual machine is shutting down."_s << QString();
+    QTest::newRow("running") << VMState::running << Installation::completed << u"Running"_s << u"Running"_s
+                             << QString();
+    QTest::newRow("failed") << VMState::error << Installation::completed << u"Error"_s << u"Error"_s
+                            << u"start"_s;
 }
 
-void ConsolePresenterTest::panelOffersTheNextStep()
+void ConsolePresenterTest::panelSaysHowThingsStandAndOffersTheNextStep()
 {
     QFETCH(const VMState, state);
     QFETCH(const VMInstallationState, installation);
-    QFETCH(const bool, hasMedia);
-    AppStage stage;
-    VirtualMachine *vm = stage.add(u"a"_s, hasMedia ? std::optional(u"/x.iso"_s) : std::nullopt);
+    VirtualMachine *vm = m_stage->add(u"with media"_s, u"/x.iso"_s);
+    m_presenter->setVM(vm);
     vm->setState(state);
     vm->setInstallationState(installation);
-    ConsolePresenter presenter;
-    presenter.setManager(stage.state->vmManager());
-    presenter.setVM(vm);
+    QTEST(m_presenter->statusTitle(), "title");
+    QTEST(m_presenter->statusMessage(), "message");
+    QCOMPARE(m_presenter->isBusy(), m_presenter->statusTitle().endsWith(u'…'));
+    QCOMPARE(m_presenter->display(), ConsolePresenter::StatusPanel); // nobody has configured a display
     QStringList offers;
-    if (presenter.offersInstall())
+    if (m_presenter->offersInstall())
         offers.append(u"install"_s);
-    if (presenter.offersStart())
+    if (m_presenter->offersStart())
         offers.append(u"start"_s);
-    if (presenter.offersFinishInstall())
+    if (m_presenter->offersFinishInstall())
         offers.append(u"finish"_s);
     QTEST(offers.join(u' '), "offers");
+}
+
+void ConsolePresenterTest::errorComesBeforeMissingTools()
+{
+    m_stage->host.removeTools();
+    m_presenter->refresh();
+    QCOMPARE(m_presenter->statusMessage(), m_stage->host.dependencyService().status().installHint);
+    VMConfiguration withoutTools = m_vm->configuration();
+    withoutTools.backend = VMBackendType::appleVirtualization;
+    m_vm->setConfiguration(withoutTools);
+    QCOMPARE(m_presenter->statusMessage(), u"Start the virtual machine to view its display."_s);
+    QVERIFY(!m_presenter->offersDiagnostics());
+    const QSignalSpy spy(m_presenter.get(), &ConsolePresenter::statusChanged);
+    m_vm->setLastError(u"it broke"_s);
+    QCOMPARE(m_presenter->statusMessage(), u"it broke"_s);
+    QVERIFY(m_presenter->offersDiagnostics());
+    QCOMPARE(spy.count(), 1);
+}
+
+void ConsolePresenterTest::screenIsShownWhileThereIsOne()
+{
+    VMManager &manager = *m_stage->state->vmManager();
+    FakeController *controller = m_stage->controllerOf(m_vm);
+    const QSignalSpy spy(m_presenter.get(), &ConsolePresenter::displayChanged);
+    finish(manager.start(m_vm));
+    finish(manager.pause(m_vm));
+    QCOMPARE(m_presenter->display(), ConsolePresenter::VNC);
+    QCOMPARE(m_presenter->vncHost(), u"127.0.0.1"_s);
+    QCOMPARE(m_presenter->vncPort(), m_vm->configuration().vncPort);
+    QCOMPARE(spy.count(), 1);
+    finish(manager.stop(m_vm));
+    QCOMPARE(m_presenter->display(), ConsolePresenter::StatusPanel);
+
+    controller->display = VMDisplayKind::hypervisorView;
+    finish(manager.start(m_vm));
+    QCOMPARE(m_presenter->display(), ConsolePresenter::StatusPanel); // a view without a machine
+
+    auto machine = std::make_unique<VZVirtualMachine>(VZVirtualMachineConfiguration());
+    controller->machine = machine.get();
+    m_presenter->refresh();
+    QCOMPARE(m_presenter->display(), ConsolePresenter::HypervisorView);
+    QCOMPARE(m_presenter->vzMachine(), machine.get());
+    controller->machine = nullptr;
+    machine.reset();
+    QCOMPARE(m_presenter->vzMachine(), nullptr);
+    finish(manager.stop(m_vm));
+    QCOMPARE(m_presenter->display(), ConsolePresenter::StatusPanel);
 }
 
 KELVO_TEST_MAIN(ConsolePresenterTest)
