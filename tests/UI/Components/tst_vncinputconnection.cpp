@@ -168,60 +168,26 @@ void TestVNCInputConnection::screensPassKeysAndPointerOn()
     window.show();
     window.requestActivate();
     QVERIFY(QTest::qWaitForWindowActive(&window, patience));
+    item->forceActiveFocus();
     client.connect(localhost, display.port());
     // Two pixels in a window for two squares: they are shown without bars.
     display.send(handshake(2, 1) + update(2, 1, "pixlpixl"));
     input.connect(localhost, server.port());
-    server.send(handshake(2, 1) + keysTaken);
-    QTRY_VERIFY(input.isAvailable() && !client.image().isNull());
-    QByteArray expected = clientHandshake;
-    const QByteArray pointer = QByteArray::fromHex("05");
-
-    QTest::mousePress(&window, Qt::RightButton, {}, {150, 50});
-    QTest::mouseMove(&window, {-40, 500}); // dragged out: as far as the screen goes
-    QTest::mouseRelease(&window, Qt::RightButton, {}, {10, 10});
-    expected += pointer + QByteArray::fromHex("0000010000") + pointer + QByteArray::fromHex("0400010000") +
-                pointer + QByteArray::fromHex("0400000000") + pointer + QByteArray::fromHex("0000000000");
-    QTRY_COMPARE(server.received(), expected);
-    QVERIFY(item->hasKeyboard());
+    server.send(handshake(2, 1));
+    QTRY_VERIFY(!client.image().isNull());
+    QVERIFY(!item->hasKeyboard());
+    server.send(keysTaken);
+    QTRY_VERIFY(item->hasKeyboard());
 
     QTest::keyPress(&window, Qt::Key_Escape);
-    expected += escapeDown;
+    QTest::mousePress(&window, Qt::RightButton, {}, {150, 50});
+    QTest::mouseRelease(&window, Qt::RightButton, {}, {150, 50});
     item->setFocus(false); // what is down is released
-    expected += escapeUp;
-    QTRY_COMPARE(server.received(), expected);
-    QTest::keyClick(&window, Qt::Key_A);
-
-    item->forceActiveFocus();
-    QSignalSpy released(item, &GuestScreenItem::keyboardReleased);
-    QTest::keyClick(&window, Qt::Key_A, Qt::NoModifier);
-    QTest::keyPress(&window, Qt::Key_Control);
-    QTest::keyPress(&window, Qt::Key_Alt);
-    QTest::keyPress(&window, Qt::Key_Delete);
-    QTest::keyRelease(&window, Qt::Key_Delete);
-    QTest::keyRelease(&window, Qt::Key_Alt);
-    QTest::keyRelease(&window, Qt::Key_Control);
-    QCOMPARE(released.count(), 0);
-    QTest::keyPress(&window, Qt::Key_Control);
-    QTest::keyPress(&window, Qt::Key_Alt);
-    QTest::keyRelease(&window, Qt::Key_Control);
-    QCOMPARE(released.count(), 1);
-    QVERIFY(item->hasKeyboard()); // the view moves the focus
-    item->setInputEnabled(false);
-    QVERIFY(!item->hasKeyboard());
-    QTest::keyClick(&window, Qt::Key_A);
-    QTest::mouseClick(&window, Qt::LeftButton, {}, {10, 10}); // where the pointer is
-    item->setInputEnabled(true);
-    const auto key = [](const char *move, const char *code) {
-        return QByteArray::fromHex(QByteArray("ff00") + move + "00000000" + "000000" + code);
-    };
-    expected += key("0001", "1e") + key("0000", "1e");
-    for (const char *code : {"1d", "38", "d3"})
-        expected += key("0001", code);
-    for (const char *code : {"d3", "38", "1d"})
-        expected += key("0000", code);
-    expected += key("0001", "1d") + key("0001", "38") + key("0000", "1d") + key("0000", "38");
-    QTRY_COMPARE(server.received().toHex(), expected.toHex());
+    QTRY_COMPARE(server.received(), clientHandshake + escapeDown +
+                                        QByteArray::fromHex("050000010000"
+                                                            "050400010000"
+                                                            "050000010000") +
+                                        escapeUp);
     // All of it went past the client that only looks.
     const QByteArray request = QByteArray::fromHex("03000000000000020001");
     QCOMPARE(display.received(),
