@@ -1,12 +1,10 @@
 #include "UI/Components/AdaptiveGrid.h"
 #include "UI/Components/Appearance.h"
-#include "UI/Components/AppearancePortal.h"
 #include "UI/Components/MnemonicText.h"
 #include "UI/Components/SymbolCatalogue.h"
 #include "UI/Components/SymbolItem.h"
 #include "support/TestMain.h"
 
-#include <QDBusVariant>
 #include <QPalette>
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -22,31 +20,28 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-double channelLuminance(double value)
-{
-    return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-}
-
 /// WCAG 2.1, "relative luminance" and "contrast ratio".
 double contrast(const QColor &first, const QColor &second)
 {
-    const auto luminance = [](const QColor &color) {
-        return 0.2126 * channelLuminance(color.redF()) + 0.7152 * channelLuminance(color.greenF()) +
-               0.0722 * channelLuminance(color.blueF());
+    const auto channel = [](double value) {
+        return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
     };
-    const double one = luminance(first);
-    const double other = luminance(second);
-    return (std::max(one, other) + 0.05) / (std::min(one, other) + 0.05);
+    const auto luminance = [&](const QColor &color) {
+        return 0.2126 * channel(color.redF()) + 0.7152 * channel(color.greenF()) +
+               0.0722 * channel(color.blueF());
+    };
+    const auto [darker, lighter] = std::minmax({luminance(first), luminance(second)});
+    return (lighter + 0.05) / (darker + 0.05);
 }
 
-QColor over(const QColor &background, const QColor &color, double alpha)
+/// What a badge of the color has behind its text: 15 % of it.
+QColor tinted(const QColor &background, const QColor &color)
 {
-    const auto mix = [alpha](double below, double above) {
-        return below + (above - below) * alpha;
+    const auto mix = [](float below, float above) {
+        return below + (above - below) * 0.15F;
     };
-    return QColor::fromRgbF(float(mix(background.redF(), color.redF())),
-                            float(mix(background.greenF(), color.greenF())),
-                            float(mix(background.blueF(), color.blueF())));
+    return QColor::fromRgbF(mix(background.redF(), color.redF()), mix(background.greenF(), color.greenF()),
+                            mix(background.blueF(), color.blueF()));
 }
 
 } // namespace
@@ -57,15 +52,10 @@ class AppearanceTest : public QObject
 
 private Q_SLOTS:
     void schemeComesFromOverridePortalThenPalette();
-    void portalValuesAreUnderstood_data();
-    void portalValuesAreUnderstood();
-    void nothingMovesWhileAnySettingSaysSo();
     void textsAreReadable_data();
     void textsAreReadable();
     void everySymbolIsDrawnInItsColor();
-    void gridFitsItsColumns_data();
     void gridFitsItsColumns();
-    void mnemonicsAreMarked_data();
     void mnemonicsAreMarked();
 };
 
@@ -93,68 +83,6 @@ void AppearanceTest::schemeComesFromOverridePortalThenPalette()
     QGuiApplication::setPalette(QPalette());
 }
 
-void AppearanceTest::portalValuesAreUnderstood_data()
-{
-    QTest::addColumn<QString>("nameSpace");
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QString>("expected");
-    const auto wrapped = [](const QVariant &value) {
-        return QVariant::fromValue(QDBusVariant(value));
-    };
-    const QString common = u"org.freedesktop.appearance"_s;
-    const QString gnome = u"org.gnome.desktop.interface"_s;
-    const QString kde = u"org.kde.kdeglobals.KDE"_s;
-    const QString scheme = u"color-scheme"_s;
-    QTest::newRow("dark") << common << scheme << QVariant(1U) << u"dark"_s;
-    QTest::newRow("dark in two variants") << common << scheme << wrapped(wrapped(1U)) << u"dark"_s;
-    QTest::newRow("no preference") << common << scheme << wrapped(0U) << QString();
-    QTest::newRow("unknown number") << common << scheme << QVariant(7U) << QString();
-    QTest::newRow("signed") << common << scheme << QVariant(1) << QString();
-    QTest::newRow("text") << common << scheme << wrapped(u"1"_s) << QString();
-    QTest::newRow("nothing") << common << scheme << QVariant() << QString();
-    QTest::newRow("contrast") << common << u"contrast"_s << wrapped(1U) << u"contrast"_s;
-    QTest::newRow("reduced motion") << common << u"reduced-motion"_s << wrapped(1U) << u"still"_s;
-    QTest::newRow("GNOME, animated") << gnome << u"enable-animations"_s << wrapped(true) << QString();
-    QTest::newRow("GNOME, still") << gnome << u"enable-animations"_s << wrapped(false) << u"still"_s;
-    QTest::newRow("KDE, still") << kde << u"AnimationDurationFactor"_s << wrapped(u"0"_s) << u"still"_s;
-    QTest::newRow("KDE, no number") << kde << u"AnimationDurationFactor"_s << wrapped(u"x"_s) << QString();
-    QTest::newRow("of another") << u"org.example"_s << scheme << QVariant(1U) << QString();
-}
-
-void AppearanceTest::portalValuesAreUnderstood()
-{
-    QFETCH(const QString, nameSpace);
-    QFETCH(const QString, key);
-    QFETCH(const QVariant, value);
-    Appearance &appearance = Appearance::shared();
-    const auto reset = qScopeGuard([&appearance] {
-        appearance.setPortalPreference(Appearance::PortalPreference::none);
-        appearance.setPortalContrast(false);
-        appearance.setAnimated(true);
-    });
-    AppearancePortal(appearance).take(nameSpace, key, value);
-    QStringList found;
-    if (appearance.isDark())
-        found << u"dark"_s;
-    if (appearance.isHighContrast())
-        found << u"contrast"_s;
-    if (!appearance.isAnimated())
-        found << u"still"_s;
-    QTEST(found.join(u' '), "expected");
-}
-
-void AppearanceTest::nothingMovesWhileAnySettingSaysSo()
-{
-    Appearance &appearance = Appearance::shared();
-    AppearancePortal portal(appearance);
-    portal.take(u"org.freedesktop.appearance"_s, u"reduced-motion"_s, 1U);
-    portal.take(u"org.gnome.desktop.interface"_s, u"enable-animations"_s, true);
-    QVERIFY(!appearance.isAnimated());
-    portal.take(u"org.freedesktop.appearance"_s, u"reduced-motion"_s, 0U);
-    QVERIFY(appearance.isAnimated());
-}
-
 void AppearanceTest::textsAreReadable_data()
 {
     QTest::addColumn<ColorScheme>("scheme");
@@ -171,7 +99,10 @@ void AppearanceTest::textsAreReadable()
     QFETCH(const ColorScheme, scheme);
     QFETCH(const bool, highContrast);
     QFETCH(const double, leastForText);
-    Appearance::shared().setOverride(scheme);
+    const auto restore = qScopeGuard([] {
+        Appearance::shared().setPortalContrast(false);
+        Appearance::shared().setOverride(ColorScheme::system);
+    });
     Appearance::shared().setPortalContrast(highContrast);
     QQmlEngine engine;
     QQmlComponent component(&engine);
@@ -180,47 +111,38 @@ void AppearanceTest::textsAreReadable()
     const std::unique_ptr<QObject> holder(component.create());
     QVERIFY2(holder, qPrintable(component.errorString()));
     auto *theme = holder->property("theme").value<QObject *>();
-    QVERIFY(theme);
+    Appearance::shared().setOverride(scheme); // which the theme follows
+    QCOMPARE(theme->property("dark").toBool(), scheme == ColorScheme::dark);
+
+    using Names = QList<const char *>;
     const auto color = [theme](const char *name) {
         const QVariant value = theme->property(name);
         if (!value.canConvert<QColor>())
             qFatal("the theme has no color %s", name);
         return value.value<QColor>();
     };
-    QCOMPARE(theme->property("dark").toBool(), scheme == ColorScheme::dark);
-    const QColor windowColor = color("windowBackground");
-    Appearance::shared().setOverride(scheme == ColorScheme::dark ? ColorScheme::light : ColorScheme::dark);
-    QVERIFY(color("windowBackground") != windowColor);
-    Appearance::shared().setOverride(scheme);
-    QCOMPARE(color("windowBackground"), windowColor);
-
-    const auto check = [](const QString &what, const QColor &foreground, const QColor &background,
-                          double least) {
-        const double ratio = contrast(foreground, background);
-        QVERIFY2(ratio >= least, qPrintable(u"%1: %2"_s.arg(what).arg(ratio)));
+    const auto check = [&](const Names &texts, const Names &backgrounds, double least, bool isBadge = false) {
+        for (const char *text : texts) {
+            for (const char *name : backgrounds) {
+                const QColor background = isBadge ? tinted(color(name), color(text)) : color(name);
+                const double ratio = contrast(color(text), background);
+                QVERIFY2(
+                    ratio >= least,
+                    qPrintable(
+                        u"%1 on %2: %3"_s.arg(QLatin1StringView(text), QLatin1StringView(name)).arg(ratio)));
+            }
+        }
     };
-
-    for (const char *surface :
-         {"windowBackground", "sidebarBackground", "cardBackground", "popupBackground", "groupBackground"}) {
-        for (const char *text : {"text", "secondaryText", "linkText"})
-            check(QString::fromLatin1(text) + u" on "_s + QLatin1StringView(surface), color(text),
-                  color(surface), leastForText);
-        check(u"focus on "_s + QLatin1StringView(surface), color("focus"), color(surface), 3);
-        check(u"field border on "_s + QLatin1StringView(surface), color("toggleOff"), color(surface), 3);
-    }
-    for (const char *control : {"control", "controlHovered", "controlPressed"})
-        check(QString::fromLatin1(control), color("text"), color(control), leastForText);
-    for (const char *accent : {"accent", "accentHovered", "accentPressed"})
-        check(QString::fromLatin1(accent), color("accentText"), color(accent), 4.5);
-    check(u"tool tip"_s, color("toolTipText"), color("toolTipBackground"), 4.5);
-    check(u"screen"_s, color("screenText"), color("screen"), 4.5);
-
-    for (const char *tone : {"neutralTone", "greenTone", "yellowTone", "orangeTone", "redTone"})
-        for (const char *surface : {"cardBackground", "sidebarBackground"})
-            check(QString::fromLatin1(tone) + u" on "_s + QLatin1StringView(surface), color(tone),
-                  over(color(surface), color(tone), 0.15), 4.5);
-    Appearance::shared().setPortalContrast(false);
-    Appearance::shared().setOverride(ColorScheme::system);
+    const Names surfaces = {"windowBackground", "sidebarBackground", "cardBackground", "popupBackground",
+                            "groupBackground"};
+    check({"text", "secondaryText", "linkText"}, surfaces, leastForText);
+    check({"focus", "toggleOff"}, surfaces, 3);
+    check({"text"}, {"control", "controlHovered", "controlPressed"}, leastForText);
+    check({"accentText"}, {"accent", "accentHovered", "accentPressed"}, 4.5);
+    check({"toolTipText"}, {"toolTipBackground"}, 4.5);
+    check({"screenText"}, {"screen"}, 4.5);
+    check({"neutralTone", "greenTone", "yellowTone", "orangeTone", "redTone"},
+          {"cardBackground", "sidebarBackground"}, 4.5, true);
 }
 
 void AppearanceTest::everySymbolIsDrawnInItsColor()
@@ -247,45 +169,29 @@ void AppearanceTest::everySymbolIsDrawnInItsColor()
     QCOMPARE(SymbolItem::picture(u"no.such.symbol"_s, 16, 16, Qt::red).pixelColor(8, 8).alpha(), 0);
 }
 
-void AppearanceTest::gridFitsItsColumns_data()
-{
-    QTest::addColumn<int>("available");
-    QTest::addColumn<int>("columns");
-    QTest::addColumn<int>("columnWidth");
-    QTest::newRow("nothing") << 0 << 1 << 0;
-    QTest::newRow("less than one") << 300 << 1 << 300;
-    QTest::newRow("one, at its widest") << 600 << 1 << 420;
-    QTest::newRow("just not two") << 655 << 1 << 420;
-    QTest::newRow("two, at their narrowest") << 656 << 2 << 320;
-    QTest::newRow("three") << 1134 << 3 << 367;
-    QTest::newRow("wide") << 3792 << 11 << 330;
-}
-
 void AppearanceTest::gridFitsItsColumns()
 {
-    QFETCH(const int, available);
-    AdaptiveGrid grid;
-    grid.setAvailableWidth(available);
-    QTEST(grid.columns(), "columns");
-    QTEST(int(grid.columnWidth()), "columnWidth");
-}
-
-void AppearanceTest::mnemonicsAreMarked_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("plain");
-    QTest::addColumn<QString>("underlined");
-    QTest::newRow("first") << u"&File"_s << u"File"_s << u"<u>F</u>ile"_s;
-    QTest::newRow("none") << u"File"_s << u"File"_s << u"File"_s;
-    QTest::newRow("markup") << u"<b> &&& &c"_s << u"<b> & c"_s << u"&lt;b&gt; &amp;<u> </u><u>c</u>"_s;
-    QTest::newRow("last") << u"a&"_s << u"a&"_s << u"a&amp;"_s;
+    for (const auto &[available, columns, columnWidth] : {std::tuple(0, 1, 0),
+                                                          {300, 1, 300},
+                                                          {655, 1, 420}, // one at its widest
+                                                          {656, 2, 320}, // two at their narrowest
+                                                          {1134, 3, 367}}) {
+        AdaptiveGrid grid;
+        grid.setAvailableWidth(available);
+        QCOMPARE(grid.columns(), columns);
+        QCOMPARE(int(grid.columnWidth()), columnWidth);
+    }
 }
 
 void AppearanceTest::mnemonicsAreMarked()
 {
-    QFETCH(const QString, text);
-    QTEST(MnemonicText::plain(text), "plain");
-    QTEST(MnemonicText::underlined(text), "underlined");
+    for (const auto &[text, plain, underlined] :
+         {std::tuple(u"&File"_s, u"File"_s, u"<u>F</u>ile"_s),
+          {u"<b> &&& &c"_s, u"<b> & c"_s, u"&lt;b&gt; &amp;<u> </u><u>c</u>"_s},
+          {u"a&"_s, u"a&"_s, u"a&amp;"_s}}) {
+        QCOMPARE(MnemonicText::plain(text), plain);
+        QCOMPARE(MnemonicText::underlined(text), underlined);
+    }
 }
 
 KELVO_GUI_TEST_MAIN(AppearanceTest)

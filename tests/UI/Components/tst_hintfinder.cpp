@@ -48,10 +48,8 @@ class HintFinderTest : public QObject
 private Q_SLOTS:
     void initTestCase();
     void init();
-    void explainsWhatNeedsIt_data();
     void explainsWhatNeedsIt();
     void goesWithThePointerAndWithAKey();
-    void looksAtNothingBelowAPanel();
 
 private:
     void rest(QPoint place);
@@ -88,27 +86,23 @@ void HintFinderTest::rest(QPoint place)
     QTest::qWait(100);
 }
 
-void HintFinderTest::explainsWhatNeedsIt_data()
-{
-    QTest::addColumn<QPoint>("place");
-    QTest::addColumn<bool>("isEnabled");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("disabled") << QPoint(10, 50) << false << u"It is off."_s;
-    QTest::newRow("enabled") << QPoint(10, 50) << true << QString();
-    QTest::newRow("cut off") << QPoint(10, 150) << false << u"A name that is much too long"_s;
-    QTest::newRow("beside it") << QPoint(100, 150) << false << QString();
-    QTest::newRow("whole") << QPoint(10, 250) << false << QString();
-}
-
 void HintFinderTest::explainsWhatNeedsIt()
 {
-    QFETCH(const QPoint, place);
-    QFETCH(const bool, isEnabled);
-    m_window->setProperty("saying", isEnabled);
-    rest(place);
-    QFETCH(const QString, text);
-    QTRY_COMPARE(m_finder->text(), text);
-    QCOMPARE(m_finder->item() != nullptr, !m_finder->text().isEmpty());
+    const auto shownAt = [this](QPoint place, const char *changed = "saying", bool value = false) {
+        init();
+        m_window->setProperty(changed, value);
+        rest(place);
+        return m_finder->text();
+    };
+    constexpr QPoint button(10, 50);
+    QTRY_COMPARE(shownAt(button), u"It is off."_s);
+    QVERIFY(m_finder->item());
+    QCOMPARE(shownAt(button, "saying", true), QString());
+    QVERIFY(!m_finder->item());
+    QCOMPARE(shownAt(button, "isCovered", true), QString()); // by a panel
+    QTRY_COMPARE(shownAt({10, 150}), u"A name that is much too long"_s);
+    QCOMPARE(shownAt({100, 150}), QString()); // beside it
+    QCOMPARE(shownAt({10, 250}), QString());
 }
 
 void HintFinderTest::goesWithThePointerAndWithAKey()
@@ -122,13 +116,6 @@ void HintFinderTest::goesWithThePointerAndWithAKey()
     rest({10, 50});
     QTRY_COMPARE(m_finder->text(), u"It is off."_s);
     QTest::keyClick(m_window, Qt::Key_A);
-    QCOMPARE(m_finder->text(), QString());
-}
-
-void HintFinderTest::looksAtNothingBelowAPanel()
-{
-    m_window->setProperty("isCovered", true);
-    rest({10, 50});
     QCOMPARE(m_finder->text(), QString());
 }
 

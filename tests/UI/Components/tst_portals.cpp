@@ -85,10 +85,9 @@ private Q_SLOTS:
     void init();
     void cleanup();
     void schemeIsReadAndFollowed();
+    void settingsAreUnderstood();
     void missingPortalChangesNothing();
-    void fileIsPickedOrNot_data();
-    void fileIsPickedOrNot();
-    void folderIsAskedForWithoutFilters();
+    void filesAndFoldersArePickedOrNot();
     void missingChooserIsSaidAtOnce();
 
 private:
@@ -112,6 +111,7 @@ void PortalsTest::init()
     m_settings = new FakeSettings(m_portal.get());
     m_fileChooser = new FakeFileChooser(m_portal.get());
     Appearance::shared().setPortalPreference(Appearance::PortalPreference::none);
+    Appearance::shared().setAnimated(true);
 }
 
 void PortalsTest::cleanup()
@@ -147,6 +147,32 @@ void PortalsTest::schemeIsReadAndFollowed()
     QTRY_VERIFY(Appearance::shared().isDark());
 }
 
+/// Contrast and motion, of which the desktops tell each in its own way.
+void PortalsTest::settingsAreUnderstood()
+{
+    Appearance &appearance = Appearance::shared();
+    AppearancePortal portal(appearance);
+    const QString common = u"org.freedesktop.appearance"_s;
+    const QString gnome = u"org.gnome.desktop.interface"_s;
+    const QString kde = u"org.kde.kdeglobals.KDE"_s;
+    for (const auto &[nameSpace, key, value, isHighContrast, isAnimated] :
+         {std::tuple(common, u"contrast"_s, QVariant(1U), true, true),
+          {common, u"contrast"_s, QVariant(0), true, true}, // of another type
+          {common, u"contrast"_s, QVariant(0U), false, true},
+          {common, u"reduced-motion"_s, QVariant(1U), false, false},
+          {gnome, u"enable-animations"_s, QVariant(true), false, false}, // the other one still says no
+          {common, u"reduced-motion"_s, QVariant(0U), false, true},
+          {gnome, u"enable-animations"_s, QVariant(false), false, false},
+          {gnome, u"enable-animations"_s, QVariant(true), false, true},
+          {kde, u"AnimationDurationFactor"_s, QVariant(u"0"_s), false, false},
+          {kde, u"AnimationDurationFactor"_s, QVariant(u"x"_s), false, false},
+          {kde, u"AnimationDurationFactor"_s, QVariant(u"0.5"_s), false, true}}) {
+        portal.take(nameSpace, key, value);
+        QCOMPARE(appearance.isHighContrast(), isHighContrast);
+        QCOMPARE(appearance.isAnimated(), isAnimated);
+    }
+}
+
 void PortalsTest::missingPortalChangesNothing()
 {
     const QSignalSpy spy(&Appearance::shared(), &Appearance::darkChanged);
@@ -156,51 +182,30 @@ void PortalsTest::missingPortalChangesNothing()
     QCOMPARE(spy.count(), 0);
 }
 
-void PortalsTest::fileIsPickedOrNot_data()
+void PortalsTest::filesAndFoldersArePickedOrNot()
 {
-    QTest::addColumn<uint>("response");
-    QTest::addColumn<QStringList>("uris");
-    QTest::addColumn<QUrl>("picked");
-    const QUrl none;
-    QTest::newRow("picked") << 0U << QStringList{u"file:///media/Win%2011%23.iso"_s}
-                            << QUrl::fromLocalFile(u"/media/Win 11#.iso"_s);
-    QTest::newRow("cancelled") << 1U << QStringList() << none;
-    QTest::newRow("ended") << 2U << QStringList{u"file:///x"_s} << none;
-    QTest::newRow("nothing in it") << 0U << QStringList() << none;
-    QTest::newRow("not a file here") << 0U << QStringList{u"https://example.org/x.iso"_s} << none;
-}
-
-void PortalsTest::fileIsPickedOrNot()
-{
-    QFETCH(const QUrl, picked);
     publish();
-    QFETCH(const uint, response);
-    QFETCH(const QStringList, uris);
-    m_fileChooser->response = response;
-    m_fileChooser->uris = uris;
     FileChooserPortal chooser;
-    QSignalSpy pickedSpy(&chooser, &FileChooserPortal::picked);
+    QSignalSpy picked(&chooser, &FileChooserPortal::picked);
     const QSignalSpy dismissed(&chooser, &FileChooserPortal::dismissed);
-    for (int time = 1; time <= 2; ++time) {
+    for (const auto &[response, uris] : {std::pair(1U, QStringList{u"file:///x"_s}),
+                                         {0U, {}},
+                                         {0U, {u"https://example.org/x.iso"_s}},
+                                         {0U, {u"file:///media/Win%2011%23.iso"_s}}}) {
+        m_fileChooser->response = response;
+        m_fileChooser->uris = uris;
+        const qsizetype answers = picked.count() + dismissed.count();
         chooser.open(nullptr, u"Choose"_s, QUrl::fromLocalFile(u"/media"_s), false, {u"*.iso"_s});
-        QTRY_COMPARE(pickedSpy.count() + dismissed.count(), time);
+        QTRY_COMPARE(picked.count() + dismissed.count(), answers + 1);
     }
-    QCOMPARE(pickedSpy.isEmpty(), picked.isEmpty());
-    if (!pickedSpy.isEmpty())
-        QCOMPARE(pickedSpy.first().first().toUrl(), picked);
+    QCOMPARE(dismissed.count(), 3);
+    QCOMPARE(picked.first().first().toUrl(), QUrl::fromLocalFile(u"/media/Win 11#.iso"_s));
     QCOMPARE(m_fileChooser->title, u"Choose"_s);
     QCOMPARE(m_fileChooser->options.value(u"current_folder"_s).toByteArray(), QByteArray("/media\0", 7));
     QVERIFY(m_fileChooser->options.contains(u"filters"_s));
-}
 
-void PortalsTest::folderIsAskedForWithoutFilters()
-{
-    publish();
-    m_fileChooser->uris = QStringList{u"file:///media/disk"_s};
-    FileChooserPortal chooser;
-    const QSignalSpy picked(&chooser, &FileChooserPortal::picked);
     chooser.open(nullptr, u"Choose"_s, {}, true, {});
-    QTRY_COMPARE(picked.count(), 1);
+    QTRY_COMPARE(picked.count(), 2);
     QCOMPARE(m_fileChooser->options.value(u"directory"_s).toBool(), true);
     QVERIFY(!m_fileChooser->options.contains(u"filters"_s));
 }
