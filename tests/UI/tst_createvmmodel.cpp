@@ -57,9 +57,7 @@ private Q_SLOTS:
     void installationStartsWhenWanted();
     void failedInstallationLeavesTheMachineAndRefusesASecond();
     void existingFolderIsNeverTouched();
-    void failureOfTheManagerIsShown();
     void nameTooLongForItsSocketsIsRefused();
-    void nameBecomesOneFolder();
     void oneCreationAtATime();
     void wizardMayGoWhileItCreates();
 };
@@ -253,17 +251,6 @@ void CreateVMModelTest::existingFolderIsNeverTouched()
     }
 }
 
-void CreateVMModelTest::failureOfTheManagerIsShown()
-{
-    WizardStage stage;
-    stage.app.host.removeTools();
-    stage.app.state->setShowingCreateVM(true);
-    stage.wizard->create();
-    QTRY_VERIFY(stage.wizard->errorMessage().startsWith(u"QEMU dependencies are missing: "_s));
-    QVERIFY(stage.app.state->showingCreateVM() && stage.app.state->errorMessage().isEmpty());
-    QVERIFY(!QFile::exists(stage.app.host.path(u"Virtual Machines/Windows 11.vm"_s)));
-}
-
 void CreateVMModelTest::nameTooLongForItsSocketsIsRefused()
 {
     WizardStage stage;
@@ -275,19 +262,6 @@ void CreateVMModelTest::nameTooLongForItsSocketsIsRefused()
     stage.wizard->setVMName(u"n"_s);
     stage.wizard->create();
     QTRY_COMPARE(stage.machines().size(), 1);
-}
-
-void CreateVMModelTest::nameBecomesOneFolder()
-{
-    WizardStage stage;
-    stage.wizard->setVMName(u"../a/b"_s);
-    stage.wizard->create();
-    QTRY_COMPARE(stage.machines().size(), 1);
-    QCOMPARE(stage.machines().first()->name(), u"../a/b"_s);
-    QCOMPARE(
-        QDir(FileUrl::path(stage.app.host.root())).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(),
-        1);
-    QVERIFY(!QFile::exists(stage.app.host.path(u"a"_s)));
 }
 
 void CreateVMModelTest::oneCreationAtATime()

@@ -58,7 +58,6 @@ private Q_SLOTS:
     void clearsAllButTheErrorOnDisconnect();
     void ignoresAReplacedConnection();
     void survivesWhatItsObserversDo();
-    void leavesNothingBehind();
     void boundsItsMemoryWhileTheMainThreadStalls();
     void leavesTheEventLoopItsBeat();
 };
@@ -183,13 +182,10 @@ void TestVNCClient::clearsAllButTheErrorOnDisconnect()
     client.connect(localhost, server.port());
     server.send(handshake(2, 2) + update(2, 2, red));
     QTRY_VERIFY(!client.image().isNull());
-    QCOMPARE(client.errorMessage(), message);
-
-    QSignalSpy leftSpy(&server, &ScriptedServer::clientLeft);
     client.disconnect();
     QVERIFY(!client.isConnected());
     QVERIFY(client.image().isNull());
-    QVERIFY(leftSpy.wait(patience));
+    QTRY_VERIFY(!server.hasClient());
     QCOMPARE(client.errorMessage(), message);
     QSignalSpy imageSpy(&client, &VNCClient::imageChanged);
     client.disconnect();
@@ -246,23 +242,6 @@ void TestVNCClient::survivesWhatItsObserversDo()
             QCOMPARE(client == nullptr, isDeleted);
         }
     }
-}
-
-void TestVNCClient::leavesNothingBehind()
-{
-    const FloodingServer server(handshake(640, 480), update(640, 480, red));
-    const ProcessCensus before = ProcessCensus::take();
-    for (int i = 0; i < 20; ++i) {
-        VNCClient client;
-        client.connect(localhost, server.port());
-        if (i == 0)
-            QTRY_VERIFY(!client.image().isNull());
-        client.connect(localhost, server.port());
-        client.disconnect();
-    }
-    // Threads of earlier clients may have been ending still when the first look was taken.
-    QTRY_VERIFY(ProcessCensus::take().threads <= before.threads);
-    QTRY_VERIFY(ProcessCensus::take().descriptors <= before.descriptors);
 }
 
 void TestVNCClient::boundsItsMemoryWhileTheMainThreadStalls()
