@@ -3,6 +3,7 @@
 #include "Models/VMConfiguration.h"
 #include "Platform/FileUrl.h"
 #include "UI/Components/Appearance.h"
+#include "UI/Components/HintFinder.h"
 #include "UI/Components/SymbolCatalogue.h"
 #include "support/TestMain.h"
 
@@ -19,6 +20,7 @@ Q_IMPORT_QML_PLUGIN(Kelvo_ComponentsPlugin)
 Q_IMPORT_QML_PLUGIN(Kelvo_UIPlugin)
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -33,23 +35,28 @@ void collectWarnings(QtMsgType type, const QMessageLogContext &context, const QS
     previousHandler(type, context, text);
 }
 
-/// The visible item of that accessible name or text, anywhere below.
-QQuickItem *findItem(QQuickItem *root, const QString &text)
+/// The visible item of that text, anywhere below.
+QQuickItem *findItem(QQuickItem *root, const QString &text, bool isEnabled = true)
 {
     for (QQuickItem *child : root->childItems()) {
         if (!child->isVisible())
             continue;
-        if (child->property("text").toString() == text && child->isEnabled())
+        if (child->property("text").toString() == text && child->isEnabled() == isEnabled)
             return child;
-        if (QQuickItem *found = findItem(child, text))
+        if (QQuickItem *found = findItem(child, text, isEnabled))
             return found;
     }
     return nullptr;
 }
 
-QQuickItem *findItem(const QQuickWindow *window, const QString &text)
+QQuickItem *findItem(const QQuickWindow *window, const QString &text, bool isEnabled = true)
 {
-    return findItem(window->contentItem(), text);
+    return findItem(window->contentItem(), text, isEnabled);
+}
+
+QPoint centerOf(const QQuickItem &item)
+{
+    return item.mapToScene(QPointF(item.width() / 2, item.height() / 2)).toPoint();
 }
 
 void type(QQuickWindow *window, const QString &text)
@@ -68,8 +75,7 @@ void click(QQuickWindow *window, const QString &text)
     QSignalSpy frames(window, &QQuickWindow::frameSwapped);
     window->update();
     QVERIFY(frames.wait(patience));
-    const QPointF center = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
-    QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, center.toPoint());
+    QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, centerOf(*item));
 }
 
 } // namespace
@@ -91,6 +97,7 @@ private Q_SLOTS:
     void consoleFollowsItsMachine();
     void consoleOfAnUnknownMachineSaysSo();
     void cardsAreSelectedAndCommanded();
+    void hintsExplainWhatNeedsThem();
     void cardsHoldTheirButtonsWithLargeText();
     void scrolledCardsStayInTheList();
     void lastWindowAsksAsWell();
@@ -273,6 +280,41 @@ void WindowsTest::cardsAreSelectedAndCommanded()
     click(console, u"Stop"_s);
     click(console, u"Finish Install"_s);
     QTRY_COMPARE(second->installationState(), VMInstallationState::completed);
+}
+
+void WindowsTest::hintsExplainWhatNeedsThem()
+{
+    const QString reason = u"The virtual machine is not running."_s;
+    const QString longName(200, u'n');
+    VMConfiguration configuration = machine(0)->configuration();
+    configuration.name = longName;
+    machine(0)->setConfiguration(configuration);
+    auto *finder = mainWindow()->findChild<HintFinder *>();
+    QVERIFY(finder);
+    finder->setRestTime(20ms);
+    QTRY_VERIFY(findItem(mainWindow(), longName) && findItem(mainWindow(), u"Stop"_s, false));
+    mainWindow()->grabWindow(); // the places of all
+    const QPoint stop = centerOf(*findItem(mainWindow(), u"Stop"_s, false));
+    const QPoint start = centerOf(*findItem(mainWindow(), u"Start"_s));
+
+    QTest::mouseMove(mainWindow(), stop);
+    QTRY_VERIFY(findItem(mainWindow(), reason));
+    QTest::mouseMove(mainWindow(), stop + QPoint(1, 1));
+    QCOMPARE(finder->text(), reason);
+    QTest::keyClick(mainWindow(), Qt::Key_Shift);
+    QCOMPARE(finder->text(), QString());
+    QTest::mouseMove(mainWindow(), centerOf(*findItem(mainWindow(), longName)));
+    QTRY_COMPARE(finder->text(), longName);
+
+    QTest::mouseMove(mainWindow(), start);
+    QCOMPARE(finder->text(), QString());
+    QTest::qWait(100);
+    QCOMPARE(finder->text(), QString());
+    m_app->state().setShowingCreateVM(true); // above it all
+    QTRY_VERIFY(findItem(mainWindow(), u"Choose Operating System"_s));
+    QTest::mouseMove(mainWindow(), stop);
+    QTest::qWait(100);
+    QCOMPARE(finder->text(), QString());
 }
 
 void WindowsTest::cardsHoldTheirButtonsWithLargeText()
