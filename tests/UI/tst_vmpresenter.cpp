@@ -70,7 +70,6 @@ void VMPresenterTest::buttonsFollowStateAndInstallation_data()
     row("ready", VMState::poweredOff, Installation::ready, true, "Install");
     row("installing, off", VMState::poweredOff, Installation::inProgress, true, "Install Finish");
     row("installing, off, media gone", VMState::poweredOff, Installation::inProgress, false, "Start Finish");
-    row("installing, failed", VMState::error, Installation::inProgress, true, "Install");
     row("installing, runs", VMState::running, Installation::inProgress, true, "Stop Pause");
     row("starting", VMState::starting, Installation::completed, true, "Stop");
     row("stopping", VMState::stopping, Installation::completed, true, "");

@@ -168,19 +168,16 @@ void TestVNCInputConnection::screensPassKeysAndPointerOn()
     server.send(keysTaken);
     QTRY_VERIFY(item->hasKeyboard());
 
+    const QByteArray seen = display.received();
     QTest::keyPress(&window, Qt::Key_Escape);
-    QTest::mousePress(&window, Qt::RightButton, {}, {150, 50});
-    QTest::mouseRelease(&window, Qt::RightButton, {}, {150, 50});
+    QTest::mouseClick(&window, Qt::RightButton, {}, {150, 50});
     item->setFocus(false); // what is down is released
     QTRY_COMPARE(server.received(), clientHandshake + escapeDown +
                                         QByteArray::fromHex("050000010000"
                                                             "050400010000"
                                                             "050000010000") +
                                         escapeUp);
-    // All of it went past the client that only looks.
-    const QByteArray request = QByteArray::fromHex("03000000000000020001");
-    QCOMPARE(display.received(),
-             "RFB 003.008\n" + QByteArray::fromHex("01010200000100000000") + request.repeated(2));
+    QCOMPARE(display.received(), seen); // the client only looks
 }
 
 KELVO_GUI_TEST_MAIN(TestVNCInputConnection)

@@ -78,6 +78,13 @@ QImage noise(const QSize &size, QRandomGenerator &random)
     return image;
 }
 
+QImage plain(QRgb colour)
+{
+    QImage image(20, 10, QImage::Format_RGB32);
+    image.fill(colour);
+    return image;
+}
+
 /// A window with nothing but a view of a running machine in it, away from the window's corner as below a
 /// toolbar.
 class Screen
@@ -139,7 +146,6 @@ class TestVZVirtualMachineView : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void fitsTheScreenSharpAndCentred_data();
     void fitsTheScreenSharpAndCentred();
     void showsEveryChange();
     void followsTheMachine();
@@ -148,39 +154,24 @@ private Q_SLOTS:
     void passesInputOnWhileTheGuestRuns();
 };
 
-void TestVZVirtualMachineView::fitsTheScreenSharpAndCentred_data()
-{
-    QTest::addColumn<QSize>("itemSize");
-    QTest::addColumn<QSize>("pixels");
-    QTest::addColumn<QRect>("target");
-    QTest::addColumn<bool>("isPlain");
-
-    QTest::newRow("twice, bars at the sides")
-        << QSize(701, 400) << QSize(300, 200) << QRect(50, 0, 600, 400) << false;
-    QTest::newRow("bars above and below")
-        << QSize(300, 301) << QSize(300, 200) << QRect(0, 50, 300, 200) << false;
-    // Tiles do not end where device pixels do.
-    QTest::newRow("no seams when larger")
-        << QSize(437, 292) << QSize(300, 200) << QRect(0, 0, 437, 291) << true;
-    QTest::newRow("no seams when smaller")
-        << QSize(211, 200) << QSize(600, 400) << QRect(0, 30, 211, 140) << true;
-}
-
 void TestVZVirtualMachineView::fitsTheScreenSharpAndCentred()
 {
-    QFETCH(const QSize, itemSize);
-    QFETCH(const QSize, pixels);
-    QFETCH(const QRect, target);
-    QFETCH(const bool, isPlain);
     QRandomGenerator random(3);
-    QImage image = noise(pixels, random);
-    if (isPlain)
-        image.fill(0x00ff8040);
-    Screen screen(itemSize);
-    QCOMPARE(screen.difference({}, {}), QString());
-    QVERIFY(screen.start(image));
-    QCOMPARE(screen.difference(image, target), QString());
-    QCOMPARE(QSizeF(screen.item->implicitWidth(), screen.item->implicitHeight()), QSizeF(pixels));
+    for (const auto &[itemSize, pixels, target, isPlain] :
+         {std::tuple(QSize(701, 400), QSize(300, 200), QRect(50, 0, 600, 400), false),
+          {QSize(300, 301), QSize(300, 200), QRect(0, 50, 300, 200), false},
+          // Tiles do not end where device pixels do: there are no seams when larger or smaller.
+          {QSize(437, 292), QSize(300, 200), QRect(0, 0, 437, 291), true},
+          {QSize(211, 200), QSize(600, 400), QRect(0, 30, 211, 140), true}}) {
+        QImage image = noise(pixels, random);
+        if (isPlain)
+            image.fill(0x00ff8040);
+        Screen screen(itemSize);
+        QCOMPARE(screen.difference({}, {}), QString());
+        QVERIFY(screen.start(image));
+        QCOMPARE(screen.difference(image, target), QString());
+        QCOMPARE(QSizeF(screen.item->implicitWidth(), screen.item->implicitHeight()), QSizeF(pixels));
+    }
 }
 
 void TestVZVirtualMachineView::showsEveryChange()
@@ -214,8 +205,7 @@ void TestVZVirtualMachineView::showsEveryChange()
 
 void TestVZVirtualMachineView::followsTheMachine()
 {
-    QImage image(20, 10, QImage::Format_RGB32);
-    image.fill(0x00112233);
+    QImage image = plain(0x00112233);
     Screen screen({20, 10});
     QVERIFY(screen.start(image));
     for (const State state : {State::pausing, State::paused, State::resuming, State::running})
@@ -252,8 +242,7 @@ void TestVZVirtualMachineView::followsTheMachine()
 
 void TestVZVirtualMachineView::asksForNothingWhileHidden()
 {
-    QImage image(20, 10, QImage::Format_RGB32);
-    image.fill(0x00112233);
+    QImage image = plain(0x00112233);
     Screen screen({20, 10});
     QVERIFY(screen.start(image));
     screen.item->setVisible(false);
