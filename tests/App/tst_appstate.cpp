@@ -11,6 +11,7 @@ class AppStateTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void init();
     void propertiesNotifyOnRealChangesOnly();
     void machineIsAtWorkUnlessItStandsStill();
     void selectionOfAMissingMachineIsNone();
@@ -19,157 +20,153 @@ private Q_SLOTS:
     void consoleIsAskedForOnlyOnceInstallationBegan();
     void guestThatEndedByItselfIsSeen();
     void stateMayGoWhileACommandWaits();
+
+private:
+    std::unique_ptr<AppStage> m_stage;
+    AppState *m_state = nullptr;
+    VirtualMachine *m_vm = nullptr;
 };
+
+/// One machine that nobody has selected.
+void AppStateTest::init()
+{
+    m_stage = std::make_unique<AppStage>();
+    m_state = m_stage->state.get();
+    m_vm = m_stage->add(u"a"_s);
+}
 
 void AppStateTest::propertiesNotifyOnRealChangesOnly()
 {
-    AppStage stage;
-    AppState &state = *stage.state;
-    const QSignalSpy list(&state, &AppState::filteredVirtualMachinesChanged);
-    const QSignalSpy selection(&state, &AppState::selectedVMChanged);
-    const QSignalSpy error(&state, &AppState::errorMessageChanged);
+    const QSignalSpy list(m_state, &AppState::filteredVirtualMachinesChanged);
+    const QSignalSpy selection(m_state, &AppState::selectedVMChanged);
+    const QSignalSpy error(m_state, &AppState::errorMessageChanged);
 
-    state.setSelectedSection(SidebarSection::running);
-    VirtualMachine *vm = stage.add(u"a"_s);
-    QCOMPARE(list.count(), 0); // both sections list nothing, and a new machine does not run
-    state.select(vm);
-    state.setSelectedVMID(vm->id());
+    m_state->setSelectedSection(SidebarSection::running);
+    m_stage->add(u"b"_s);
+    QCOMPARE(list.count(), 1); // a new machine does not run
+    m_state->select(m_vm);
+    m_state->setSelectedVMID(m_vm->id());
     QCOMPARE(selection.count(), 1);
-    stage.setState(vm, VMState::running);
-    stage.setState(vm, VMState::paused);
-    QCOMPARE(list.count(), 1);
+    m_stage->setState(m_vm, VMState::running);
+    m_stage->setState(m_vm, VMState::paused);
+    QCOMPARE(list.count(), 2);
 
-    state.setErrorMessage(u"x"_s);
-    state.setErrorMessage(u"x"_s);
-    state.setErrorMessage({});
+    m_state->setErrorMessage(u"x"_s);
+    m_state->setErrorMessage(u"x"_s);
+    m_state->setErrorMessage({});
     QCOMPARE(error.count(), 2);
 }
 
 void AppStateTest::machineIsAtWorkUnlessItStandsStill()
 {
-    AppStage stage;
-    VirtualMachine *first = stage.add(u"first"_s);
-    VirtualMachine *second = stage.add(u"second"_s);
-    const QSignalSpy atWork(stage.state.get(), &AppState::machineAtWorkChanged);
+    VirtualMachine *second = m_stage->add(u"second"_s);
+    const QSignalSpy atWork(m_state, &AppState::machineAtWorkChanged);
     for (const VMState state : {VMState::starting, VMState::running, VMState::stopping})
-        stage.setState(first, state);
-    stage.setState(second, VMState::running);
-    stage.setState(first, VMState::error);
+        m_stage->setState(m_vm, state);
+    m_stage->setState(second, VMState::running);
+    m_stage->setState(m_vm, VMState::error);
     QCOMPARE(atWork.count(), 1);
-    QVERIFY(stage.state->isMachineAtWork());
-    stage.setState(second, VMState::paused);
+    QVERIFY(m_state->isMachineAtWork());
+    m_stage->setState(second, VMState::paused);
     QCOMPARE(atWork.count(), 2);
-    QVERIFY(!stage.state->isMachineAtWork());
-    QVERIFY(stage.state->quitNotice().contains(u"“second”"_s)); // it outlives the application all the same
-    stage.setState(first, VMState::running);
-    QVERIFY(stage.state->quitNotice().contains(u"2 virtual machines"_s));
-    stage.setState(second, VMState::poweredOff);
-    QDir(FileUrl::path(first->configuration().storageDirectory)).removeRecursively();
-    stage.state->load();
-    QVERIFY(!stage.state->isMachineAtWork());
-    QCOMPARE(stage.state->quitNotice(), QString());
+    QVERIFY(!m_state->isMachineAtWork());
+    QVERIFY(m_state->quitNotice().contains(u"“second”"_s)); // it outlives the application all the same
+    m_stage->setState(m_vm, VMState::running);
+    QVERIFY(m_state->quitNotice().contains(u"2 virtual machines"_s));
+    m_stage->setState(second, VMState::poweredOff);
+    QDir(FileUrl::path(m_vm->configuration().storageDirectory)).removeRecursively();
+    m_state->load();
+    QVERIFY(!m_state->isMachineAtWork());
+    QCOMPARE(m_state->quitNotice(), QString());
 }
 
 void AppStateTest::selectionOfAMissingMachineIsNone()
 {
-    AppStage stage;
-    stage.state->setSelectedVMID(QUuid::createUuid());
-    QCOMPARE(stage.state->selectedVM(), nullptr);
-    stage.state->performOnSelectedVM(VMCommand::Start);
-    QVERIFY(stage.state->errorMessage().isEmpty());
+    m_state->setSelectedVMID(QUuid::createUuid());
+    QCOMPARE(m_state->selectedVM(), nullptr);
+    m_state->performOnSelectedVM(VMCommand::Start);
+    QVERIFY(m_state->errorMessage().isEmpty());
 
-    VirtualMachine *vm = stage.add(u"a"_s);
-    stage.state->select(vm);
-    const QSignalSpy selection(stage.state.get(), &AppState::selectedVMChanged);
-    stage.state->load();
+    m_state->select(m_vm);
+    const QSignalSpy selection(m_state, &AppState::selectedVMChanged);
+    m_state->load();
     QCOMPARE(selection.count(), 1); // the same machine, another object
-    QVERIFY(stage.state->selectedVM() && stage.state->selectedVM() != vm);
-    QDir(FileUrl::path(vm->configuration().storageDirectory)).removeRecursively();
-    stage.state->load();
+    QVERIFY(m_state->selectedVM() && m_state->selectedVM() != m_vm);
+    QDir(FileUrl::path(m_vm->configuration().storageDirectory)).removeRecursively();
+    m_state->load();
     QCOMPARE(selection.count(), 2);
-    QCOMPARE(stage.state->selectedVM(), nullptr);
+    QCOMPARE(m_state->selectedVM(), nullptr);
 }
 
 void AppStateTest::settingsShowTheSelectedMachineElseTheApplication()
 {
-    AppStage stage;
-    VirtualMachine *vm = stage.add(u"a"_s);
-    AppState &state = *stage.state;
-    const QSignalSpy content(&state, &AppState::detailContentChanged);
-    QCOMPARE(state.detailContent(), DetailContent::MachineList);
-    state.setSelectedSection(SidebarSection::running);
+    const QSignalSpy content(m_state, &AppState::detailContentChanged);
+    QCOMPARE(m_state->detailContent(), DetailContent::MachineList);
+    m_state->setSelectedSection(SidebarSection::running);
     QCOMPARE(content.count(), 0);
-    state.setSelectedSection(SidebarSection::settings);
-    QCOMPARE(state.detailContent(), DetailContent::ApplicationSettings);
-    state.showSettings(vm);
-    QCOMPARE(state.selectedVM(), vm);
-    QCOMPARE(state.detailContent(), DetailContent::MachineSettings);
+    m_state->setSelectedSection(SidebarSection::settings);
+    QCOMPARE(m_state->detailContent(), DetailContent::ApplicationSettings);
+    m_state->showSettings(m_vm);
+    QCOMPARE(m_state->selectedVM(), m_vm);
+    QCOMPARE(m_state->detailContent(), DetailContent::MachineSettings);
     QCOMPARE(content.count(), 2);
 }
 
 void AppStateTest::failedCommandsLeaveTheLatestText()
 {
-    AppStage stage;
-    VirtualMachine *vm = stage.add(u"a"_s);
-    stage.state->select(vm);
+    m_state->select(m_vm);
     for (const auto &[command, call] : {std::pair(VMCommand::Pause, u"pause"_s),
                                         {VMCommand::Resume, u"resume"_s},
                                         {VMCommand::Stop, u"stop"_s},
                                         {VMCommand::Start, u"start"_s}}) {
-        stage.controllerOf(vm)->failingCall = call;
-        stage.state->performOnSelectedVM(command);
-        QTRY_COMPARE(stage.state->errorMessage(), call + u" failed."_s);
+        m_stage->controllerOf(m_vm)->failingCall = call;
+        m_state->performOnSelectedVM(command);
+        QTRY_COMPARE(m_state->errorMessage(), call + u" failed."_s);
     }
-    QCOMPARE(vm->state(), VMState::error);
-    stage.setState(vm, VMState::paused);
-    stage.state->finishInstallation(vm);
-    QVERIFY(stage.state->errorMessage().contains(u"Stop the virtual machine"_s));
+    QCOMPARE(m_vm->state(), VMState::error);
+    m_stage->setState(m_vm, VMState::paused);
+    m_state->finishInstallation(m_vm);
+    QVERIFY(m_state->errorMessage().contains(u"Stop the virtual machine"_s));
 }
 
 void AppStateTest::consoleIsAskedForOnlyOnceInstallationBegan()
 {
-    AppStage stage;
-    stage.host.write(u"image.iso"_s, "image");
-    VirtualMachine *without = stage.add(u"without"_s);
-    VirtualMachine *with = stage.add(u"with"_s, stage.host.path(u"image.iso"_s));
-    const QSignalSpy requests(stage.state.get(), &AppState::consoleRequested);
+    m_stage->host.write(u"image.iso"_s, "image");
+    VirtualMachine *with = m_stage->add(u"with"_s, m_stage->host.path(u"image.iso"_s));
+    const QSignalSpy requests(m_state, &AppState::consoleRequested);
 
-    stage.state->installAndShowConsole(without);
-    QTRY_COMPARE(stage.state->errorMessage(), u"Installation media could not be opened."_s);
+    m_state->installAndShowConsole(m_vm);
+    QTRY_COMPARE(m_state->errorMessage(), u"Installation media could not be opened."_s);
     QCOMPARE(requests.count(), 0);
 
-    stage.controllerOf(with)->holdsOperations = true;
-    stage.state->installAndShowConsole(with);
+    m_stage->controllerOf(with)->holdsOperations = true;
+    m_state->installAndShowConsole(with);
     QTRY_COMPARE(with->state(), VMState::starting);
     QCOMPARE(requests.count(), 0);
-    stage.controllerOf(with)->release();
+    m_stage->controllerOf(with)->release();
     QTRY_COMPARE(requests.count(), 1);
     QCOMPARE(requests.first().first().toUuid(), with->id());
 
-    stage.state->perform(without, VMCommand::Start);
-    QTRY_COMPARE(without->state(), VMState::running);
+    m_state->perform(m_vm, VMCommand::Start);
+    QTRY_COMPARE(m_vm->state(), VMState::running);
     QCOMPARE(requests.count(), 1);
 }
 
 void AppStateTest::guestThatEndedByItselfIsSeen()
 {
-    AppStage stage;
-    VirtualMachine *vm = stage.add(u"a"_s);
-    stage.state->perform(vm, VMCommand::Start);
-    QTRY_COMPARE(vm->state(), VMState::running);
-    stage.controllerOf(vm)->currentState = VMState::poweredOff;
-    QTRY_COMPARE(vm->state(), VMState::poweredOff);
+    m_state->perform(m_vm, VMCommand::Start);
+    QTRY_COMPARE(m_vm->state(), VMState::running);
+    m_stage->controllerOf(m_vm)->currentState = VMState::poweredOff;
+    QTRY_COMPARE(m_vm->state(), VMState::poweredOff);
 }
 
 void AppStateTest::stateMayGoWhileACommandWaits()
 {
-    AppStage stage;
-    VirtualMachine *vm = stage.add(u"a"_s);
-    stage.controllerOf(vm)->holdsOperations = true;
-    stage.state->installAndShowConsole(vm);
-    stage.state->perform(vm, VMCommand::Start);
-    QTRY_COMPARE(vm->state(), VMState::starting);
-    stage.state.reset();
+    m_stage->controllerOf(m_vm)->holdsOperations = true;
+    m_state->installAndShowConsole(m_vm);
+    m_state->perform(m_vm, VMCommand::Start);
+    QTRY_COMPARE(m_vm->state(), VMState::starting);
+    m_stage->state.reset();
     QTest::qWait(0);
 }
 

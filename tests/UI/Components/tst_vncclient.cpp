@@ -49,6 +49,7 @@ class TestVNCClient : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void init();
     void sendsOnlyTheHandshakeAndRequests();
     void leavesImagesInOtherHandsAlone();
     void saysWhyTheProtocolStopped();
@@ -60,42 +61,48 @@ private Q_SLOTS:
     void survivesWhatItsObserversDo();
     void boundsItsMemoryWhileTheMainThreadStalls();
     void leavesTheEventLoopItsBeat();
+
+private:
+    std::unique_ptr<ScriptedServer> m_server;
+    std::unique_ptr<VNCClient> m_client;
 };
+
+/// A client that connects to the server.
+void TestVNCClient::init()
+{
+    m_server = std::make_unique<ScriptedServer>();
+    m_client = std::make_unique<VNCClient>();
+    m_client->connect(localhost, m_server->port());
+}
 
 void TestVNCClient::sendsOnlyTheHandshakeAndRequests()
 {
-    ScriptedServer server;
-    VNCClient client;
-    QSignalSpy connectedSpy(&client, &VNCClient::isConnectedChanged);
-    QSignalSpy imageSpy(&client, &VNCClient::imageChanged);
-    QSignalSpy errorSpy(&client, &VNCClient::errorMessageChanged);
-    client.connect(localhost, server.port());
-    QVERIFY(!client.isConnected());
-    QTRY_VERIFY(client.isConnected());
-    server.send(handshake(3, 2));
-    QTRY_COMPARE(server.received(), opening(3, 2, 1));
-    server.send(update(3, 2, red));
-    QTRY_COMPARE(server.received(), opening(3, 2, 2));
-    server.send(updateHeader(0) + update(2, 2, green) + "\x02" + update(1, 1, blue));
-    QTRY_COMPARE(server.received(), opening(3, 2, 5));
+    QSignalSpy connectedSpy(m_client.get(), &VNCClient::isConnectedChanged);
+    QSignalSpy imageSpy(m_client.get(), &VNCClient::imageChanged);
+    QSignalSpy errorSpy(m_client.get(), &VNCClient::errorMessageChanged);
+    QVERIFY(!m_client->isConnected());
+    QTRY_VERIFY(m_client->isConnected());
+    m_server->send(handshake(3, 2));
+    QTRY_COMPARE(m_server->received(), opening(3, 2, 1));
+    m_server->send(update(3, 2, red));
+    QTRY_COMPARE(m_server->received(), opening(3, 2, 2));
+    m_server->send(updateHeader(0) + update(2, 2, green) + "\x02" + update(1, 1, blue));
+    QTRY_COMPARE(m_server->received(), opening(3, 2, 5));
     QTRY_COMPARE(imageSpy.count(), 3);
-    QVERIFY(isPlain(client.image(), {1, 1}, Qt::blue));
+    QVERIFY(isPlain(m_client->image(), {1, 1}, Qt::blue));
     QCOMPARE(connectedSpy.count(), 1);
     QCOMPARE(errorSpy.count(), 0);
 }
 
 void TestVNCClient::leavesImagesInOtherHandsAlone()
 {
-    ScriptedServer server;
-    VNCClient client;
     QList<QImage> images;
-    connect(&client, &VNCClient::imageChanged, &client, [&] { images += client.image(); });
-    client.connect(localhost, server.port());
-    server.send(handshake(64, 64));
+    connect(m_client.get(), &VNCClient::imageChanged, m_client.get(), [&] { images += m_client->image(); });
+    m_server->send(handshake(64, 64));
     for (int i = 0; i < 10; ++i)
-        server.send(update(64, 64, QByteArray(4, static_cast<char>(i))));
+        m_server->send(update(64, 64, QByteArray(4, static_cast<char>(i))));
     QTRY_COMPARE(images.size(), 10);
-    client.disconnect();
+    m_client->disconnect();
     for (int i = 0; i < 10; ++i)
         QVERIFY(isPlain(images.at(i), {64, 64}, QColor(i, i, i)));
 }
@@ -106,29 +113,25 @@ void TestVNCClient::saysWhyTheProtocolStopped()
     for (const auto &[answer, message, received] :
          {std::tuple("0102", u"No supported VNC security types."_s, version),
           {"010100000001", u"VNC authentication failed."_s, version + '\x01'}}) {
-        ScriptedServer server;
-        VNCClient client;
-        client.connect(localhost, server.port());
-        server.send(version + QByteArray::fromHex(answer) + "what nobody reads any more");
-        QTRY_COMPARE(client.errorMessage(), message);
-        QTRY_COMPARE(server.received(), received);
-        QVERIFY(client.isConnected());
-        QVERIFY(client.image().isNull());
+        init();
+        m_server->send(version + QByteArray::fromHex(answer) + "what nobody reads any more");
+        QTRY_COMPARE(m_client->errorMessage(), message);
+        QTRY_COMPARE(m_server->received(), received);
+        QVERIFY(m_client->isConnected());
+        QVERIFY(m_client->image().isNull());
         // The reason stays when the connection breaks later.
-        server.reset();
-        QTRY_VERIFY(!client.isConnected());
-        QCOMPARE(client.errorMessage(), message);
+        m_server->reset();
+        QTRY_VERIFY(!m_client->isConnected());
+        QCOMPARE(m_client->errorMessage(), message);
     }
 }
 
 void TestVNCClient::triesEveryAddressOfAName()
 {
     // Its first address is often ::1, where the server does not listen.
-    ScriptedServer server;
-    VNCClient client;
-    client.connect(u"localhost"_s, server.port());
-    QTRY_VERIFY(client.isConnected());
-    QCOMPARE(client.errorMessage(), QString());
+    m_client->connect(u"localhost"_s, m_server->port());
+    QTRY_VERIFY(m_client->isConnected());
+    QCOMPARE(m_client->errorMessage(), QString());
 }
 
 void TestVNCClient::saysWhyItCannotConnect()
@@ -138,79 +141,71 @@ void TestVNCClient::saysWhyItCannotConnect()
          {std::tuple(localhost, qint64{-5}, u"Could not connect to “127.0.0.1:0”: Connection refused."_s),
           {localhost, qint64{1} << 32, u"Could not connect to “127.0.0.1:65535”: Connection refused."_s},
           {tooLong, 5900, u"Could not look up the host “%1”: Name or service not known."_s.arg(tooLong)}}) {
-        VNCClient client;
-        client.connect(host, port);
-        QTRY_COMPARE(client.errorMessage(), message);
-        QVERIFY(!client.isConnected());
+        m_client->connect(host, port);
+        QTRY_COMPARE(m_client->errorMessage(), message);
+        QVERIFY(!m_client->isConnected());
     }
 }
 
 void TestVNCClient::saysThatTheConnectionBrokeButNotThatItEnded()
 {
     for (const bool breaks : {true, false}) {
-        ScriptedServer server;
-        VNCClient client;
-        QSignalSpy imageSpy(&client, &VNCClient::imageChanged);
-        client.connect(localhost, server.port());
-        server.send(handshake(2, 2) + update(2, 2, red) + updateHeader(1) + rectangleHeader(2, 2) + red);
-        QTRY_COMPARE(server.received(), opening(2, 2, 2));
-        QTRY_VERIFY(!client.image().isNull());
+        init();
+        QSignalSpy imageSpy(m_client.get(), &VNCClient::imageChanged);
+        m_server->send(handshake(2, 2) + update(2, 2, red) + updateHeader(1) + rectangleHeader(2, 2) + red);
+        QTRY_COMPARE(m_server->received(), opening(2, 2, 2));
+        QTRY_VERIFY(!m_client->image().isNull());
         if (breaks) {
-            server.reset();
-            QTRY_VERIFY(!client.isConnected());
+            m_server->reset();
+            QTRY_VERIFY(!m_client->isConnected());
             QCOMPARE(
-                client.errorMessage(),
-                u"Could not receive from “127.0.0.1:%1”: Connection reset by peer."_s.arg(server.port()));
+                m_client->errorMessage(),
+                u"Could not receive from “127.0.0.1:%1”: Connection reset by peer."_s.arg(m_server->port()));
         } else {
-            server.close();
+            m_server->close();
             QTest::qWait(50);
-            QVERIFY(client.isConnected());
-            QCOMPARE(client.errorMessage(), QString());
+            QVERIFY(m_client->isConnected());
+            QCOMPARE(m_client->errorMessage(), QString());
         }
         QCOMPARE(imageSpy.count(), 1);
-        QVERIFY(isPlain(client.image(), {2, 2}, Qt::red));
+        QVERIFY(isPlain(m_client->image(), {2, 2}, Qt::red));
     }
 }
 
 void TestVNCClient::clearsAllButTheErrorOnDisconnect()
 {
-    ScriptedServer server;
-    VNCClient client;
-    client.connect(localhost, -1);
-    QTRY_VERIFY(!client.errorMessage().isEmpty());
-    const QString message = client.errorMessage();
-    client.connect(localhost, server.port());
-    server.send(handshake(2, 2) + update(2, 2, red));
-    QTRY_VERIFY(!client.image().isNull());
-    client.disconnect();
-    QVERIFY(!client.isConnected());
-    QVERIFY(client.image().isNull());
-    QTRY_VERIFY(!server.hasClient());
-    QCOMPARE(client.errorMessage(), message);
-    QSignalSpy imageSpy(&client, &VNCClient::imageChanged);
-    client.disconnect();
+    m_client->connect(localhost, -1);
+    QTRY_VERIFY(!m_client->errorMessage().isEmpty());
+    const QString message = m_client->errorMessage();
+    m_client->connect(localhost, m_server->port());
+    m_server->send(handshake(2, 2) + update(2, 2, red));
+    QTRY_VERIFY(!m_client->image().isNull());
+    m_client->disconnect();
+    QVERIFY(!m_client->isConnected());
+    QVERIFY(m_client->image().isNull());
+    QTRY_VERIFY(!m_server->hasClient());
+    QCOMPARE(m_client->errorMessage(), message);
+    QSignalSpy imageSpy(m_client.get(), &VNCClient::imageChanged);
+    m_client->disconnect();
     QCOMPARE(imageSpy.count(), 0);
 }
 
 void TestVNCClient::ignoresAReplacedConnection()
 {
-    ScriptedServer first;
     ScriptedServer second;
-    VNCClient client;
-    client.connect(localhost, first.port());
-    first.send(handshake(2, 2) + update(2, 2, red) + updateHeader(1) + rectangleHeader(2, 2) + red);
-    QTRY_VERIFY(!client.image().isNull());
+    m_server->send(handshake(2, 2) + update(2, 2, red) + updateHeader(1) + rectangleHeader(2, 2) + red);
+    QTRY_VERIFY(!m_client->image().isNull());
     // What the first one has on its way, an image and a failure, is never seen.
-    first.send(red.repeated(3));
-    first.reset();
+    m_server->send(red.repeated(3));
+    m_server->reset();
     QThread::msleep(20);
-    QSignalSpy imageSpy(&client, &VNCClient::imageChanged);
-    client.connect(localhost, second.port());
+    QSignalSpy imageSpy(m_client.get(), &VNCClient::imageChanged);
+    m_client->connect(localhost, second.port());
     second.send(handshake(1, 1) + update(1, 1, green));
-    QTRY_VERIFY(isPlain(client.image(), {1, 1}, Qt::green));
+    QTRY_VERIFY(isPlain(m_client->image(), {1, 1}, Qt::green));
     QCOMPARE(imageSpy.count(), 2);
-    QVERIFY(client.isConnected());
-    QCOMPARE(client.errorMessage(), QString());
+    QVERIFY(m_client->isConnected());
+    QCOMPARE(m_client->errorMessage(), QString());
 }
 
 void TestVNCClient::survivesWhatItsObserversDo()
@@ -218,28 +213,26 @@ void TestVNCClient::survivesWhatItsObserversDo()
     for (const auto signal :
          {&VNCClient::imageChanged, &VNCClient::isConnectedChanged, &VNCClient::errorMessageChanged}) {
         for (const bool isDeleted : {true, false}) {
-            ScriptedServer server;
-            auto client = std::make_unique<VNCClient>();
+            init();
             QObject watcher;
             int count = 0;
-            connect(client.get(), signal, &watcher, [&] {
+            connect(m_client.get(), signal, &watcher, [&] {
                 if (++count > 3)
                     return;
                 if (isDeleted)
-                    client.reset();
+                    m_client.reset();
                 else
-                    client->connect(localhost, server.port());
+                    m_client->connect(localhost, m_server->port());
             });
-            client->connect(localhost, server.port());
-            server.send(handshake(2, 2) + update(2, 2, red) + update(2, 2, green));
+            m_server->send(handshake(2, 2) + update(2, 2, red) + update(2, 2, green));
             if (signal == &VNCClient::errorMessageChanged) {
-                QTRY_VERIFY(!client->image().isNull());
-                server.reset();
+                QTRY_VERIFY(!m_client->image().isNull());
+                m_server->reset();
             }
             QTRY_VERIFY(count > 0);
             // Whatever was underway arrives now, if anywhere.
             QTest::qWait(20);
-            QCOMPARE(client == nullptr, isDeleted);
+            QCOMPARE(m_client == nullptr, isDeleted);
         }
     }
 }
@@ -251,8 +244,7 @@ void TestVNCClient::boundsItsMemoryWhileTheMainThreadStalls()
     constexpr qsizetype frameBytes = qsizetype{width} * height * 4;
     const FloodingServer server(handshake(width, height), update(width, height, red));
     const qsizetype idle = residentBytes();
-    VNCClient client;
-    QSignalSpy imageSpy(&client, &VNCClient::imageChanged);
+    QSignalSpy imageSpy(m_client.get(), &VNCClient::imageChanged);
     // Also a claim takes none, only bytes that arrive.
     ScriptedServer braggart;
     VNCClient other;
@@ -260,7 +252,7 @@ void TestVNCClient::boundsItsMemoryWhileTheMainThreadStalls()
     braggart.send(handshake(65535, 65535) + updateHeader(2) + rectangleHeader(8192, 4096) +
                   red.repeated(1000));
     QTRY_COMPARE(braggart.received(), opening(65535, 65535, 1));
-    client.connect(localhost, server.port());
+    m_client->connect(localhost, server.port());
     QTRY_VERIFY(imageSpy.count() > 10);
     for (int i = 0; i < 3; ++i) {
         QThread::msleep(200);
@@ -282,9 +274,8 @@ void TestVNCClient::leavesTheEventLoopItsBeat()
 {
     const QByteArray tinyRectangles = updateHeader(1000) + (rectangleHeader(1, 1) + red).repeated(1000);
     const FloodingServer server(handshake(1, 1), tinyRectangles);
-    VNCClient client;
-    QSignalSpy imageSpy(&client, &VNCClient::imageChanged);
-    client.connect(localhost, server.port());
+    QSignalSpy imageSpy(m_client.get(), &VNCClient::imageChanged);
+    m_client->connect(localhost, server.port());
     QTRY_VERIFY(imageSpy.count() > 100);
     const EventLoopBeat beat;
     QTimer timer;

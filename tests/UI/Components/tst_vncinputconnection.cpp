@@ -46,79 +46,79 @@ class TestVNCInputConnection : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void init();
     void tellsEverySizeAndAsksForNoPixels();
     void floodOfSizesIsTamed();
     void knowsNothingOfAReplacedServer();
     void sendsOnlyWhatTheServerTakes();
     void neverWaitsForAServerThatDoesNotRead();
     void screensPassKeysAndPointerOn();
+
+private:
+    std::unique_ptr<ScriptedServer> m_server;
+    std::unique_ptr<VNCInputConnection> m_input;
+    std::unique_ptr<QSignalSpy> m_sizes;
 };
+
+/// A connection to the server.
+void TestVNCInputConnection::init()
+{
+    m_server = std::make_unique<ScriptedServer>();
+    m_input = std::make_unique<VNCInputConnection>();
+    m_sizes = std::make_unique<QSignalSpy>(m_input.get(), &VNCInputConnection::sizeKnown);
+    m_input->connect(localhost, m_server->port());
+}
 
 void TestVNCInputConnection::tellsEverySizeAndAsksForNoPixels()
 {
-    ScriptedServer server;
-    VNCInputConnection input;
-    QSignalSpy sizes(&input, &VNCInputConnection::sizeKnown);
-    input.connect(localhost, server.port());
-    server.send(handshake(640, 480));
-    QTRY_COMPARE(sizes.count(), 1);
-    QCOMPARE(sizes[0][0].toSize(), QSize(640, 480));
+    m_server->send(handshake(640, 480));
+    QTRY_COMPARE(m_sizes->count(), 1);
+    QCOMPARE(m_sizes->at(0)[0].toSize(), QSize(640, 480));
     // It reads past what it did not ask for.
     const QByteArray cutText = QByteArray::fromHex("03000000") + uint32(5) + "hello";
-    server.send(updateHeader(0) + update(2, 2, "pixl") + cutText + sizeUpdate(1280, 800));
-    QTRY_COMPARE(sizes.last()[0].toSize(), QSize(1280, 800));
+    m_server->send(updateHeader(0) + update(2, 2, "pixl") + cutText + sizeUpdate(1280, 800));
+    QTRY_COMPARE(m_sizes->last()[0].toSize(), QSize(1280, 800));
     // Version, security choice, shared, and the two encodings without pixels.
-    QCOMPARE(server.received(), clientHandshake);
+    QCOMPARE(m_server->received(), clientHandshake);
 }
 
 void TestVNCInputConnection::floodOfSizesIsTamed()
 {
-    ScriptedServer server;
-    VNCInputConnection input;
-    QSignalSpy sizes(&input, &VNCInputConnection::sizeKnown);
-    input.connect(localhost, server.port());
     QByteArray flood = handshake(1, 1);
     for (std::uint16_t number = 0; number < 20'000; ++number)
         flood += sizeUpdate(number % 2 + 2, 9);
-    server.send(flood + sizeUpdate(7, 7));
-    QTRY_COMPARE(sizes.count() > 0 ? sizes.last()[0].toSize() : QSize(), QSize(7, 7));
-    QVERIFY2(sizes.count() < 10'000, qPrintable(QString::number(sizes.count())));
+    m_server->send(flood + sizeUpdate(7, 7));
+    QTRY_COMPARE(m_sizes->count() > 0 ? m_sizes->last()[0].toSize() : QSize(), QSize(7, 7));
+    QVERIFY2(m_sizes->count() < 10'000, qPrintable(QString::number(m_sizes->count())));
 }
 
 void TestVNCInputConnection::knowsNothingOfAReplacedServer()
 {
-    ScriptedServer first;
     ScriptedServer second;
-    VNCInputConnection input;
-    QSignalSpy sizes(&input, &VNCInputConnection::sizeKnown);
-    input.connect(localhost, first.port());
-    first.send(handshake(1, 1));
-    QTRY_COMPARE(sizes.count(), 1);
-    first.send(sizeUpdate(9, 9));
-    input.connect(localhost, second.port());
+    m_server->send(handshake(1, 1));
+    QTRY_COMPARE(m_sizes->count(), 1);
+    m_server->send(sizeUpdate(9, 9));
+    m_input->connect(localhost, second.port());
     second.send(handshake(1, 1));
-    QTRY_COMPARE(sizes.count(), 2);
-    QCOMPARE(sizes[1][0].toSize(), QSize(1, 1));
+    QTRY_COMPARE(m_sizes->count(), 2);
+    QCOMPARE(m_sizes->at(1)[0].toSize(), QSize(1, 1));
 }
 
 void TestVNCInputConnection::sendsOnlyWhatTheServerTakes()
 {
-    ScriptedServer server;
-    VNCInputConnection input;
-    input.connect(localhost, server.port());
-    server.send(handshake(4, 4));
-    QTRY_COMPARE(server.received(), clientHandshake);
-    input.send(asBytes(escapeDown));
-    QVERIFY(!input.isAvailable());
-    server.send(keysTaken);
-    QTRY_VERIFY(input.isAvailable());
-    input.send(asBytes(escapeUp));
-    QTRY_COMPARE(server.received(), clientHandshake + escapeUp);
-    server.close();
-    QTRY_VERIFY(input.hasFailed());
-    QVERIFY(!input.isAvailable());
-    input.connect(localhost, server.port());
-    QVERIFY(!input.hasFailed());
+    m_server->send(handshake(4, 4));
+    QTRY_COMPARE(m_server->received(), clientHandshake);
+    m_input->send(asBytes(escapeDown));
+    QVERIFY(!m_input->isAvailable());
+    m_server->send(keysTaken);
+    QTRY_VERIFY(m_input->isAvailable());
+    m_input->send(asBytes(escapeUp));
+    QTRY_COMPARE(m_server->received(), clientHandshake + escapeUp);
+    m_server->close();
+    QTRY_VERIFY(m_input->hasFailed());
+    QVERIFY(!m_input->isAvailable());
+    m_input->connect(localhost, m_server->port());
+    QVERIFY(!m_input->hasFailed());
 }
 
 void TestVNCInputConnection::neverWaitsForAServerThatDoesNotRead()
@@ -126,18 +126,17 @@ void TestVNCInputConnection::neverWaitsForAServerThatDoesNotRead()
     // Nobody accepts: what is sent stays in the kernel's queues until those are full.
     QTcpServer silent;
     QVERIFY(silent.listen(QHostAddress::LocalHost));
-    VNCInputConnection input;
-    input.connect(localhost, silent.serverPort());
+    m_input->connect(localhost, silent.serverPort());
     QVERIFY(silent.waitForNewConnection(patience));
     QTcpSocket *peer = silent.nextPendingConnection();
     peer->setReadBufferSize(1);
     peer->write(handshake(4, 4) + keysTaken);
-    QTRY_VERIFY(input.isAvailable());
+    QTRY_VERIFY(m_input->isAvailable());
     const QByteArray moves(6 * 100, '\x05');
-    for (int turn = 0; turn < 1'000'000 && !input.hasFailed(); ++turn)
-        input.send(asBytes(moves));
+    for (int turn = 0; turn < 1'000'000 && !m_input->hasFailed(); ++turn)
+        m_input->send(asBytes(moves));
     // What waited is gone with the connection: nothing stays down on a server that reads again one day.
-    QVERIFY(input.hasFailed() && !input.isAvailable());
+    QVERIFY(m_input->hasFailed() && !m_input->isAvailable());
     peer->setReadBufferSize(0);
     QTRY_COMPARE(peer->state(), QAbstractSocket::UnconnectedState);
 }
@@ -145,15 +144,13 @@ void TestVNCInputConnection::neverWaitsForAServerThatDoesNotRead()
 void TestVNCInputConnection::screensPassKeysAndPointerOn()
 {
     ScriptedServer display;
-    ScriptedServer server;
     QQuickWindow window;
     window.resize(200, 100);
     auto *item = new VNCScreenItem(window.contentItem());
     item->setSize(QSizeF(200, 100));
     VNCClient client;
-    VNCInputConnection input;
     item->setClient(&client);
-    item->setInput(&input);
+    item->setInput(m_input.get());
     window.show();
     window.requestActivate();
     QVERIFY(QTest::qWaitForWindowActive(&window, patience));
@@ -161,22 +158,21 @@ void TestVNCInputConnection::screensPassKeysAndPointerOn()
     client.connect(localhost, display.port());
     // Two pixels in a window for two squares: they are shown without bars.
     display.send(handshake(2, 1) + update(2, 1, "pixlpixl"));
-    input.connect(localhost, server.port());
-    server.send(handshake(2, 1));
+    m_server->send(handshake(2, 1));
     QTRY_VERIFY(!client.image().isNull());
     QVERIFY(!item->hasKeyboard());
-    server.send(keysTaken);
+    m_server->send(keysTaken);
     QTRY_VERIFY(item->hasKeyboard());
 
     const QByteArray seen = display.received();
     QTest::keyPress(&window, Qt::Key_Escape);
     QTest::mouseClick(&window, Qt::RightButton, {}, {150, 50});
     item->setFocus(false); // what is down is released
-    QTRY_COMPARE(server.received(), clientHandshake + escapeDown +
-                                        QByteArray::fromHex("050000010000"
-                                                            "050400010000"
-                                                            "050000010000") +
-                                        escapeUp);
+    QTRY_COMPARE(m_server->received(), clientHandshake + escapeDown +
+                                           QByteArray::fromHex("050000010000"
+                                                               "050400010000"
+                                                               "050000010000") +
+                                           escapeUp);
     QCOMPARE(display.received(), seen); // the client only looks
 }
 
