@@ -13,7 +13,6 @@ class ConsolePresenterTest : public QObject
 
 private Q_SLOTS:
     void init();
-    void panelSaysHowThingsStandAndOffersTheNextStep_data();
     void panelSaysHowThingsStandAndOffersTheNextStep();
     void errorComesBeforeMissingTools();
     void screenIsShownWhileThereIsOne();
@@ -33,52 +32,35 @@ void ConsolePresenterTest::init()
     m_presenter->setManager(m_stage->state->vmManager());
 }
 
-void ConsolePresenterTest::panelSaysHowThingsStandAndOffersTheNextStep_data()
+void ConsolePresenterTest::panelSaysHowThingsStandAndOffersTheNextStep()
 {
     using Installation = VMInstallationState;
-    QTest::addColumn<VMState>("state");
-    QTest::addColumn<Installation>("installation");
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<QString>("offers");
     const QString off = u"Virtual Machine is Off"_s;
     const QString start = u"Start the virtual machine to view its display."_s;
     const QString install = u"Install boots your Windows ISO with QEMU, a virtual TPM and UEFI firmware."_s;
-    QTest::newRow("ready") << VMState::poweredOff << Installation::ready << off << install << u"install"_s;
-    QTest::newRow("installing") << VMState::poweredOff << Installation::inProgress << off << install
-                                << u"install finish"_s;
-    QTest::newRow("installed") << VMState::poweredOff << Installation::completed << off << start
-                               << u"start"_s;
-    QTest::newRow("starting") << VMState::starting << Installation::inProgress << u"Starting…"_s
-                              << u"The virtual machine is booting."_s << QString();
-    QTest::newRow("stopping") << VMState::stopping << Installation::completed << u"Stopping…"_s
-                              << u"The virtual machine is shutting down."_s << QString();
-    QTest::newRow("running") << VMState::running << Installation::completed << u"Running"_s << u"Running"_s
-                             << QString();
-    QTest::newRow("failed") << VMState::error << Installation::completed << u"Error"_s << u"Error"_s
-                            << u"start"_s;
-}
-
-void ConsolePresenterTest::panelSaysHowThingsStandAndOffersTheNextStep()
-{
-    QFETCH(const VMState, state);
-    QFETCH(const VMInstallationState, installation);
+    const QString booting = u"The virtual machine is booting."_s;
+    const QString ending = u"The virtual machine is shutting down."_s;
     VirtualMachine *vm = m_stage->add(u"with media"_s, u"/x.iso"_s);
     m_presenter->setVM(vm);
-    vm->setState(state);
-    vm->setInstallationState(installation);
-    QTEST(m_presenter->statusTitle(), "title");
-    QTEST(m_presenter->statusMessage(), "message");
-    QCOMPARE(m_presenter->isBusy(), m_presenter->statusTitle().endsWith(u'…'));
-    QCOMPARE(m_presenter->display(), ConsolePresenter::StatusPanel); // nobody has configured a display
-    QStringList offers;
-    if (m_presenter->offersInstall())
-        offers.append(u"install"_s);
-    if (m_presenter->offersStart())
-        offers.append(u"start"_s);
-    if (m_presenter->offersFinishInstall())
-        offers.append(u"finish"_s);
-    QTEST(offers.join(u' '), "offers");
+    for (const auto &[state, installation, title, message, offered] :
+         {std::tuple(VMState::poweredOff, Installation::ready, off, install, u"install "_s),
+          {VMState::poweredOff, Installation::inProgress, off, install, u"install finish "_s},
+          {VMState::poweredOff, Installation::completed, off, start, u"start "_s},
+          {VMState::starting, Installation::inProgress, u"Starting…"_s, booting, QString()},
+          {VMState::stopping, Installation::completed, u"Stopping…"_s, ending, QString()},
+          {VMState::running, Installation::completed, u"Running"_s, u"Running"_s, QString()},
+          {VMState::error, Installation::completed, u"Error"_s, u"Error"_s, u"start "_s}}) {
+        vm->setState(state);
+        vm->setInstallationState(installation);
+        QCOMPARE(m_presenter->statusTitle(), title);
+        QCOMPARE(m_presenter->statusMessage(), message);
+        QCOMPARE(m_presenter->isBusy(), title.endsWith(u'…'));
+        QCOMPARE(m_presenter->display(), ConsolePresenter::StatusPanel); // nobody has configured a display
+        const QString offers = (m_presenter->offersInstall() ? u"install "_s : QString()) +
+                               (m_presenter->offersStart() ? u"start "_s : QString()) +
+                               (m_presenter->offersFinishInstall() ? u"finish "_s : QString());
+        QCOMPARE(offers, offered);
+    }
 }
 
 void ConsolePresenterTest::errorComesBeforeMissingTools()

@@ -86,7 +86,6 @@ private Q_SLOTS:
     void cleanup();
     void schemeIsReadAndFollowed();
     void settingsAreUnderstood();
-    void missingPortalChangesNothing();
     void filesAndFoldersArePickedOrNot();
     void missingChooserIsSaidAtOnce();
 
@@ -171,15 +170,6 @@ void PortalsTest::settingsAreUnderstood()
         QCOMPARE(appearance.isHighContrast(), isHighContrast);
         QCOMPARE(appearance.isAnimated(), isAnimated);
     }
-}
-
-void PortalsTest::missingPortalChangesNothing()
-{
-    const QSignalSpy spy(&Appearance::shared(), &Appearance::darkChanged);
-    AppearancePortal portal(Appearance::shared());
-    portal.start();
-    QTest::qWait(100);
-    QCOMPARE(spy.count(), 0);
 }
 
 void PortalsTest::filesAndFoldersArePickedOrNot()

@@ -68,30 +68,21 @@ class TestVNCScreenItem : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void isOpaqueWhateverTheUnusedByteHolds_data();
     void isOpaqueWhateverTheUnusedByteHolds();
     void followsEveryImage();
     void survivesItsClientAndItsWindow();
 };
 
-void TestVNCScreenItem::isOpaqueWhateverTheUnusedByteHolds_data()
-{
-    QTest::addColumn<QByteArray>("pixels");
-    QTest::addColumn<rfb::PixelFormat>("format");
-
-    QTest::newRow("B, G, R, X") << QByteArray::fromHex("5634120056341280563412ff") << littleEndianFormat;
-    QTest::newRow("X, R, G, B") << QByteArray::fromHex("0012345680123456ff123456") << bigEndianFormat();
-}
-
 void TestVNCScreenItem::isOpaqueWhateverTheUnusedByteHolds()
 {
-    QFETCH(const QByteArray, pixels);
-    QFETCH(const rfb::PixelFormat, format);
-    Screen screen;
-    screen.item->setSize({150, 50});
-    QVERIFY(
-        screen.connectAndShow(handshake(3, 1, format) + updateHeader(1) + rectangleHeader(3, 1) + pixels));
-    QCOMPARE(screen.difference(plain({0x12, 0x34, 0x56}), {0, 0, 150, 50}), QString());
+    for (const auto &[pixels, format] : {std::pair("5634120056341280563412ff", littleEndianFormat),
+                                         {"0012345680123456ff123456", bigEndianFormat()}}) {
+        Screen screen;
+        screen.item->setSize({150, 50});
+        QVERIFY(screen.connectAndShow(handshake(3, 1, format) + updateHeader(1) + rectangleHeader(3, 1) +
+                                      QByteArray::fromHex(pixels)));
+        QCOMPARE(screen.difference(plain({0x12, 0x34, 0x56}), {0, 0, 150, 50}), QString());
+    }
 }
 
 void TestVNCScreenItem::followsEveryImage()
