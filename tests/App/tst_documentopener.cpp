@@ -27,6 +27,7 @@ private:
     }
 
     std::unique_ptr<AppStage> m_stage;
+    AppState *m_state = nullptr;
     std::unique_ptr<DocumentOpener> m_opener;
     std::unique_ptr<QSignalSpy> m_consoles;
 };
@@ -35,76 +36,74 @@ void DocumentOpenerTest::init()
 {
     m_opener.reset();
     m_stage = std::make_unique<AppStage>();
+    m_state = m_stage->state.get();
     m_stage->add(u"a"_s);
-    m_stage->state->load();
-    m_opener = std::make_unique<DocumentOpener>(*m_stage->state);
-    m_consoles = std::make_unique<QSignalSpy>(m_stage->state.get(), &AppState::consoleRequested);
+    m_state->load();
+    m_opener = std::make_unique<DocumentOpener>(*m_state);
+    m_consoles = std::make_unique<QSignalSpy>(m_state, &AppState::consoleRequested);
 }
 
 void DocumentOpenerTest::machineIsFoundHoweverItsFolderIsSpelt()
 {
-    AppState &state = *m_stage->state;
-    VirtualMachine *vm = state.vmManager()->virtualMachines().constFirst();
+    VirtualMachine *vm = m_state->vmManager()->virtualMachines().constFirst();
     QVERIFY(
         QFile::link(FileUrl::path(vm->configuration().storageDirectory), m_stage->host.path(u"link.vm"_s)));
     for (const QString &path : {u"Virtual Machines/a.vm"_s, u"Virtual Machines/a.vm/"_s,
                                 u"Virtual Machines/../Virtual Machines//a.vm"_s, u"link.vm"_s}) {
-        state.setSelectedSection(SidebarSection::downloads);
-        state.select(nullptr);
+        m_state->setSelectedSection(SidebarSection::downloads);
+        m_state->select(nullptr);
         m_consoles->clear();
         open(path);
-        QCOMPARE(state.errorMessage(), QString());
-        QCOMPARE(state.selectedVM(), vm);
-        QCOMPARE(state.detailContent(), DetailContent::MachineList);
+        QCOMPARE(m_state->errorMessage(), QString());
+        QCOMPARE(m_state->selectedVM(), vm);
+        QCOMPARE(m_state->detailContent(), DetailContent::MachineList);
         QCOMPARE(m_consoles->count(), 1);
         QCOMPARE(m_consoles->constFirst().constFirst().toUuid(), vm->id());
-        QCOMPARE(state.vmManager()->virtualMachines().size(), 1);
+        QCOMPARE(m_state->vmManager()->virtualMachines().size(), 1);
     }
 }
 
 void DocumentOpenerTest::machineOutsideTheRootIsListedOnce()
 {
-    AppState &state = *m_stage->state;
     QVERIFY(QDir().mkpath(m_stage->host.path(u"disk"_s)));
     QVERIFY(
         QDir().rename(m_stage->host.path(u"Virtual Machines/a.vm"_s), m_stage->host.path(u"disk/b.vm"_s)));
-    state.load();
-    QVERIFY(state.vmManager()->virtualMachines().isEmpty());
+    m_state->load();
+    QVERIFY(m_state->vmManager()->virtualMachines().isEmpty());
     open(u"disk/b.vm"_s);
     open(u"disk/b.vm"_s);
     QCOMPARE(m_consoles->count(), 2);
-    QCOMPARE(state.vmManager()->virtualMachines().size(), 1);
-    const VMConfiguration &configuration = state.vmManager()->virtualMachines().constFirst()->configuration();
+    QCOMPARE(m_state->vmManager()->virtualMachines().size(), 1);
+    const VMConfiguration &configuration =
+        m_state->vmManager()->virtualMachines().constFirst()->configuration();
     QCOMPARE(FileUrl::path(configuration.diskURL()), m_stage->host.path(u"disk/b.vm/disk.img"_s));
 }
 
 void DocumentOpenerTest::movedMachineIsItselfAndACopyIsRefused()
 {
-    AppState &state = *m_stage->state;
     const QString root = m_stage->host.path(u"Virtual Machines"_s);
     QVERIFY(QDir(root).mkdir(u"copy.vm"_s));
     QVERIFY(QFile::copy(root + u"/a.vm/config.json"_s, root + u"/copy.vm/config.json"_s));
     open(u"Virtual Machines/copy.vm"_s);
-    QVERIFY2(state.errorMessage().contains(u"is a copy of"_s), qPrintable(state.errorMessage()));
+    QVERIFY2(m_state->errorMessage().contains(u"is a copy of"_s), qPrintable(m_state->errorMessage()));
     QVERIFY(m_consoles->isEmpty());
 
     QVERIFY(QDir(root + u"/a.vm"_s).removeRecursively());
     open(u"Virtual Machines/copy.vm"_s);
     QCOMPARE(m_consoles->count(), 1);
-    QCOMPARE(state.vmManager()->virtualMachines().size(), 1);
+    QCOMPARE(m_state->vmManager()->virtualMachines().size(), 1);
 }
 
 void DocumentOpenerTest::imagesGoToTheWizard()
 {
-    AppState &state = *m_stage->state;
     for (const QString &name : {u"Win 11#.ISO"_s, u"disk.raw"_s}) {
         m_stage->host.write(name, "image");
-        state.setShowingCreateVM(false);
+        m_state->setShowingCreateVM(false);
         open(name);
-        QVERIFY(state.showingCreateVM());
-        QCOMPARE(state.proposedImage().toLocalFile(), m_stage->host.path(name));
+        QVERIFY(m_state->showingCreateVM());
+        QCOMPARE(m_state->proposedImage().toLocalFile(), m_stage->host.path(name));
     }
-    QCOMPARE(state.errorMessage(), QString());
+    QCOMPARE(m_state->errorMessage(), QString());
 }
 
 void DocumentOpenerTest::othersAreRefused()
@@ -115,9 +114,9 @@ void DocumentOpenerTest::othersAreRefused()
           {u"file:///tmp"_s, u"tmp"_s},
           {u"file:///etc/passwd"_s, u"is neither a virtual machine nor an installation image."_s}}) {
         m_opener->open({QUrl(document)});
-        const QString message = m_stage->state->errorMessage();
+        const QString message = m_state->errorMessage();
         QVERIFY2(message.contains(problem), qPrintable(message));
-        QVERIFY(m_consoles->isEmpty() && !m_stage->state->showingCreateVM());
+        QVERIFY(m_consoles->isEmpty() && !m_state->showingCreateVM());
     }
 }
 

@@ -19,7 +19,6 @@ void ScriptedServer::accept()
         client->deleteLater();
         if (m_client == client)
             m_client = nullptr;
-        Q_EMIT clientLeft();
     });
     m_client->write(std::exchange(m_outgoing, {}));
 }

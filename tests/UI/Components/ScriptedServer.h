@@ -7,8 +7,6 @@
 /// thread.
 class ScriptedServer : public QObject
 {
-    Q_OBJECT
-
 public:
     ScriptedServer();
 
@@ -23,9 +21,6 @@ public:
     void close();
     /// Breaks the connection, so that the client's next read fails.
     void reset();
-
-Q_SIGNALS:
-    void clientLeft();
 
 private:
     void accept();

@@ -31,15 +31,9 @@ QByteArray opening(std::uint16_t width, std::uint16_t height, int requests)
 
 bool isPlain(const QImage &image, QSize size, const QColor &colour)
 {
-    if (image.size() != size)
-        return false;
-    for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x) {
-            if (image.pixelColor(x, y) != colour)
-                return false;
-        }
-    }
-    return true;
+    QImage plain(size, QImage::Format_RGB32);
+    plain.fill(colour);
+    return image == plain;
 }
 
 } // namespace

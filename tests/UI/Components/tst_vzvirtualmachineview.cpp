@@ -71,10 +71,7 @@ QByteArray newSize(const QSize &size)
 QImage noise(const QSize &size, QRandomGenerator &random)
 {
     QImage image(size, QImage::Format_RGB32);
-    for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x)
-            reinterpret_cast<QRgb *>(image.scanLine(y))[x] = random.generate();
-    }
+    random.fillRange(reinterpret_cast<QRgb *>(image.bits()), qsizetype{size.width()} * size.height());
     return image;
 }
 
