@@ -36,7 +36,7 @@ class ConsolesTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
+    void initTestCase() { SymbolCatalogue::useIconThemes(); }
     void cleanup();
     void manyLeaveNothingBehind();
     void comeAndGoWhileFramesArrive();
@@ -55,11 +55,6 @@ private:
     std::unique_ptr<KelvoApp> m_app;
     qint64 m_frames = 0;
 };
-
-void ConsolesTest::initTestCase()
-{
-    SymbolCatalogue::useIconThemes();
-}
 
 void ConsolesTest::cleanup()
 {
