@@ -4,7 +4,7 @@
 
 using namespace Qt::StringLiterals;
 
-static constexpr std::array<RawText<InstallationMediaType>, 3> table = {{
+static constexpr std::array<RawText<InstallationMediaType>, 3> mediaTypes = {{
     {InstallationMediaType::iso, "iso"_L1},
     {InstallationMediaType::existingDisk, "existingDisk"_L1},
     {InstallationMediaType::installationImage, "installationImage"_L1},
@@ -12,10 +12,10 @@ static constexpr std::array<RawText<InstallationMediaType>, 3> table = {{
 
 QString rawValue(InstallationMediaType type)
 {
-    return rawTextOf(table, type);
+    return rawTextOf(mediaTypes, type);
 }
 
 std::optional<InstallationMediaType> installationMediaTypeFromRawValue(QStringView text)
 {
-    return fromRawText(table, text);
+    return fromRawText(mediaTypes, text);
 }

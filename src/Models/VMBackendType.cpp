@@ -4,19 +4,19 @@
 
 using namespace Qt::StringLiterals;
 
-static constexpr std::array<RawText<VMBackendType>, 2> table = {{
+static constexpr std::array<RawText<VMBackendType>, 2> backends = {{
     {VMBackendType::appleVirtualization, "Apple Virtualization"_L1},
     {VMBackendType::qemuHVF, "QEMU (HVF)"_L1},
 }};
 
 QString rawValue(VMBackendType backend)
 {
-    return rawTextOf(table, backend);
+    return rawTextOf(backends, backend);
 }
 
 std::optional<VMBackendType> vmBackendTypeFromRawValue(QStringView text)
 {
-    return fromRawText(table, text);
+    return fromRawText(backends, text);
 }
 
 QString displayName(VMBackendType backend)

@@ -1,5 +1,6 @@
 #include "Models/VMConfiguration.h"
 
+#include "Platform/BinaryUnits.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
 
@@ -8,8 +9,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr quint64 gibibyte = quint64(1) << 30;
 
 QList<quint64> inBytes(std::initializer_list<quint64> gibibytes)
 {

@@ -1,12 +1,12 @@
 #include "Models/VMConfigurationValidator.h"
 
+#include "Platform/BinaryUnits.h"
 #include "Platform/Hypervisor/VZVirtualMachine.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr quint64 gibibyte = quint64(1) << 30;
 constexpr ClosedRange<qint64> qemuCPUCounts = {2, 16};
 constexpr ClosedRange<quint64> qemuMemory = {4 * gibibyte, 128 * gibibyte};
 constexpr quint64 smallestDisk = gibibyte;

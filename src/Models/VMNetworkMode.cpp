@@ -4,17 +4,17 @@
 
 using namespace Qt::StringLiterals;
 
-static constexpr std::array<RawText<VMNetworkMode>, 2> table = {{
+static constexpr std::array<RawText<VMNetworkMode>, 2> networkModes = {{
     {VMNetworkMode::nat, "Shared (NAT)"_L1},
     {VMNetworkMode::disconnected, "Disconnected"_L1},
 }};
 
 QString rawValue(VMNetworkMode mode)
 {
-    return rawTextOf(table, mode);
+    return rawTextOf(networkModes, mode);
 }
 
 std::optional<VMNetworkMode> vmNetworkModeFromRawValue(QStringView text)
 {
-    return fromRawText(table, text);
+    return fromRawText(networkModes, text);
 }

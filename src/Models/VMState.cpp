@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::array<RawText<VMState>, 7> rawTexts = {{
+constexpr std::array<RawText<VMState>, 7> stateTexts = {{
     {VMState::poweredOff, "poweredOff"_L1},
     {VMState::starting, "starting"_L1},
     {VMState::running, "running"_L1},
@@ -18,7 +18,7 @@ constexpr std::array<RawText<VMState>, 7> rawTexts = {{
     {VMState::error, "error"_L1},
 }};
 
-constexpr std::array<RawText<VMState>, 7> displayNames = {{
+constexpr std::array<RawText<VMState>, 7> stateNames = {{
     {VMState::poweredOff, "Powered Off"_L1},
     {VMState::starting, "Starting"_L1},
     {VMState::running, "Running"_L1},
@@ -49,17 +49,17 @@ constexpr std::array allowedMoves = {
 
 QString rawValue(VMState state)
 {
-    return rawTextOf(rawTexts, state);
+    return rawTextOf(stateTexts, state);
 }
 
 std::optional<VMState> vmStateFromRawValue(QStringView text)
 {
-    return fromRawText(rawTexts, text);
+    return fromRawText(stateTexts, text);
 }
 
 QString displayName(VMState state)
 {
-    return rawTextOf(displayNames, state);
+    return rawTextOf(stateNames, state);
 }
 
 bool canStart(VMState state)

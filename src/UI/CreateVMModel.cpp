@@ -1,6 +1,7 @@
 #include "UI/CreateVMModel.h"
 
 #include "App/AppState.h"
+#include "Platform/BinaryUnits.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
 #include "Services/ISOService.h"
@@ -15,9 +16,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr quint64 gibibyte = quint64(1) << 30;
-constexpr quint64 tebibyte = quint64(1) << 40;
 
 constexpr std::array mediaTypes = {
     InstallationMediaType::iso,

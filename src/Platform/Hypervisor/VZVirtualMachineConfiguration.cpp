@@ -1,5 +1,6 @@
 #include "Platform/Hypervisor/VZVirtualMachineConfiguration.h"
 
+#include "Platform/BinaryUnits.h"
 #include "Platform/FileUrl.h"
 #include "Platform/HostFacts.h"
 #include "Platform/Hypervisor/VZError.h"
@@ -16,8 +17,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr quint64 mebibyte = quint64(1) << 20;
-constexpr quint64 gibibyte = quint64(1) << 30;
 constexpr qint64 sectorBytes = 512;
 
 void require(bool condition, const QString &otherwise)

@@ -1,5 +1,7 @@
 #include "UI/Components/AppearancePortal.h"
 
+#include "UI/Components/DesktopPortal.h"
+
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -14,8 +16,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString service = u"org.freedesktop.portal.Desktop"_s;
-const QString path = u"/org/freedesktop/portal/desktop"_s;
 const QString interface = u"org.freedesktop.portal.Settings"_s;
 
 const QString common = u"org.freedesktop.appearance"_s;
@@ -79,7 +79,8 @@ void AppearancePortal::start()
 void AppearancePortal::ask()
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
-    bus.connect(service, path, interface, u"SettingChanged"_s, this, SLOT(settingChanged(QDBusMessage)));
+    bus.connect(DesktopPortal::service, DesktopPortal::path, interface, u"SettingChanged"_s, this,
+                SLOT(settingChanged(QDBusMessage)));
     for (const QString &key : {colorSchemeKey, contrastKey, reducedMotionKey})
         ask(common, key);
     ask(gnome, enableAnimationsKey);
@@ -88,7 +89,8 @@ void AppearancePortal::ask()
 
 void AppearancePortal::ask(const QString &nameSpace, const QString &key)
 {
-    QDBusMessage read = QDBusMessage::createMethodCall(service, path, interface, u"Read"_s);
+    QDBusMessage read =
+        QDBusMessage::createMethodCall(DesktopPortal::service, DesktopPortal::path, interface, u"Read"_s);
     read.setArguments({nameSpace, key});
     auto *watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(read), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, nameSpace, key] {

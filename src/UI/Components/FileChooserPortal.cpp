@@ -1,5 +1,7 @@
 #include "UI/Components/FileChooserPortal.h"
 
+#include "UI/Components/DesktopPortal.h"
+
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -15,8 +17,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int answerTimeoutMilliseconds = 2000;
-
-const QString service = u"org.freedesktop.portal.Desktop"_s;
 
 /// "(us)": 0 and a file name pattern.
 struct Pattern
@@ -108,9 +108,8 @@ void FileChooserPortal::open(QWindow *parentWindow, const QString &title, const 
         const Filter all{.name = tr("All files"), .patterns = {{.kind = 0, .text = u"*"_s}}};
         options.insert(u"filters"_s, QVariant::fromValue(QList<Filter>{images, all}));
     }
-    QDBusMessage call =
-        QDBusMessage::createMethodCall(service, u"/org/freedesktop/portal/desktop"_s,
-                                       u"org.freedesktop.portal.FileChooser"_s, u"OpenFile"_s);
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        DesktopPortal::service, DesktopPortal::path, u"org.freedesktop.portal.FileChooser"_s, u"OpenFile"_s);
     call.setArguments({windowIdentifier(parentWindow), title, options});
     auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, answerTimeoutMilliseconds), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
@@ -127,16 +126,18 @@ void FileChooserPortal::listen(const QString &requestPath)
 {
     forget();
     m_requestPath = requestPath;
-    QDBusConnection::sessionBus().connect(service, m_requestPath, u"org.freedesktop.portal.Request"_s,
-                                          u"Response"_s, this, SLOT(handleResponse(uint, QVariantMap)));
+    QDBusConnection::sessionBus().connect(DesktopPortal::service, m_requestPath,
+                                          u"org.freedesktop.portal.Request"_s, u"Response"_s, this,
+                                          SLOT(handleResponse(uint, QVariantMap)));
 }
 
 void FileChooserPortal::forget()
 {
     if (m_requestPath.isEmpty())
         return;
-    QDBusConnection::sessionBus().disconnect(service, m_requestPath, u"org.freedesktop.portal.Request"_s,
-                                             u"Response"_s, this, SLOT(handleResponse(uint, QVariantMap)));
+    QDBusConnection::sessionBus().disconnect(DesktopPortal::service, m_requestPath,
+                                             u"org.freedesktop.portal.Request"_s, u"Response"_s, this,
+                                             SLOT(handleResponse(uint, QVariantMap)));
     m_requestPath.clear();
 }
 
