@@ -34,13 +34,11 @@ Item {
         visible: count > 0
         clip: true
         model: root.machines
-        readonly property real sideMargin: Math.floor((width - root.columns.columns * cellWidth + root.columns.spacing) / 2)
-
-        leftMargin: Theme.mirrored ? 0 : sideMargin
-        rightMargin: Theme.mirrored ? sideMargin : 0
         topMargin: root.padding
         bottomMargin: root.padding - root.columns.spacing
-        cellWidth: root.columns.columnWidth + root.columns.spacing
+        // The cells share the width, and the cards stand in the middle of it: with margins of its own the view may count
+        // its columns by what these were before.
+        cellWidth: Math.floor(width / root.columns.columns)
         cellHeight: cardHeight + root.columns.spacing
         cacheBuffer: 120 // a notch of the wheel
         reuseItems: true
@@ -53,6 +51,8 @@ Item {
         Accessible.name: AppState.sectionTitle
         Accessible.focusable: true
 
+        readonly property real cardPitch: root.columns.columnWidth + root.columns.spacing
+        readonly property real sideMargin: Math.floor((width - root.columns.columns * cardPitch + root.columns.spacing) / 2)
         readonly property int cardHeight: 2 * Theme.spacing + Math.round(Theme.title3 * 1.35)
                                           + Math.round(Theme.body * 1.3)
                                           + 2 * Math.max(20, Math.round(Theme.body * 1.4)) + 6
@@ -61,10 +61,19 @@ Item {
                                           + 2 * Theme.smallControlHeight + Theme.smallSpacing
 
         property bool isKeyboardUsed: true
+        /// While the list gets the keyboard, which selects nothing; keys do.
+        property bool isEntered: false
 
         Keys.onPressed: isKeyboardUsed = true
-        onActiveFocusChanged: if (activeFocus && currentIndex < 0) currentIndex = 0
-        onCurrentIndexChanged: if (activeFocus) AppState.select(root.machines.machineAt(currentIndex))
+        Keys.onSpacePressed: root.selectCurrent()
+        onActiveFocusChanged: {
+            if (activeFocus && currentIndex < 0) {
+                isEntered = true;
+                currentIndex = 0;
+                isEntered = false;
+            }
+        }
+        onCurrentIndexChanged: if (activeFocus && !isEntered) root.selectCurrent()
         Keys.onReturnPressed: root.openCurrent()
         Keys.onEnterPressed: root.openCurrent()
 
@@ -79,6 +88,7 @@ Item {
 
             VMCardView {
                 anchors.left: parent.left
+                anchors.leftMargin: grid.sideMargin + cell.index % root.columns.columns * (grid.cardPitch - grid.cellWidth)
                 width: root.columns.columnWidth
                 height: grid.cardHeight
                 vm: cell.vm
@@ -101,6 +111,10 @@ Item {
         }
 
         Component.onCompleted: currentIndex = root.machines.rowOf(AppState.selectedVM)
+    }
+
+    function selectCurrent(): void {
+        AppState.select(root.machines.machineAt(grid.currentIndex));
     }
 
     function openCurrent(): void {

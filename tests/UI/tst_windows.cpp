@@ -99,6 +99,8 @@ private Q_SLOTS:
     void cardsAreSelectedAndCommanded();
     void hintsExplainWhatNeedsThem();
     void cardsHoldTheirButtonsWithLargeText();
+    void cardsShareTheWidth();
+    void enteringTheListSelectsNothing();
     void scrolledCardsStayInTheList();
     void lastWindowAsksAsWell();
     void sizesAreRememberedWithinTheScreen();
@@ -331,6 +333,43 @@ void WindowsTest::cardsHoldTheirButtonsWithLargeText()
         const QQuickItem *row = button->parentItem();
         QVERIFY2(row->x() + row->width() <= row->parentItem()->width(), qPrintable(text));
     }
+}
+
+void WindowsTest::cardsShareTheWidth()
+{
+    const auto standSideBySide = [this] {
+        const QQuickItem *first = findItem(mainWindow(), u"first"_s);
+        const QQuickItem *second = findItem(mainWindow(), u"second"_s);
+        return first && second && centerOf(*first).y() == centerOf(*second).y();
+    };
+    mainWindow()->resize(1120, 740);
+    QTRY_VERIFY(standSideBySide());
+    mainWindow()->resize(mainWindow()->minimumSize());
+    QTRY_VERIFY(!standSideBySide());
+    mainWindow()->resize(1120, 740);
+    QTRY_VERIFY(standSideBySide());
+    for (const auto section : {SidebarSection::settings, SidebarSection::virtualMachines}) {
+        m_app->state().setSelectedSection(section);
+        mainWindow()->grabWindow();
+    }
+    QTRY_VERIFY(standSideBySide());
+}
+
+void WindowsTest::enteringTheListSelectsNothing()
+{
+    QTRY_VERIFY(findItem(mainWindow(), u"first"_s));
+    const auto isInTheList = [this] {
+        const QQuickItem *item = mainWindow()->activeFocusItem();
+        while (item && !item->inherits("QQuickGridView"))
+            item = item->parentItem();
+        return item != nullptr;
+    };
+    for (int stops = 0; stops < 10 && !isInTheList(); ++stops)
+        QTest::keyClick(mainWindow(), Qt::Key_Tab);
+    QVERIFY(isInTheList());
+    QCOMPARE(m_app->state().selectedVM(), nullptr);
+    QTest::keyClick(mainWindow(), Qt::Key_Space);
+    QCOMPARE(m_app->state().selectedVM(), machine(0));
 }
 
 void WindowsTest::scrolledCardsStayInTheList()
