@@ -107,8 +107,9 @@ class Element:
 
     def press(self):
         """Does its first action, as an assistive technology does: a button's press, a check box's toggle."""
-        if not self._ask(lambda: self._accessible.do_action(0), False):
-            raise NotFound(f"\"{self.name}\" ({self.role}) has no action")
+        # A busy program answers late, and until then has none.
+        wait_until(lambda: self._ask(lambda: self._accessible.do_action(0), False), 10,
+                   f"an action of \"{self.name}\" ({self.role})")
 
     @property
     def place(self):

@@ -95,8 +95,6 @@ def sections(kelvo, album):
     album.take("list-hover", pointer_on=kelvo.card(library.OFF).find("Start", "push button"))
     album.take("list-tool-tip", pointer_on=kelvo.card(library.OFF).find("Stop", "push button"))
     kelvo.activate(MACHINES)
-    kelvo.keys("Tab", "Tab", "Tab", "Right")
-    album.take("list-keyboard")
     for name, key in (("menu-file", "alt+f"), ("menu-machine-none", "alt+v")):
         kelvo.keys(key)
         album.take(name)
@@ -117,6 +115,9 @@ def sections(kelvo, album):
     album.take("settings-window", "Settings")
     album.take_end("settings-window-end", "Settings")
     kelvo.close("Settings")
+    kelvo.activate(MACHINES)
+    kelvo.keys("Tab", "Tab", "Tab", "Right")
+    album.take("list-keyboard")
     settings_of(kelvo, album, library.OFF, "settings-machine")
 
 
@@ -233,8 +234,8 @@ def halted_emulator(kelvo):
             os.kill(emulator, signal.SIGCONT)
 
 
-def screenshots(desktop, program, folder):
-    for scheme in SCHEMES:
+def screenshots(desktop, program, folder, schemes):
+    for scheme in schemes:
         pictures = folder / scheme
         pictures.mkdir(parents=True, exist_ok=True)
         home = desktop.folder / scheme
@@ -256,6 +257,7 @@ def say(text):
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--program", type=lambda text: Path(text).resolve(), required=True)
+    parser.add_argument("--scheme", choices=SCHEMES, help="the only one of the two that is taken")
     parser.add_argument("folder", type=lambda text: Path(text).resolve())
     arguments = parser.parse_args()
     # Ended by a signal, the contexts still have to be left.
@@ -263,7 +265,8 @@ def main():
     signal.signal(signal.SIGHUP, lambda *_: sys.exit(129))
     try:
         with Desktop() as desktop:
-            screenshots(desktop, arguments.program, arguments.folder)
+            schemes = [arguments.scheme] if arguments.scheme else SCHEMES
+            screenshots(desktop, arguments.program, arguments.folder, schemes)
     except KeyboardInterrupt:
         sys.exit(130)
     except (NotFound, DesktopError, RuntimeError, subprocess.TimeoutExpired, OSError) as error:
