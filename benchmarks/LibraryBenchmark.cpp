@@ -33,6 +33,7 @@ QJsonObject runLibraryBenchmark(const QStringList &arguments)
     QCommandLineParser parser;
     const QCommandLineOption bundles(u"bundles"_s, u"Number of bundles."_s, u"N"_s, u"1000"_s);
     parser.addOption(bundles);
+    parser.addHelpOption();
     parser.process(arguments);
     const int count = std::max(1, parser.value(bundles).toInt());
 

@@ -47,6 +47,7 @@ QJsonObject runLogBenchmark(const QStringList &arguments)
     QCommandLineParser parser;
     const QCommandLineOption threads(u"threads"_s, u"Number of threads."_s, u"T"_s, u"1"_s);
     parser.addOption(threads);
+    parser.addHelpOption();
     parser.process(arguments);
     const int count = std::max(1, parser.value(threads).toInt());
 
