@@ -2,7 +2,13 @@
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
-    set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+    set(CMAKE_CXX_COMPILER_LAUNCHER env CCACHE_SLOPPINESS=pch_defines,time_macros "${CCACHE_PROGRAM}")
+endif()
+
+# Tests are many programs.
+find_program(LLD_PROGRAM ld.lld)
+if(LLD_PROGRAM)
+    add_link_options($<$<CONFIG:Debug>:-fuse-ld=lld>)
 endif()
 
 set(CMAKE_CXX_STANDARD 20)
@@ -26,9 +32,13 @@ target_compile_options(kelvo_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wundef
     $<$<BOOL:${KELVO_WARNINGS_AS_ERRORS}>:-Werror>
     # Reports members of coroutine frames as uninitialised at -O2, although they are not.
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
+    # Where sources are compiled together, it takes what is private to one of them for a header's.
+    $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wno-subobject-linkage>)
 
+set(KELVO_QML_OPTIONS)
 if(KELVO_SANITIZE)
+    set(KELVO_QML_OPTIONS NO_CACHEGEN) # views are read when they are needed: compiling them would take a third of the time
     add_compile_options(-fsanitize=${KELVO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
     add_link_options(-fsanitize=${KELVO_SANITIZE})
     if(KELVO_SANITIZE MATCHES "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
@@ -57,6 +67,9 @@ function(kelvo_test name)
     cmake_parse_arguments(arg "ALONE;TIMED;SOAKED" "TIMEOUT" "SOURCES;LINKS;LABELS;LAUNCHER" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
+    target_precompile_headers(${name} REUSE_FROM kelvo_testsupport)
+    set_source_files_properties("${CMAKE_CURRENT_BINARY_DIR}/${name}_autogen/mocs_compilation.cpp" PROPERTIES
+        SKIP_PRECOMPILE_HEADERS ON) # it is empty
     target_link_libraries(${name} PRIVATE Kelvo::TestSupport ${arg_LINKS})
     add_test(NAME ${name} COMMAND ${arg_LAUNCHER} $<TARGET_FILE:${name}>)
     if(NOT arg_TIMEOUT)
@@ -96,8 +109,12 @@ endfunction()
 
 # kelvo_qml_module(<target>): what every QML module of the tree needs after qt_add_qml_module().
 function(kelvo_qml_module target)
-    # The code that Qt makes of QML files is not ours to keep free of warnings.
-    get_target_property(sources ${target} SOURCES)
-    list(FILTER sources INCLUDE REGEX "/qmlcache/")
-    set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS -w)
+    # The code that Qt makes of views is not ours to keep free of warnings. With options of their own its files, each small
+    # beside what it includes, would not be compiled together.
+    set_target_properties(${target} PROPERTIES UNITY_BUILD_CODE_BEFORE_INCLUDE "#pragma GCC diagnostic ignored \"-Wshadow\"")
+    if(NOT CMAKE_UNITY_BUILD)
+        get_target_property(sources ${target} SOURCES)
+        list(FILTER sources INCLUDE REGEX "/qmlcache/")
+        set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS -w)
+    endif()
 endfunction()
