@@ -1,6 +1,6 @@
 // Plays any child process. Its script is the argument after "--script", or the file beside the program that
 // is named like it with ".script" appended (so that links to it play emulators that are given fixed
-// arguments). Commands stand on lines of their own or are separated by semicolons; see the table at the end.
+// arguments). Commands stand on lines of their own or are separated by semicolons; see makeCommands().
 
 #include <arpa/inet.h>
 #include <dirent.h>
@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -24,6 +25,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -139,32 +141,12 @@ std::string readLine()
     return line;
 }
 
-/// Notes up to so many bytes, line feeds made visible; fewer when no more come for a while.
-void readRest(const std::string &count)
-{
-    const timeval patience = {0, 200'000};
-    ::setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-    std::string text = "rest: ";
-    char byte = 0;
-    for (int i = 0; i < std::stoi(count) && ::read(connection, &byte, 1) == 1; ++i)
-        text += byte == '\n' ? std::string("\\n") : std::string(1, byte);
-    note(text);
-}
-
 void repeat(const std::string &line)
 {
     const std::string bytes = line + "\n";
     while (sendIfConnected(bytes)) {
     }
     ::_exit(0);
-}
-
-void endlessLine(const std::string &megabytes)
-{
-    const std::string block(1 << 20, 'x');
-    for (int i = 0; i < std::stoi(megabytes); ++i)
-        if (!sendIfConnected(block))
-            return;
 }
 
 void serveQmp(const std::string &)
@@ -237,12 +219,21 @@ void hideEnd(const std::string &ms)
     writeAll(STDERR_FILENO, ::read(ready[0], &byte, 1) == 1 ? "traced\n" : "cannot be traced\n");
 }
 
+/// The working folder and what was given, in one line.
+std::string placeAndArguments(std::size_t firstArgument)
+{
+    char folder[4096] = {};
+    std::string text = ::getcwd(folder, sizeof folder);
+    for (std::size_t i = firstArgument; i < arguments.size(); ++i)
+        text += '|' + arguments[i];
+    return text;
+}
+
 /// Where it stands, on standard error: what a launcher may have got wrong.
 void report(const std::string &)
 {
     std::ostringstream text;
-    char folder[4096] = {};
-    text << "cwd=" << ::getcwd(folder, sizeof folder) << '\n';
+    text << placeAndArguments(3) << '\n';
     text << "leads its session=" << (::getsid(0) == ::getpid()) << '\n';
     struct sigaction action = {};
     ::sigaction(SIGPIPE, nullptr, &action);
@@ -252,19 +243,7 @@ void report(const std::string &)
         if (::fcntl(descriptor, F_GETFD) >= 0)
             text << descriptor << ' ';
     text << '\n';
-    for (std::size_t i = 3; i < arguments.size(); ++i)
-        text << "argument=" << arguments[i] << '\n';
     writeAll(STDERR_FILENO, text.str());
-}
-
-/// The working folder and all arguments in one line.
-void noteStart(const std::string &)
-{
-    char folder[4096] = {};
-    std::string text = ::getcwd(folder, sizeof folder);
-    for (std::size_t i = 1; i < arguments.size(); ++i)
-        text += '|' + arguments[i];
-    note(text);
 }
 
 std::string script()
@@ -277,68 +256,30 @@ std::string script()
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-const std::map<std::string, std::function<void(const std::string &)>> commands = {
-    {"accept", acceptConnection},
-    {"crash",
-     [](const std::string &) {
-         std::abort();
-     }},
-    {"endless-line", endlessLine},
-    {"exit",
-     [](const std::string &status) {
-         ::_exit(std::stoi(status));
-     }},
-    {"flood", flood},
-    {"hang",
-     [](const std::string &) {
-         while (true)
-             ::pause();
-     }},
-    {"hide-end", hideEnd},
-    {"ignore-term",
-     [](const std::string &) {
-         ::signal(SIGTERM, SIG_IGN);
-     }},
-    {"note", note},
-    {"note-pid",
-     [](const std::string &) {
-         note(std::to_string(::getpid()));
-     }},
-    {"note-start", noteStart},
-    {"open-port", openPort},
-    {"open-socket", openSocket},
-    {"read-line",
-     [](const std::string &) {
-         note(readLine());
-     }},
-    {"read-rest", readRest},
-    {"repeat", repeat},
-    {"report", report},
-    {"send",
-     [](const std::string &text) {
-         writeAll(connection, text + "\r\n");
-     }},
-    {"send-part",
-     [](const std::string &text) {
-         writeAll(connection, text);
-     }},
-    {"serve-control", serveControl},
-    {"serve-qmp", serveQmp},
-    {"serve-tpm", serveTpm},
-    {"shut",
-     [](const std::string &) {
-         ::close(connection);
-         connection = -1;
-     }},
-    {"sleep",
-     [](const std::string &ms) {
-         std::this_thread::sleep_for(std::chrono::milliseconds(std::stoi(ms)));
-     }},
-    {"stderr",
-     [](const std::string &text) {
-         writeAll(STDERR_FILENO, text + '\n');
-     }},
-};
+using Commands = std::map<std::string, std::function<void(const std::string &)>>;
+
+Commands makeCommands()
+{
+    Commands commands = {{"accept", acceptConnection}, {"flood", flood},
+                         {"hide-end", hideEnd},        {"open-port", openPort},
+                         {"open-socket", openSocket},  {"repeat", repeat},
+                         {"report", report},           {"serve-control", serveControl},
+                         {"serve-qmp", serveQmp},      {"serve-tpm", serveTpm}};
+    const auto add = [&](const char *name, const Commands::mapped_type &command) {
+        commands.emplace(name, command);
+    };
+    add("crash", [](const auto &) { std::abort(); });
+    add("exit", [](const auto &status) { ::_exit(std::stoi(status)); });
+    add("hang", [](const auto &) { std::this_thread::sleep_for(std::chrono::hours(1)); });
+    add("ignore-term", [](const auto &) { ::signal(SIGTERM, SIG_IGN); });
+    add("note-pid", [](const auto &) { note(std::to_string(::getpid())); });
+    add("note-start", [](const auto &) { note(placeAndArguments(1)); });
+    add("read-line", [](const auto &) { note(readLine()); });
+    add("send", [](const auto &text) { writeAll(connection, text + "\r\n"); });
+    add("shut", [](const auto &) { ::close(std::exchange(connection, -1)); });
+    add("stderr", [](const auto &text) { writeAll(STDERR_FILENO, text + '\n'); });
+    return commands;
+}
 
 } // namespace
 
@@ -352,6 +293,7 @@ int main(int argc, char *argv[])
     std::string text = script();
     std::replace(text.begin(), text.end(), ';', '\n');
     std::istringstream lines(text);
+    const Commands commands = makeCommands();
     for (std::string line; std::getline(lines, line);) {
         line.erase(0, line.find_first_not_of(' '));
         if (line.empty())

@@ -66,7 +66,6 @@ void EmulatorSessionTest::copesWithAnyEmulator_data()
         {u"The emulator was killed by signal 6."_s});
     row("ignores everything", u"ignore-term; serve-control 1; hang"_s, {silent});
     row("rubbish", u"serve-control 0; send rubbish; hang"_s, {silent});
-    row("100 MB on a line", u"serve-control 0; endless-line 100; hang"_s, {silent});
     row("closes the connection", u"serve-control 1; shut; hang"_s, {silent});
 
     const QString booted = u"serve-control 3; "_s; // qmp_capabilities, cont, query-status

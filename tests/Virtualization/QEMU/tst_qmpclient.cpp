@@ -10,9 +10,6 @@
 
 #include <QTemporaryDir>
 
-#include <sys/socket.h>
-#include <sys/un.h>
-
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -43,14 +40,15 @@ QString send(const QMPClient &client, const QString &command = u"stop"_s)
     return QCoro::waitFor(outcomeOf(client.send(command)));
 }
 
-/// A scripted QMP server with a folder of its own.
+/// A scripted QMP server, in a folder of its own unless told otherwise.
 class Peer
 {
 public:
-    explicit Peer(const QString &script)
+    explicit Peer(const QString &script, const QString &socket = {})
         : m_program(m_folder.filePath(u"peer"_s))
+        , m_socket(socket.isEmpty() ? m_folder.filePath(u"qmp.sock"_s) : socket)
     {
-        ScriptedChild::install(m_program, u"open-socket "_s + socket() + u";"_s + script);
+        ScriptedChild::install(m_program, u"open-socket "_s + m_socket + u";"_s + script);
         m_options.program = m_program;
         m_child = std::make_unique<ChildProcess>(m_options);
     }
@@ -60,29 +58,17 @@ public:
         QCoro::waitFor(m_child->waitForExit());
     }
 
-    [[nodiscard]] QString socket() const { return m_folder.filePath(u"qmp.sock"_s); }
-    [[nodiscard]] QUrl url() const { return FileUrl::file(socket()); }
+    [[nodiscard]] QString socket() const { return m_socket; }
+    [[nodiscard]] QUrl url() const { return FileUrl::file(m_socket); }
     [[nodiscard]] QStringList received() const { return ScriptedChild::received(m_program); }
 
 private:
     QTemporaryDir m_folder;
     QString m_program;
+    QString m_socket;
     ChildProcess::LaunchOptions m_options;
     std::unique_ptr<ChildProcess> m_child;
 };
-
-UniqueDescriptor listenAt(const QString &path)
-{
-    UniqueDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    const QByteArray name = path.toUtf8();
-    std::copy(name.begin(), name.end(), static_cast<char *>(address.sun_path));
-    if (::bind(socket.get(), reinterpret_cast<sockaddr *>(&address), sizeof address) != 0 ||
-        ::listen(socket.get(), 1) != 0)
-        qFatal("cannot listen at %s", name.constData());
-    return socket;
-}
 
 } // namespace
 
@@ -102,9 +88,8 @@ void TestQMPClient::exchangesACommand_data()
         << greet +
                uR"(read-line; send {"return": {}}; read-line; send {"event": "STOP"}; send {"return": {}}; hang)"_s
         << patient << QStringList{negotiate, stop} << u""_s;
-    QTest::newRow("does not greet: the exact bytes")
-        << uR"(accept; read-rest 19; send {"return": {}}; read-rest 1; hang)"_s << ungreeted
-        << QStringList{u"rest: "_s + stop + u"\\n"_s, u"rest: "_s} << u""_s;
+    QTest::newRow("does not greet") << uR"(accept; read-line; send {"return": {}}; read-line; hang)"_s
+                                    << ungreeted << QStringList{stop} << u""_s;
     QTest::newRow("dies in the middle")
         << greet + u"read-line; crash"_s << patient << QStringList{negotiate} << unreadable;
     QTest::newRow("never answers") << greet + u"read-line; hang"_s << hurried << QStringList{negotiate}
@@ -137,11 +122,13 @@ void TestQMPClient::knowsWhetherSomebodyListens()
     const QString path =
         start + QString(UnixSocketConnection::maximumPathBytes - start.toUtf8().size(), u'x');
     QVERIFY(!UnixSocketConnection::hasListener(path));
-    UniqueDescriptor listener = listenAt(path);
-    // Also when its queue of waiting connections has run full.
-    for (int i = 0; i < 5; ++i)
-        QVERIFY(UnixSocketConnection::hasListener(path));
-    listener.reset();
+    {
+        const Peer listener(u"hang"_s, path);
+        QTRY_VERIFY(QFile::exists(path));
+        // Also when its queue of eight waiting connections has run full.
+        for (int i = 0; i < 12; ++i)
+            QVERIFY(UnixSocketConnection::hasListener(path));
+    }
     QVERIFY(!UnixSocketConnection::hasListener(path));
 
     const ProcessCensus before = ProcessCensus::take();
