@@ -5,7 +5,6 @@
 #include <QCoroTask>
 #include <QtTest>
 
-#include <chrono>
 #include <exception>
 #include <memory>
 #include <optional>
@@ -22,65 +21,42 @@ template<typename Action>
     return {};
 }
 
-namespace Detail {
-
-/// QCoro::waitFor() would wait for ever for a task that throws.
-struct TaskOutcome
+/// Runs a task to its end on the event loop; what it throws, this throws. Aborts the test after a minute.
+inline void finish(QCoro::Task<> task)
 {
-    bool isDone = false;
-    std::exception_ptr exception;
-};
+    // QCoro::waitFor() would wait for ever for a task that throws.
+    struct Outcome
+    {
+        bool isDone = false;
+        std::exception_ptr exception;
+    };
+    const auto outcome = std::make_shared<Outcome>();
+    const auto observe = [](QCoro::Task<> observed, std::shared_ptr<Outcome> noted) -> QCoro::Task<> {
+        try {
+            co_await observed;
+        } catch (...) {
+            noted->exception = std::current_exception();
+        }
+        noted->isDone = true;
+    };
+    const QCoro::Task<> observer = observe(std::move(task), outcome);
+    if (!QTest::qWaitFor([&] { return outcome->isDone; }, 60'000))
+        qFatal("the task did not end within a minute");
+    if (outcome->exception)
+        std::rethrow_exception(outcome->exception);
+}
 
+/// The same for a task with a result.
 template<typename Value>
-QCoro::Task<> observe(QCoro::Task<Value> task, std::shared_ptr<TaskOutcome> outcome,
-                      std::shared_ptr<std::optional<Value>> result)
+[[nodiscard]] Value finish(QCoro::Task<Value> task)
 {
-    try {
-        Value value = co_await task;
-        result->emplace(std::move(value));
-    } catch (...) {
-        outcome->exception = std::current_exception();
-    }
-    outcome->isDone = true;
-}
-
-inline QCoro::Task<> observe(QCoro::Task<> task, std::shared_ptr<TaskOutcome> outcome)
-{
-    try {
-        co_await task;
-    } catch (...) {
-        outcome->exception = std::current_exception();
-    }
-    outcome->isDone = true;
-}
-
-inline void waitFor(const TaskOutcome &outcome, std::chrono::milliseconds timeout)
-{
-    if (!QTest::qWaitFor([&outcome] { return outcome.isDone; }, static_cast<int>(timeout.count())))
-        qFatal("the task did not end within %lld ms", static_cast<long long>(timeout.count()));
-    if (outcome.exception)
-        std::rethrow_exception(outcome.exception);
-}
-
-} // namespace Detail
-
-/// Runs a task to its end on the event loop; what it throws, this throws. Aborts the test at the time-out.
-template<typename Value>
-[[nodiscard]] Value finish(QCoro::Task<Value> task,
-                           std::chrono::milliseconds timeout = std::chrono::seconds(60))
-{
-    const auto outcome = std::make_shared<Detail::TaskOutcome>();
     const auto result = std::make_shared<std::optional<Value>>();
-    const QCoro::Task<> observer = Detail::observe(std::move(task), outcome, result);
-    Detail::waitFor(*outcome, timeout);
+    const auto keep = [](QCoro::Task<Value> kept, std::shared_ptr<std::optional<Value>> to) -> QCoro::Task<> {
+        Value value = co_await kept;
+        to->emplace(std::move(value));
+    };
+    finish(keep(std::move(task), result));
     return std::move(**result);
-}
-
-inline void finish(QCoro::Task<> task, std::chrono::milliseconds timeout = std::chrono::seconds(60))
-{
-    const auto outcome = std::make_shared<Detail::TaskOutcome>();
-    const QCoro::Task<> observer = Detail::observe(std::move(task), outcome);
-    Detail::waitFor(*outcome, timeout);
 }
 
 /// The error text with which a task ends; a null string when it succeeds.
