@@ -30,7 +30,6 @@ private Q_SLOTS:
     void endsFailedStartsCleanly();
     void neverTakesAForeignGuestForItsOwn();
     void neverSharesAPort();
-    void noticesThatQEMUEnded();
     void losesItsEmulatorAtAnyStep();
     void runsOnWithoutItsTPM();
     void stopsAfterItsBundleHasGone();
@@ -316,19 +315,6 @@ void TestQEMUBackendController::neverSharesAPort()
     QCOMPARE(first.stop(), QString());
     QCOMPARE(second.start(), QString());
     QCOMPARE(second.stop(), QString());
-}
-
-void TestQEMUBackendController::noticesThatQEMUEnded()
-{
-    Machine machine;
-    for (const bool isPaused : {false, true}) {
-        QCOMPARE(machine.configureAndStart(), QString());
-        if (isPaused)
-            QCOMPARE(machine.pause(), QString());
-        QCOMPARE(::kill(machine.stage.emulatorProcesses().last(), SIGKILL), 0);
-        QTRY_COMPARE(machine.state(), VMState::poweredOff);
-        QVERIFY(machine.isOff());
-    }
 }
 
 /// QEMU obeys some commands and dies of the next.
