@@ -1,5 +1,6 @@
 #include "Platform/FileUrl.h"
 #include "Services/DiagnosticLogger.h"
+#include "Virtualization/DiskManager.h"
 #include "Virtualization/VMManager.h"
 #include "support/Expectations.h"
 #include "support/FakeController.h"
@@ -20,7 +21,8 @@ private Q_SLOTS:
     void loadingListsBundlesWithTheirMetadata();
     void failedLoadKeepsTheList();
     void creationMakesDiskAndDocuments();
-    void refusedCreationWritesNothing();
+    void refusalsLeaveNoTrace();
+    void diskImagesAreSparseAndNeverReplaced();
     void newMachinesGetPortsOfTheirOwn();
     void listsWhatAnotherApplicationMakes();
     void keepsWhatAnotherApplicationSaves();
@@ -30,11 +32,9 @@ private Q_SLOTS:
     void busyMachineRefusesEverything();
     void startsNeverTouchALivingGuest();
     void stopForgetsOnlyItsOwnActivity();
-    void installationTakesTheRightImage_data();
     void installationTakesTheRightImage();
     void failedInstallationCanBeRepeated();
     void installationIsCompletedOnceAndOnlyWhenOff();
-    void missingToolsRefuseWithoutAController();
     void unsavedBootIsAnErrorOfARunningGuest();
     void managerMayGoWhileAnOperationWaits();
 
@@ -149,13 +149,44 @@ void VMManagerTest::creationMakesDiskAndDocuments()
     QCOMPARE(addMachine(u"b"_s)->installationState(), VMInstallationState::notStarted);
 }
 
-void VMManagerTest::refusedCreationWritesNothing()
+void VMManagerTest::refusalsLeaveNoTrace()
 {
+    const QString missing = u"QEMU dependencies are missing: "_s;
     QCOMPARE(errorTextOf([this] { addMachine(u" "_s); }), u"Virtual machine name cannot be empty."_s);
     m_host->removeTools();
-    QVERIFY(errorTextOf([this] { addMachine(u"a"_s); }).startsWith("QEMU dependencies are missing: "_L1));
+    QVERIFY(errorTextOf([this] { addMachine(u"a"_s); }).startsWith(missing));
     QVERIFY(!QFile::exists(m_host->path(u"Virtual Machines"_s)));
     QVERIFY(m_manager->virtualMachines().isEmpty());
+
+    m_host->installTools();
+    VirtualMachine *vm = addMachine(u"a"_s, u"own.iso"_s);
+    m_host->removeTools();
+    QVERIFY(errorTextOf([&] { finish(m_manager->start(vm)); }).startsWith(missing));
+    QVERIFY(errorTextOf([&] { finish(m_manager->beginInstallation(vm)); }).startsWith(missing));
+    QCOMPARE(m_madeControllers, 0);
+    QCOMPARE(vm->state(), VMState::poweredOff);
+}
+
+void VMManagerTest::diskImagesAreSparseAndNeverReplaced()
+{
+    const DiskManager disks;
+    const QUrl url = FileUrl::file(m_host->path(u"a/b.vm/disk.img"_s));
+    const quint64 size = (quint64(64) << 30) - 1;
+    disks.createDisk(url, size);
+    const DiskInfo info = disks.diskInfo(url, 42);
+    QVERIFY(info.actualUsageBytes < 100'000);
+    QCOMPARE(info.maximumSizeBytes, quint64(42));
+    QCOMPARE(QFileInfo(FileUrl::path(url)).size(), qint64(size));
+    QVERIFY(log().endsWith("Created virtual disk at disk.img (63 GB max)"_L1));
+    m_host->write(u"a/b.vm/disk.img"_s, "data");
+    disks.createDisk(url, size);
+    QCOMPARE(m_host->read(u"a/b.vm/disk.img"_s), QByteArray("data"));
+
+    const QUrl refused = FileUrl::file(m_host->path(u"disk.img"_s));
+    QVERIFY(!errorTextOf([&] { disks.createDisk(refused, quint64(1) << 63); }).isNull());
+    QCOMPARE(errorTextOf([&] { (void)disks.diskInfo(refused, 1); }), u"Virtual disk was not found."_s);
+    const QUrl belowAFile = FileUrl::file(m_host->path(u"own.iso/disk.img"_s));
+    QVERIFY(errorTextOf([&] { disks.createDisk(belowAFile, 1); }).contains("File exists"_L1));
 }
 
 void VMManagerTest::newMachinesGetPortsOfTheirOwn()
@@ -380,39 +411,30 @@ void VMManagerTest::stopForgetsOnlyItsOwnActivity()
     QCOMPARE(changed.count(), 1);
 }
 
-void VMManagerTest::installationTakesTheRightImage_data()
-{
-    QTest::addColumn<std::optional<QString>>("own");
-    QTest::addColumn<QString>("given");
-    QTest::addColumn<QString>("taken"); // empty: refused
-    const std::optional own = u"own.iso"_s;
-    QTest::newRow("own") << own << QString() << *own;
-    QTest::newRow("given") << own << u"other.iso"_s << u"other.iso"_s;
-    QTest::newRow("given and missing") << own << u"missing.iso"_s << QString();
-    QTest::newRow("none at all") << std::optional<QString>() << QString() << QString();
-}
-
 void VMManagerTest::installationTakesTheRightImage()
 {
-    QFETCH(const std::optional<QString>, own);
-    QFETCH(const QString, given);
-    QFETCH(const QString, taken);
-    VirtualMachine *vm = addMachine(u"a"_s, own);
-    const auto image = given.isEmpty() ? std::nullopt : std::optional(FileUrl::file(m_host->path(given)));
-    const VMInstallationState before = vm->installationState();
-    const QString text = errorTextOf([&] { finish(m_manager->beginInstallation(vm, image)); });
-    QVERIFY(!vm->operationInProgress());
-    if (taken.isEmpty()) {
-        QCOMPARE(text, u"Installation media could not be opened."_s);
-        QCOMPARE(vm->installationState(), before);
-        QCOMPARE(vm->state(), VMState::poweredOff);
-        return;
+    const std::optional own = u"own.iso"_s;
+    for (const auto &[configured, given, taken] : {std::tuple(own, QString(), *own),
+                                                   {own, u"other.iso"_s, u"other.iso"_s},
+                                                   {own, u"missing.iso"_s, QString()},
+                                                   {std::nullopt, QString(), QString()}}) {
+        VirtualMachine *vm = addMachine(u'#' + given + taken, configured);
+        const auto image = given.isEmpty() ? std::nullopt : std::optional(FileUrl::file(m_host->path(given)));
+        const VMInstallationState before = vm->installationState();
+        const QString text = errorTextOf([&] { finish(m_manager->beginInstallation(vm, image)); });
+        QVERIFY(!vm->operationInProgress());
+        if (taken.isEmpty()) {
+            QCOMPARE(text, u"Installation media could not be opened."_s);
+            QCOMPARE(vm->installationState(), before);
+            QCOMPARE(vm->state(), VMState::poweredOff);
+        } else {
+            QCOMPARE(text, QString());
+            QCOMPARE(controllerOf(vm)->calls.first(), u"configure installation "_s + taken);
+            QCOMPARE(vm->installationState(), VMInstallationState::inProgress);
+            QCOMPARE(storedMetadata(vm).installationState, VMInstallationState::inProgress);
+            QVERIFY(storedMetadata(vm).lastBootedAt);
+        }
     }
-    QCOMPARE(text, QString());
-    QCOMPARE(controllerOf(vm)->calls.first(), u"configure installation "_s + taken);
-    QCOMPARE(vm->installationState(), VMInstallationState::inProgress);
-    QCOMPARE(storedMetadata(vm).installationState, VMInstallationState::inProgress);
-    QVERIFY(storedMetadata(vm).lastBootedAt);
 }
 
 void VMManagerTest::failedInstallationCanBeRepeated()
@@ -444,17 +466,6 @@ void VMManagerTest::installationIsCompletedOnceAndOnlyWhenOff()
     QVERIFY(storedMetadata(vm).installationCompletedAt && storedMetadata(vm).lastBootedAt);
     QCOMPARE(errorTextOf([&] { finish(m_manager->beginInstallation(vm)); }),
              u"Virtual machine configuration is invalid. This virtual machine is already installed."_s);
-}
-
-void VMManagerTest::missingToolsRefuseWithoutAController()
-{
-    VirtualMachine *vm = addMachine(u"a"_s, u"own.iso"_s);
-    m_host->removeTools();
-    QVERIFY(
-        errorTextOf([&] { finish(m_manager->start(vm)); }).startsWith("QEMU dependencies are missing: "_L1));
-    QVERIFY(errorTextOf([&] { finish(m_manager->beginInstallation(vm)); }).contains("swtpm"_L1));
-    QCOMPARE(m_madeControllers, 0);
-    QCOMPARE(vm->state(), VMState::poweredOff);
 }
 
 void VMManagerTest::unsavedBootIsAnErrorOfARunningGuest()
