@@ -1,8 +1,6 @@
 #!/usr/bin/python3
 """A machine's whole life as its owner sees it, from the wizard to the next start of the application."""
 
-import os
-
 from firmware import shows_firmware, shows_menu
 from stage import EMULATOR, TPM, check, display_port, guest_status, is_listening, run
 
@@ -11,10 +9,7 @@ NAME = "Windows 11"
 
 def life_of_a_machine(stage):
     # Nothing to boot from: the firmware stays on its own screens.
-    image = stage.home / "Images" / "windows.iso"
-    image.parent.mkdir()
-    with open(image, "wb") as file:
-        os.truncate(file.fileno(), 1 << 20)
+    image = stage.blank_image("Images/windows.iso")
     bundle = stage.home / "Virtual Machines" / f"{NAME}.vm"
 
     with stage.kelvo() as kelvo:

@@ -1,7 +1,6 @@
 #!/usr/bin/python3
 """The application's place on a desktop: one process in a session, awake while a guest runs, asked before it quits."""
 
-import os
 import re
 import shlex
 import subprocess
@@ -55,9 +54,7 @@ class SessionManager:
 
 
 def place_on_the_desktop(stage):
-    image = stage.home / "windows.iso"
-    with open(image, "wb") as file:
-        os.truncate(file.fileno(), 1 << 20)
+    image = stage.blank_image("windows.iso")
     bundle = stage.home / "Virtual Machines" / f"{NAME}.vm"
     session = SessionManager(session_bus(stage))
 

@@ -6,7 +6,7 @@ import time
 from pathlib import Path
 
 from installer import BACKGROUND, BLACK, DIALOG, SELECTION, TIMEOUT
-from stage import EMULATOR, check, run
+from stage import check, run
 
 NAME = "Linux ARM64"
 
@@ -56,7 +56,7 @@ def installer_is_operated(stage):
         kelvo.type_text("poweroff -f")
         kelvo.keys("Return")
         console.find("Powered Off", "label", timeout=60)
-        check(not stage.guests(EMULATOR), f"left behind: {stage.desktop.processes()}")
+        stage.check_nothing_left()
         kelvo.quit()
 
 

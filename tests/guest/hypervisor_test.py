@@ -1,7 +1,6 @@
 #!/usr/bin/python3
 """A Linux machine on the hypervisor layer as its owner sees it: screen, keys, pause, and both ways to an end."""
 
-import os
 import time
 
 from application import wait_until
@@ -43,9 +42,7 @@ def fill_the_screen(kelvo, console):
 
 def life_of_a_linux_machine(stage):
     # Nothing to boot from: the firmware stays in its shell.
-    image = stage.home / "linux.iso"
-    with open(image, "wb") as file:
-        os.truncate(file.fileno(), 1 << 20)
+    image = stage.blank_image("linux.iso")
 
     with stage.kelvo() as kelvo:
         kelvo.create_machine(image, "Linux ARM64")
@@ -66,7 +63,7 @@ def life_of_a_linux_machine(stage):
         console.find("Resume").press()
         console.find("Running", "label")
         kelvo.stop(NAME)
-        check(not stage.guests(EMULATOR), f"left behind: {stage.desktop.processes()}")
+        stage.check_nothing_left()
 
         console.find("Finish Install", "push button").press()
         console.find("Start", "push button").press()
@@ -85,7 +82,7 @@ def life_of_a_linux_machine(stage):
         kelvo.type_text("reset -s")
         kelvo.keys("Return")
         console.find("Powered Off", "label", timeout=60)
-        check(not stage.guests(EMULATOR), f"left behind: {stage.desktop.processes()}")
+        stage.check_nothing_left()
         kelvo.quit()
 
 

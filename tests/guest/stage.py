@@ -1,6 +1,7 @@
 """What the tests of whole guests have in common: an application to use, and what is left of a guest to look for."""
 
 import json
+import os
 import shutil
 import signal
 import socket
@@ -35,6 +36,14 @@ class Stage:
                 self._keep(kelvo)
                 raise
 
+    def blank_image(self, name):
+        """Of a medium with nothing to boot from, in the home folder."""
+        image = self.home / name
+        image.parent.mkdir(exist_ok=True)
+        image.touch()
+        os.truncate(image, 1 << 20)
+        return image
+
     def guests(self, program):
         """Command lines of the running emulators or TPMs."""
         return [command for command in self.desktop.processes().values() if command and Path(command[0]).name == program]
@@ -50,11 +59,11 @@ class Stage:
         open_to_others = [str(path) for path in files if path.stat().st_mode & 0o077 and path.name != "swtpm.sock"]
         check(files and not open_to_others, f"open to others: {open_to_others}")
 
-    def check_nothing_left(self, port):
-        """Of a stopped guest whose display was on that port."""
+    def check_nothing_left(self, port=None):
+        """Of a stopped guest whose display was on that port, if on any."""
         check(not self.guests(EMULATOR) and not self.guests(TPM), f"left behind: {self.desktop.processes()}")
         check(not self.sockets(), f"left behind: {self.sockets()}")
-        check(not is_listening(port), f"something still listens on the display's port {port}")
+        check(not port or not is_listening(port), f"something still listens on the display's port {port}")
 
     def _keep(self, kelvo):
         self._kept.mkdir(parents=True, exist_ok=True)

@@ -26,7 +26,6 @@ private Q_SLOTS:
     void initTestCase();
     void pausesForReal();
     void stopsAndStartsAgain();
-    void tellsAPowerOffFromAFailure_data();
     void tellsAPowerOffFromAFailure();
     void runsOneMachineOnce();
     void saysWhatTheEmulatorRefuses();
@@ -150,39 +149,28 @@ void HypervisorGuestTest::stopsAndStartsAgain()
     QCOMPARE(beat.complaint(EventLoopBeat::unnoticedWithLaunch), QString());
 }
 
-void HypervisorGuestTest::tellsAPowerOffFromAFailure_data()
-{
-    QTest::addColumn<QString>("script");
-    QTest::addColumn<int>("signal");
-    QTest::addColumn<QString>("told");
-    QTest::addColumn<VZVirtualMachine::State>("state");
-    using enum VZVirtualMachine::State;
-    QTest::newRow("power-off") << u"reset -s\r\n"_s << 0 << u"guest did stop"_s << stopped;
-    QTest::newRow("killed") << QString() << SIGKILL << u"The emulator was killed by signal 9."_s << error;
-    // The emulator says who sent it, and ends as if it had been asked to.
-    QTest::newRow("ended from outside")
-        << QString() << SIGTERM << u"The emulator was ended from outside."_s << error;
-}
-
 void HypervisorGuestTest::tellsAPowerOffFromAFailure()
 {
-    QFETCH(const QString, script);
-    QFETCH(const int, signal);
-    QFETCH(const QString, told);
-    QFETCH(const VZVirtualMachine::State, state);
-    const GuestBundle bundle(script);
-    Owner owner;
-    VZVirtualMachine machine(bundle.configuration);
-    machine.setDelegate(&owner);
-    QCOMPARE(start(machine), QString());
-    if (signal != 0)
-        ::kill(emulators().value(0), signal);
-    QTRY_COMPARE_WITH_TIMEOUT(owner.told, QStringList{told}, 90'000);
-    QCOMPARE(machine.state(), state);
-    QVERIFY(emulators().isEmpty());
-    QCOMPARE(start(machine), QString());
-    QCOMPARE(stop(machine), QString());
-    QCOMPARE(owner.told.size(), 1);
+    using enum VZVirtualMachine::State;
+    for (const auto &[script, signal, told, state] :
+         {std::tuple(u"reset -s\r\n"_s, 0, u"guest did stop"_s, stopped),
+          {QString(), SIGKILL, u"The emulator was killed by signal 9."_s, error},
+          // The emulator says who sent it, and ends as if it had been asked to.
+          {QString(), SIGTERM, u"The emulator was ended from outside."_s, error}}) {
+        const GuestBundle bundle(script);
+        Owner owner;
+        VZVirtualMachine machine(bundle.configuration);
+        machine.setDelegate(&owner);
+        QCOMPARE(start(machine), QString());
+        if (signal != 0)
+            ::kill(emulators().value(0), signal);
+        QTRY_COMPARE_WITH_TIMEOUT(owner.told, QStringList{told}, 90'000);
+        QCOMPARE(machine.state(), state);
+        QVERIFY(emulators().isEmpty());
+        QCOMPARE(start(machine), QString());
+        QCOMPARE(stop(machine), QString());
+        QCOMPARE(owner.told.size(), 1);
+    }
 }
 
 void HypervisorGuestTest::runsOneMachineOnce()

@@ -1,7 +1,6 @@
 #!/usr/bin/python3
 """Walks through every window without a pointer: each control has a name, and Tab comes to each that can be used."""
 
-import os
 import time
 
 from application import wait_until
@@ -68,9 +67,7 @@ def walk(kelvo, window, what):
 
 
 def walk_through_every_window(stage):
-    image = stage.home / "setup.iso"
-    with open(image, "wb") as file:
-        os.truncate(file.fileno(), 1 << 20)
+    image = stage.blank_image("setup.iso")
 
     with stage.kelvo() as kelvo:
         main = kelvo.window(MACHINES)
