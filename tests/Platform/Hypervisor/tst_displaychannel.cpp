@@ -79,53 +79,31 @@ class TestDisplayChannel : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void saysOnceWhyItIsOver_data();
     void saysOnceWhyItIsOver();
-    void asksForMoreWhenAnUpdateWasUsed();
     void readsNoFasterThanUpdatesAreUsed();
     void neverWaitsForAPeerThatDoesNotRead();
     void pokesWhileItIsWatched();
     void mayBeDeletedAtAnyTime();
 };
 
-void TestDisplayChannel::saysOnceWhyItIsOver_data()
-{
-    QTest::addColumn<QByteArray>("stream");
-    QTest::addColumn<QString>("reason");
-    QTest::addColumn<int>("updates");
-
-    const QString closed = u"The emulator closed the display."_s;
-    const QString invalid = u"The emulator's display sent invalid data."_s;
-    QTest::newRow("amid a rectangle") << handshake(2, 2) + picture.chopped(1) << closed << 0;
-    QTest::newRow("after an update") << handshake(2, 2) + picture << closed << 1;
-    QTest::newRow("nonsense after an update") << handshake(2, 2) + picture + "\x99" << invalid << 1;
-    QTest::newRow("huge") << handshake(65535, 65535) << u"The emulator's display is too large."_s << 0;
-}
-
 void TestDisplayChannel::saysOnceWhyItIsOver()
 {
-    QFETCH(const QByteArray, stream);
-    Session session(stream);
-    session.peer.close();
-    QTRY_COMPARE(session.ended.count(), 1);
-    QTEST(session.ended.at(0).at(0).toString(), "reason");
-    QVERIFY(!session.ended.wait(20));
-    QTEST(static_cast<int>(session.ready.count()), "updates");
-    QVERIFY(!session.channel->send(std::as_bytes(std::span("12345678"))));
-    session.channel->requestUpdate();
-}
-
-void TestDisplayChannel::asksForMoreWhenAnUpdateWasUsed()
-{
-    Session session;
-    QCOMPARE(session.peer.receive(openingBytes).size(), openingBytes);
-    session.peer.send(picture);
-    QTRY_COMPARE(session.ready.count(), 1);
-    const auto update = session.channel->takeUpdate();
-    QVERIFY(update && !session.channel->takeUpdate());
-    QCOMPARE(session.peer.received(), QByteArray());
-    session.channel->requestUpdate();
-    QCOMPARE(session.peer.receive(10), QByteArray("\x03\x01\x00\x00\x00\x00\x00\x02\x00\x02", 10));
+    const QString closed = u"The emulator closed the display."_s;
+    const QString invalid = u"The emulator's display sent invalid data."_s;
+    for (const auto &[stream, reason, updates] :
+         {std::tuple(handshake(2, 2) + picture.chopped(1), closed, 0), // amid a rectangle
+          {handshake(2, 2) + picture, closed, 1},
+          {handshake(2, 2) + picture + "\x99", invalid, 1},
+          {handshake(65535, 65535), u"The emulator's display is too large."_s, 0}}) {
+        Session session(stream);
+        session.peer.close();
+        QTRY_COMPARE(session.ended.count(), 1);
+        QCOMPARE(session.ended.at(0).at(0).toString(), reason);
+        QVERIFY(!session.ended.wait(20));
+        QCOMPARE(session.ready.count(), updates);
+        QVERIFY(!session.channel->send(std::as_bytes(std::span("12345678"))));
+        session.channel->requestUpdate();
+    }
 }
 
 void TestDisplayChannel::readsNoFasterThanUpdatesAreUsed()
