@@ -16,7 +16,6 @@ class VMConfigurationBuilderTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void guestsGetTheirDevices_data();
     void guestsGetTheirDevices();
     void identityAndVariablesLast();
     void installationsMakeWhatIsMissing();
@@ -83,43 +82,33 @@ QStringList describe(const QList<VZStorageDeviceConfiguration> &devices)
 
 } // namespace
 
-void VMConfigurationBuilderTest::guestsGetTheirDevices_data()
+void VMConfigurationBuilderTest::guestsGetTheirDevices()
 {
-    QTest::addColumn<GuestOperatingSystem>("guestOS");
-    QTest::addColumn<VMBuildMode>("mode");
-    QTest::addColumn<bool>("attachesImage");
-    QTest::addColumn<QStringList>("storage");
     using enum GuestOperatingSystem;
     using enum VMBuildMode;
     const QString image = u"virtio image.iso read-only"_s;
-    QTest::newRow("Windows") << windows11ARM64 << normalBoot << false << QStringList{u"nvme disk.img"_s};
-    QTest::newRow("Linux, installed from the configuration's image")
-        << linuxARM64 << installation << false << QStringList{u"virtio disk.img"_s, image};
-    QTest::newRow("other, started with an image")
-        << otherARM64 << normalBoot << true << QStringList{u"nvme disk.img"_s, image};
-}
+    for (const auto &[guestOS, mode, attachesImage, storage] :
+         {std::tuple(windows11ARM64, normalBoot, false, QStringList{u"nvme disk.img"_s}),
+          {linuxARM64, installation, false, {u"virtio disk.img"_s, image}}, // the configuration's image
+          {otherARM64, normalBoot, true, {u"nvme disk.img"_s, image}}}) {
+        Bundle bundle;
+        bundle.configuration.guestOS = guestOS;
+        bundle.configuration.displayWidth = 1366;
+        bundle.configuration.displayHeight = 768;
+        const auto attached = attachesImage ? std::optional(bundle.image()) : std::nullopt;
+        const VZVirtualMachineConfiguration machine = bundle.build(mode, attached);
+        QCOMPARE(describe(machine.storageDevices), storage);
+        QCOMPARE(machine.cpuCount, qint64(1));
+        QCOMPARE(machine.memorySize, quint64(512) << 20);
+        QCOMPARE(machine.networkDevices.size(), 1);
+        const QList<VZVirtioGraphicsScanoutConfiguration> screens{
+            {.widthInPixels = 1366, .heightInPixels = 768}};
+        QVERIFY(machine.graphicsDevices.first().scanouts == screens);
+        QVERIFY(machine.keyboards.size() == 1 && machine.pointingDevices.size() == 1);
 
-void VMConfigurationBuilderTest::guestsGetTheirDevices()
-{
-    QFETCH(const GuestOperatingSystem, guestOS);
-    QFETCH(const VMBuildMode, mode);
-    QFETCH(const bool, attachesImage);
-    Bundle bundle;
-    bundle.configuration.guestOS = guestOS;
-    bundle.configuration.displayWidth = 1366;
-    bundle.configuration.displayHeight = 768;
-    const auto attached = attachesImage ? std::optional(bundle.image()) : std::nullopt;
-    const VZVirtualMachineConfiguration machine = bundle.build(mode, attached);
-    QTEST(describe(machine.storageDevices), "storage");
-    QCOMPARE(machine.cpuCount, qint64(1));
-    QCOMPARE(machine.memorySize, quint64(512) << 20);
-    QCOMPARE(machine.networkDevices.size(), 1);
-    const QList<VZVirtioGraphicsScanoutConfiguration> screens{{.widthInPixels = 1366, .heightInPixels = 768}};
-    QVERIFY(machine.graphicsDevices.first().scanouts == screens);
-    QVERIFY(machine.keyboards.size() == 1 && machine.pointingDevices.size() == 1);
-
-    bundle.configuration.networkMode = VMNetworkMode::disconnected;
-    QVERIFY(bundle.build(mode, attached).networkDevices.isEmpty());
+        bundle.configuration.networkMode = VMNetworkMode::disconnected;
+        QVERIFY(bundle.build(mode, attached).networkDevices.isEmpty());
+    }
 }
 
 void VMConfigurationBuilderTest::identityAndVariablesLast()

@@ -52,7 +52,6 @@ class AppearanceTest : public QObject
 
 private Q_SLOTS:
     void schemeComesFromOverridePortalThenPalette();
-    void textsAreReadable_data();
     void textsAreReadable();
     void everySymbolIsDrawnInItsColor();
     void gridFitsItsColumns();
@@ -83,27 +82,12 @@ void AppearanceTest::schemeComesFromOverridePortalThenPalette()
     QGuiApplication::setPalette(QPalette());
 }
 
-void AppearanceTest::textsAreReadable_data()
-{
-    QTest::addColumn<ColorScheme>("scheme");
-    QTest::addColumn<bool>("highContrast");
-    QTest::addColumn<double>("leastForText"); // WCAG 2.1: 4.5 for level AA, 7 for AAA
-    QTest::newRow("light") << ColorScheme::light << false << 4.5;
-    QTest::newRow("dark") << ColorScheme::dark << false << 4.5;
-    QTest::newRow("light, high contrast") << ColorScheme::light << true << 7.0;
-    QTest::newRow("dark, high contrast") << ColorScheme::dark << true << 7.0;
-}
-
 void AppearanceTest::textsAreReadable()
 {
-    QFETCH(const ColorScheme, scheme);
-    QFETCH(const bool, highContrast);
-    QFETCH(const double, leastForText);
     const auto restore = qScopeGuard([] {
         Appearance::shared().setPortalContrast(false);
         Appearance::shared().setOverride(ColorScheme::system);
     });
-    Appearance::shared().setPortalContrast(highContrast);
     QQmlEngine engine;
     QQmlComponent component(&engine);
     component.setData("import QtQml\nimport Kelvo.Components\nQtObject { property QtObject theme: Theme }",
@@ -111,8 +95,6 @@ void AppearanceTest::textsAreReadable()
     const std::unique_ptr<QObject> holder(component.create());
     QVERIFY2(holder, qPrintable(component.errorString()));
     auto *theme = holder->property("theme").value<QObject *>();
-    Appearance::shared().setOverride(scheme); // which the theme follows
-    QCOMPARE(theme->property("dark").toBool(), scheme == ColorScheme::dark);
 
     using Names = QList<const char *>;
     const auto color = [theme](const char *name) {
@@ -135,14 +117,22 @@ void AppearanceTest::textsAreReadable()
     };
     const Names surfaces = {"windowBackground", "sidebarBackground", "cardBackground", "popupBackground",
                             "groupBackground"};
-    check({"text", "secondaryText", "linkText"}, surfaces, leastForText);
-    check({"focus", "toggleOff"}, surfaces, 3);
-    check({"text"}, {"control", "controlHovered", "controlPressed"}, leastForText);
-    check({"accentText"}, {"accent", "accentHovered", "accentPressed"}, 4.5);
-    check({"toolTipText"}, {"toolTipBackground"}, 4.5);
-    check({"screenText"}, {"screen"}, 4.5);
-    check({"neutralTone", "greenTone", "yellowTone", "orangeTone", "redTone"},
-          {"cardBackground", "sidebarBackground"}, 4.5, true);
+    for (const ColorScheme scheme : {ColorScheme::light, ColorScheme::dark}) {
+        for (const bool highContrast : {false, true}) {
+            const double leastForText = highContrast ? 7 : 4.5; // WCAG 2.1: levels AAA and AA
+            Appearance::shared().setPortalContrast(highContrast);
+            Appearance::shared().setOverride(scheme);
+            QCOMPARE(theme->property("dark").toBool(), scheme == ColorScheme::dark);
+            check({"text", "secondaryText", "linkText"}, surfaces, leastForText);
+            check({"focus", "toggleOff"}, surfaces, 3);
+            check({"text"}, {"control", "controlHovered", "controlPressed"}, leastForText);
+            check({"accentText"}, {"accent", "accentHovered", "accentPressed"}, 4.5);
+            check({"toolTipText"}, {"toolTipBackground"}, 4.5);
+            check({"screenText"}, {"screen"}, 4.5);
+            check({"neutralTone", "greenTone", "yellowTone", "orangeTone", "redTone"},
+                  {"cardBackground", "sidebarBackground"}, 4.5, true);
+        }
+    }
 }
 
 void AppearanceTest::everySymbolIsDrawnInItsColor()

@@ -22,7 +22,6 @@ class TestProcessRunners : public QObject
 
 private Q_SLOTS:
     void startsTheTPM();
-    void removesWhatAnEarlierTPMLeft_data();
     void removesWhatAnEarlierTPMLeft();
     void reportsTheEndOfQEMUAndEndsTheEarlierFirst();
 };
@@ -74,32 +73,27 @@ void TestProcessRunners::startsTheTPM()
     }
 }
 
-void TestProcessRunners::removesWhatAnEarlierTPMLeft_data()
-{
-    QTest::addColumn<bool>("isAlive");
-    QTest::newRow("a file") << false;
-    QTest::newRow("a process that nobody owns any more") << true;
-}
-
 void TestProcessRunners::removesWhatAnEarlierTPMLeft()
 {
-    QFETCH(const bool, isAlive);
-    const Stage stage(u"open-socket; serve-tpm"_s);
-    const Stage earlier(u"open-socket "_s + stage.socket + (isAlive ? u"; serve-tpm"_s : u"; exit 0"_s));
-    QVERIFY(QDir().mkpath(stage.tpmDirectory));
-    ChildProcess::LaunchOptions options;
-    options.program = earlier.program;
-    ChildProcess stray(options);
-    QTRY_VERIFY(QFile::exists(stage.socket));
-    if (!isAlive)
-        QVERIFY(QCoro::waitFor(stray.waitForExit(30s)));
+    for (const bool isAlive : {false, true}) { // only its file is left, or nobody owns it any more
+        const Stage stage(u"open-socket; serve-tpm"_s);
+        const Stage earlier(u"open-socket "_s + stage.socket + (isAlive ? u"; serve-tpm"_s : u"; exit 0"_s));
+        QVERIFY(QDir().mkpath(stage.tpmDirectory));
+        ChildProcess::LaunchOptions options;
+        options.program = earlier.program;
+        ChildProcess stray(options);
+        QTRY_VERIFY(QFile::exists(stage.socket));
+        if (!isAlive)
+            QVERIFY(QCoro::waitFor(stray.waitForExit(30s)));
 
-    SWTPMProcessManager manager(patientTPM);
-    QCOMPARE(stage.startTPM(manager), QString());
-    QVERIFY(QCoro::waitFor(stray.waitForExit(30s)));
-    QCOMPARE(ScriptedChild::received(earlier.program), isAlive ? QStringList{u"shutdown"_s} : QStringList());
-    QVERIFY(QFile::exists(stage.socket));
-    QCoro::waitFor(manager.stop());
+        SWTPMProcessManager manager(patientTPM);
+        QCOMPARE(stage.startTPM(manager), QString());
+        QVERIFY(QCoro::waitFor(stray.waitForExit(30s)));
+        QCOMPARE(ScriptedChild::received(earlier.program),
+                 isAlive ? QStringList{u"shutdown"_s} : QStringList());
+        QVERIFY(QFile::exists(stage.socket));
+        QCoro::waitFor(manager.stop());
+    }
 }
 
 void TestProcessRunners::reportsTheEndOfQEMUAndEndsTheEarlierFirst()

@@ -15,7 +15,6 @@ class TestQEMUCommandBuilder : public QObject
 private Q_SLOTS:
     void buildsTheWholeList_data();
     void buildsTheWholeList();
-    void attachesMedia_data();
     void attachesMedia();
     void refusesMediaThatDoNotExist();
 
@@ -108,59 +107,48 @@ void TestQEMUCommandBuilder::buildsTheWholeList()
     QCOMPARE(arguments, expected.split(u'\n'));
 }
 
-void TestQEMUCommandBuilder::attachesMedia_data()
-{
-    QTest::addColumn<VMBuildMode>("mode");
-    QTest::addColumn<QString>("configured");
-    QTest::addColumn<QString>("attached");
-    QTest::addColumn<QString>("drivers");
-    QTest::addColumn<QStringList>("added"); // the images' names in the list's order
-    QTest::addColumn<QString>("diskBootIndex");
-
-    const auto normal = VMBuildMode::normalBoot;
-    const auto installation = VMBuildMode::installation;
-    const QStringList none;
-    QTest::newRow("boot ignores what is configured")
-        << normal << u"i.iso"_s << u""_s << u"d.iso"_s << none << u"1"_s;
-    QTest::newRow("boot with an image")
-        << normal << u""_s << u"a.iso"_s << u"d.iso"_s << QStringList{u"a.iso"_s} << u"2"_s;
-    QTest::newRow("install") << installation << u"i.iso"_s << u""_s << u""_s << QStringList{u"i.iso"_s}
-                             << u"2"_s;
-    QTest::newRow("install another image")
-        << installation << u"i.iso"_s << u"a.iso"_s << u""_s << QStringList{u"a.iso"_s} << u"2"_s;
-    QTest::newRow("install with drivers")
-        << installation << u"i.iso"_s << u""_s << u"d.iso"_s << QStringList{u"i.iso"_s, u"d.iso"_s} << u"2"_s;
-    QTest::newRow("install without an image")
-        << installation << u""_s << u""_s << u"d.iso"_s << QStringList{u"d.iso"_s} << u"1"_s;
-}
-
 void TestQEMUCommandBuilder::attachesMedia()
 {
-    QFETCH(const VMBuildMode, mode);
-    QFETCH(const QString, configured);
-    QFETCH(const QString, attached);
-    QFETCH(const QString, drivers);
-    QFETCH(const QStringList, added);
-    QFETCH(const QString, diskBootIndex);
+    struct Case
+    {
+        VMBuildMode mode;
+        QString configured;
+        QString attached;
+        QString drivers;
+        QStringList added; ///< in the list's order
+        int diskBootIndex;
+    };
+    using enum VMBuildMode;
+    const QString i = u"i.iso"_s;
+    const QString a = u"a.iso"_s;
+    const QString d = u"d.iso"_s;
+    for (const auto &[mode, configured, attached, drivers, added, diskBootIndex] :
+         {Case{normalBoot, i, {}, d, {}, 1},
+          {normalBoot, {}, a, d, {a}, 2},
+          {installation, i, {}, {}, {i}, 2},
+          {installation, i, a, {}, {a}, 2},
+          {installation, i, {}, d, {i, d}, 2},
+          {installation, {}, {}, d, {d}, 1}}) {
+        VMConfiguration configuration = machine();
+        if (!configured.isEmpty())
+            configuration.installationMediaPath = image(configured);
+        if (!drivers.isEmpty())
+            configuration.virtioDriversMediaPath = image(drivers);
+        const auto attachISO =
+            attached.isEmpty() ? std::nullopt : std::optional(FileUrl::file(image(attached)));
 
-    VMConfiguration configuration = machine();
-    if (!configured.isEmpty())
-        configuration.installationMediaPath = image(configured);
-    if (!drivers.isEmpty())
-        configuration.virtioDriversMediaPath = image(drivers);
-    const auto attachISO = attached.isEmpty() ? std::nullopt : std::optional(FileUrl::file(image(attached)));
-
-    const QStringList arguments = build(configuration, mode, attachISO);
-    QCOMPARE(arguments.value(31), u"virtio-blk-pci,drive=hd0,bootindex="_s + diskBootIndex);
-    QStringList expected;
-    for (const QString &name : added) {
-        const bool isDriver = name == u"d.iso";
-        const QString id = isDriver ? u"virtio"_s : u"cd0"_s;
-        expected += {u"-drive"_s,
-                     u"file="_s + m_folder.filePath(name) + u",format=raw,media=cdrom,if=none,id="_s + id,
-                     u"-device"_s, u"usb-storage,drive="_s + id + (isDriver ? u""_s : u",bootindex=1"_s)};
+        const QStringList arguments = build(configuration, mode, attachISO);
+        QCOMPARE(arguments.value(31), u"virtio-blk-pci,drive=hd0,bootindex=%1"_s.arg(diskBootIndex));
+        QStringList expected;
+        for (const QString &name : added) {
+            const QString id = name == d ? u"virtio"_s : u"cd0"_s;
+            expected +=
+                {u"-drive"_s,
+                 u"file="_s + m_folder.filePath(name) + u",format=raw,media=cdrom,if=none,id="_s + id,
+                 u"-device"_s, u"usb-storage,drive="_s + id + (name == d ? u""_s : u",bootindex=1"_s)};
+        }
+        QCOMPARE(arguments.mid(44), expected);
     }
-    QCOMPARE(arguments.mid(44), expected);
 }
 
 void TestQEMUCommandBuilder::refusesMediaThatDoNotExist()
