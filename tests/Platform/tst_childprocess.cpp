@@ -1,3 +1,4 @@
+#include "Platform/BoundedLines.h"
 #include "Platform/ChildProcess.h"
 #include "Platform/PlatformError.h"
 #include "Platform/UniqueDescriptor.h"
@@ -16,6 +17,7 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
+/// ChildProcess, and BoundedLines, which it reads a child's words with.
 class TestChildProcess : public QObject
 {
     Q_OBJECT
@@ -27,6 +29,9 @@ private Q_SLOTS:
     void leavesNoZombieOfAChildThatNobodyHolds();
     void survivesItsOwnEndDuringAWait();
     void restsWhileATracerHoldsAnEndedChild();
+    void cutsWordsIntoLinesWhereverTheyAreSplit();
+    void letsTheFirstAndTheNewestLinesThrough();
+    void keepsLittleOfAnEndlessLine();
 };
 
 namespace {
@@ -145,6 +150,40 @@ void TestChildProcess::restsWhileATracerHoldsAnEndedChild()
     QVERIFY2(turns < 100, qPrintable(QString::number(turns)));
     QVERIFY(QCoro::waitFor(child.waitForExit(30s)));
     QCOMPARE(*child.exit(), (ChildExit{ChildExit::Kind::signalled, SIGKILL}));
+}
+
+void TestChildProcess::cutsWordsIntoLinesWhereverTheyAreSplit()
+{
+    const QByteArray stream = u"\n one\r\n\r\n\nGrüße\ntwo"_s.toUtf8();
+    for (qsizetype step = 1; step <= stream.size(); ++step) {
+        BoundedLines lines;
+        QStringList reported;
+        for (qsizetype at = 0; at < stream.size(); at += step)
+            reported += lines.append(stream.mid(at, step));
+        reported += lines.finish();
+        QCOMPARE(reported, QStringList({u"one"_s, u"Grüße"_s, u"two"_s}));
+    }
+}
+
+void TestChildProcess::letsTheFirstAndTheNewestLinesThrough()
+{
+    BoundedLines lines;
+    QStringList reported;
+    for (int i = 1; i <= 5000; ++i)
+        reported += lines.append("line " + QByteArray::number(i) + '\n');
+    QCOMPARE(reported.size(), BoundedLines::firstLineCount);
+    QCOMPARE(reported.last(), u"line 20"_s);
+    QCOMPARE(lines.finish(), (QStringList{u"(4979 lines left out)"_s, u"line 5000"_s}));
+}
+
+void TestChildProcess::keepsLittleOfAnEndlessLine()
+{
+    BoundedLines lines;
+    const QByteArray block(65536, 'x');
+    for (int i = 0; i < 100; ++i)
+        QVERIFY(lines.append(block).isEmpty());
+    QCOMPARE(lines.append("\nnext\n"),
+             (QStringList{QString(BoundedLines::maximumLineBytes, u'x'), u"next"_s}));
 }
 
 KELVO_TEST_MAIN(TestChildProcess)
