@@ -15,11 +15,7 @@ using namespace Qt::StringLiterals;
 const QString QEMUStage::goodEmulator = u"note-pid; open-socket; open-port; serve-qmp"_s;
 const QString QEMUStage::goodTPM = u"open-socket; serve-tpm"_s;
 
-QEMUStage::QEMUStage(const QString &emulatorScript, const QString &tpmScript)
-    : QEMUStage(QString(), emulatorScript, tpmScript)
-{}
-
-QEMUStage::QEMUStage(const QString &folder, const QString &emulatorScript, const QString &tpmScript)
+QEMUStage::QEMUStage(const QString &emulatorScript, const QString &tpmScript, const QString &folder)
     : m_temporary(folder.isEmpty() ? std::make_unique<QTemporaryDir>() : nullptr)
     , m_path(m_temporary ? m_temporary->path() : folder)
 {

@@ -16,9 +16,9 @@ public:
     static const QString goodEmulator;
     static const QString goodTPM;
 
-    explicit QEMUStage(const QString &emulatorScript = goodEmulator, const QString &tpmScript = goodTPM);
-    /// The same in a folder that exists already and is not removed.
-    QEMUStage(const QString &folder, const QString &emulatorScript, const QString &tpmScript);
+    /// In a temporary folder, or in one that exists already and is not removed.
+    explicit QEMUStage(const QString &emulatorScript = goodEmulator, const QString &tpmScript = goodTPM,
+                       const QString &folder = {});
 
     [[nodiscard]] QString path(const QString &relative) const { return m_path + u'/' + relative; }
     [[nodiscard]] QString emulator() const { return path(QStringLiteral("bin/qemu-system-aarch64")); }

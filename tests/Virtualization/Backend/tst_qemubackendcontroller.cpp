@@ -415,8 +415,8 @@ void TestQEMUBackendController::letsOperationsEndWithoutTheController()
 /// The application of the next test: one guest runs and another one is being started when it quits.
 static int runApplicationThatQuits(const QString &folder)
 {
-    Machine running(QEMUStage(folder + u"/running"_s, QEMUStage::goodEmulator, QEMUStage::goodTPM));
-    Machine starting(QEMUStage(folder + u"/starting"_s, u"note-pid; hang"_s, QEMUStage::goodTPM));
+    Machine running(QEMUStage(QEMUStage::goodEmulator, QEMUStage::goodTPM, folder + u"/running"_s));
+    Machine starting(QEMUStage(u"note-pid; hang"_s, QEMUStage::goodTPM, folder + u"/starting"_s));
     if (!running.configureAndStart().isNull() || !starting.configure().isNull())
         return EXIT_FAILURE;
     QCoro::connect(starting.controller->start(), QCoreApplication::instance(), [] {});
