@@ -191,6 +191,8 @@ void serveTpm(const std::string &)
         char command[4] = {};
         if (::read(connection, command, sizeof command) == 4 && command[3] == 3) {
             note("shutdown");
+            ::close(connection);
+            std::this_thread::sleep_for(std::chrono::milliseconds(300)); // it writes its state
             ::unlink(socketPath.c_str());
             ::_exit(0);
         }

@@ -20,16 +20,18 @@ namespace {
 
 /// Ends an swtpm that nobody owns: one whose QEMU was killed after its application had gone waits for ever
 /// and keeps the state directory locked. Sends the control channel's CMD_SHUTDOWN (swtpm_ioctls(3)).
-void shutDownStray(const QString &socketPath)
+void shutDownStray(const QString &socketPath, std::chrono::milliseconds patience)
 {
     if (!UnixSocketConnection::hasListener(socketPath))
         return;
     try {
-        UnixSocketConnection connection(socketPath, 1s);
+        UnixSocketConnection connection(socketPath, patience);
+        const UniqueDescriptor process = connection.openPeer();
         connection.write(QByteArrayView("\0\0\0\3", 4));
-        // Its answer, then the end of the stream when it has gone.
         (void)connection.read(4);
-        (void)connection.read(1);
+        // The last that it does is to remove the socket, which would be its successor's by then.
+        if (process.isValid())
+            (void)UnixSocketConnection::waitUntilReadable(process, patience);
     } catch (const LocalizedError &) {
         // What does not answer is no swtpm that could be told to go; the start that follows shows what it is.
     }
@@ -79,8 +81,8 @@ QCoro::Task<> SWTPMProcessManager::start(QUrl tpmDirectory, QUrl socketPath, QUr
     const QString directory = FileUrl::path(tpmDirectory);
     const QString socket = FileUrl::path(socketPath);
     FileManager::defaultManager().createDirectory(directory);
-    const auto work = [socket] {
-        shutDownStray(socket);
+    const auto work = [socket, patience = m_timeouts.socket] {
+        shutDownStray(socket, patience);
     };
     const QFuture<void> strayEnded = runOnOwnThread(work);
     co_await strayEnded;

@@ -7,7 +7,9 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -78,13 +80,28 @@ QByteArray UnixSocketConnection::read(qsizetype upTo)
 
 bool UnixSocketConnection::waitUntilReadable(std::chrono::milliseconds timeout)
 {
+    return waitUntilReadable(m_fd, timeout);
+}
+
+bool UnixSocketConnection::waitUntilReadable(const UniqueDescriptor &descriptor,
+                                             std::chrono::milliseconds timeout)
+{
     const QDeadlineTimer deadline(timeout);
-    pollfd interest = {m_fd.get(), POLLIN, 0};
+    pollfd interest = {descriptor.get(), POLLIN, 0};
     int count = -1;
     do
         count = ::poll(&interest, 1, static_cast<int>(deadline.remainingTime()));
     while (count < 0 && errno == EINTR);
     return count != 0;
+}
+
+UniqueDescriptor UnixSocketConnection::openPeer() const
+{
+    ucred peer = {};
+    socklen_t size = sizeof peer;
+    if (::getsockopt(m_fd.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0)
+        return {};
+    return UniqueDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, peer.pid, 0)));
 }
 
 bool UnixSocketConnection::hasListener(const QString &path)

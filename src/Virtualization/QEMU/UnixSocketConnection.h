@@ -31,7 +31,12 @@ public:
     [[nodiscard]] QByteArray read(qsizetype upTo);
     /// True when a read would not wait, which includes the end of the stream.
     [[nodiscard]] bool waitUntilReadable(std::chrono::milliseconds timeout);
+    [[nodiscard]] static bool waitUntilReadable(const UniqueDescriptor &descriptor,
+                                                std::chrono::milliseconds timeout);
     void close() { m_fd.reset(); }
+    /// A descriptor of the process that listens (SO_PEERCRED, pidfd_open(2)), readable once it has ended;
+    /// invalid when it has already.
+    [[nodiscard]] UniqueDescriptor openPeer() const;
 
     /// Whether a process listens there now. Does not wait.
     [[nodiscard]] static bool hasListener(const QString &path);
