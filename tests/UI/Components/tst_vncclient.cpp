@@ -171,13 +171,14 @@ void TestVNCClient::clearsAllButTheErrorOnDisconnect()
     m_client->connect(localhost, -1);
     QTRY_VERIFY(!m_client->errorMessage().isEmpty());
     const QString message = m_client->errorMessage();
-    m_client->connect(localhost, m_server->port());
-    m_server->send(handshake(2, 2) + update(2, 2, red));
+    ScriptedServer second; // the first may still give what it is to send to the connection that was replaced
+    m_client->connect(localhost, second.port());
+    second.send(handshake(2, 2) + update(2, 2, red));
     QTRY_VERIFY(!m_client->image().isNull());
     m_client->disconnect();
     QVERIFY(!m_client->isConnected());
     QVERIFY(m_client->image().isNull());
-    QTRY_VERIFY(!m_server->hasClient());
+    QTRY_VERIFY(!second.hasClient());
     QCOMPARE(m_client->errorMessage(), message);
     QSignalSpy imageSpy(m_client.get(), &VNCClient::imageChanged);
     m_client->disconnect();
