@@ -82,6 +82,8 @@ VirtualMachine *VMManager::makeVirtualMachine(const VMConfiguration &configurati
                                               const VMPersistedMetadata &metadata)
 {
     m_metadataByVMID.insert(configuration.id, metadata);
+    m_unsavedMetadata.remove(configuration.id);
+    m_knownDocuments.remove(configuration.id);
     auto *vm = new VirtualMachine(configuration, VMState::poweredOff, metadata.installationState, this);
     refreshDiskUsage(*vm);
     return vm;
@@ -114,16 +116,24 @@ QCoro::Task<> VMManager::loadVirtualMachines()
     }
 
     m_knownRoot = root;
-    m_knownDocuments.clear();
-    m_unsavedMetadata.clear();
+    const auto hasGuest = [this](const VirtualMachine *vm) {
+        return vm->operationInProgress() || guestState(vm->id());
+    };
     QList<VirtualMachine *> loaded;
     loaded.reserve(configurations.size());
-    for (const VMConfiguration &configuration : std::as_const(configurations))
-        loaded.append(makeStoredMachine(configuration));
+    for (const VMConfiguration &configuration : std::as_const(configurations)) {
+        VirtualMachine *known = virtualMachine(configuration.id);
+        const bool stays = known && hasGuest(known) && !loaded.contains(known);
+        loaded.append(stays ? known : makeStoredMachine(configuration));
+    }
+    for (VirtualMachine *vm : std::as_const(m_virtualMachines))
+        if (hasGuest(vm) && !loaded.contains(vm))
+            loaded.append(vm);
     const QList<VirtualMachine *> replaced = std::exchange(m_virtualMachines, loaded);
     Q_EMIT virtualMachinesChanged();
     for (VirtualMachine *vm : replaced)
-        vm->deleteLater();
+        if (!hasGuest(vm))
+            vm->deleteLater();
     DiagnosticLogger::shared().log(u"Loaded %1 virtual machine(s)"_s.arg(loaded.size()), LogLevel::info);
 }
 

@@ -56,7 +56,8 @@ public:
         return m_qemuDependencyService;
     }
 
-    /// Replaces the list with what is on disk; a failure is logged and the list stays.
+    /// Replaces the list with what is on disk; a failure is logged and the list stays. A machine whose guest
+    /// lives stays the object that it is, wherever its bundle has gone.
     QCoro::Task<> loadVirtualMachines();
     /// The listed machine of a bundle folder. One that lies outside the root is appended for this run, as a
     /// machine of the place where it was found. Throws VMStorageError, PlatformError, or KelvoError for a
@@ -81,9 +82,9 @@ public:
     /// Throws KelvoError when this host cannot run the configuration's backend.
     void validateBackendAvailability(const VMConfiguration &configuration) const;
 
-    /// `attachISO`: an image for an installed machine's ordinary boot. Like beginInstallation() refused
-    /// before anything is touched, apart from the machine's state, which is put right, where a guest lives
-    /// already.
+    /// `attachISO`: an image for an installed machine's ordinary boot. A paused guest is resumed, unless an
+    /// image is given. Where another guest lives already, this and beginInstallation() are refused before
+    /// anything is touched, apart from the machine's state, which is put right.
     QCoro::Task<> start(VirtualMachine *vm, std::optional<QUrl> attachISO = std::nullopt);
     QCoro::Task<> stop(VirtualMachine *vm);
     QCoro::Task<> pause(VirtualMachine *vm);
@@ -109,6 +110,7 @@ private:
     [[nodiscard]] QCoro::Task<> bootInstaller(VMConfiguration configuration, QUrl image,
                                               VMBackendController &backend);
     void setState(VirtualMachine *vm, VMState state);
+    [[nodiscard]] std::optional<VMState> guestState(const QUuid &id) const;
     void refuseWhileGuestLives(VirtualMachine &vm);
     void recordFailure(VirtualMachine *vm);
     void updateMetadata(const VirtualMachine &vm, const std::function<void(VMPersistedMetadata &)> &change);

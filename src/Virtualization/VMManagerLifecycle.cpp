@@ -51,30 +51,43 @@ void VMManager::setState(VirtualMachine *vm, VMState state)
     Q_EMIT machineStateChanged(vm);
 }
 
-/// A start prepares the controller anew, which would put a guest that it still has out of everybody's reach.
-void VMManager::refuseWhileGuestLives(VirtualMachine &vm)
+/// The state of a guest that the machine's controller has, which a start would put out of everybody's reach.
+std::optional<VMState> VMManager::guestState(const QUuid &id) const
 {
-    const auto found = m_controllers.find(vm.id());
+    const auto found = m_controllers.find(id);
     if (found == m_controllers.end())
-        return;
+        return std::nullopt;
     const VMState state = found->second->state();
     if (state == VMState::poweredOff || state == VMState::suspended || state == VMState::error)
-        return;
-    setState(&vm, state);
-    throw VMStateTransitionError::invalidTransition(state, u"start"_s);
+        return std::nullopt;
+    return state;
 }
 
-/// Of the exception that is being handled.
+void VMManager::refuseWhileGuestLives(VirtualMachine &vm)
+{
+    const std::optional<VMState> state = guestState(vm.id());
+    if (!state)
+        return;
+    setState(&vm, *state);
+    throw VMStateTransitionError::invalidTransition(*state, u"start"_s);
+}
+
+/// Of the exception that is being handled. A guest that goes on all the same stays at hand.
 void VMManager::recordFailure(VirtualMachine *vm)
 {
     const QString description = currentExceptionDescription();
-    setState(vm, VMState::error);
+    setState(vm, guestState(vm->id()).value_or(VMState::error));
     vm->setLastError(description);
 }
 
 QCoro::Task<> VMManager::start(VirtualMachine *vm, std::optional<QUrl> attachISO)
 {
     Operation::refuseWhileBusy(*vm);
+    if (!attachISO && guestState(vm->id()) == VMState::paused) {
+        const QCoro::Task<> resumed = resume(vm);
+        co_await resumed;
+        co_return;
+    }
     refuseWhileGuestLives(*vm);
     takeOverChanges(*vm);
     if (vm->installationState() != VMInstallationState::completed && attachISO)
@@ -178,9 +191,11 @@ QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUr
             metadata.lastBootedAt = now();
         });
     } catch (...) {
-        recordFailure(machine);
-        if (machine)
-            machine->setInstallationState(VMInstallationState::ready);
+        if (self && machine) {
+            recordFailure(machine);
+            if (!guestState(machine->id()))
+                machine->setInstallationState(VMInstallationState::ready);
+        }
         throw;
     }
     DiagnosticLogger::shared().log(u"Started installation for "_s + machine->name(), LogLevel::info);
@@ -215,9 +230,11 @@ void VMManager::completeInstallation(VirtualMachine &vm)
 void VMManager::refreshStates()
 {
     for (VirtualMachine *vm : std::as_const(m_virtualMachines)) {
-        const bool mayHaveEnded = vm->state() == VMState::running || vm->state() == VMState::paused;
         const auto found = m_controllers.find(vm->id());
-        if (mayHaveEnded && !vm->operationInProgress() && found != m_controllers.end())
+        if (vm->operationInProgress() || found == m_controllers.end())
+            continue;
+        const bool mayHaveEnded = vm->state() == VMState::running || vm->state() == VMState::paused;
+        if (mayHaveEnded || guestState(vm->id()))
             setState(vm, found->second->state());
     }
 }

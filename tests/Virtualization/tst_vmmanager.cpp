@@ -45,6 +45,8 @@ private:
     {
         return finish(m_manager->createVirtualMachine(make(name, media)));
     }
+    [[nodiscard]] QCoro::Task<> start(VirtualMachine *vm) { return m_manager->start(vm); }
+    [[nodiscard]] QCoro::Task<> install(VirtualMachine *vm) { return m_manager->beginInstallation(vm); }
     /// Of an application on this host.
     [[nodiscard]] std::unique_ptr<VMManager> makeManager();
     [[nodiscard]] FakeController *controllerOf(const VirtualMachine *vm)
@@ -382,16 +384,30 @@ void VMManagerTest::startsNeverTouchALivingGuest()
         const QString refusal =
             u"Cannot start while virtual machine is %1."_s.arg(displayName(state).toLower());
         vm->setState(VMState::error); // as after a step that failed while the guest went on
+        QCOMPARE(errorTextOf([&] { finish(m_manager->beginInstallation(vm)); }), refusal);
+        QCOMPARE(vm->state(), state);
+        if (state == VMState::paused)
+            continue; // and a start means to go on
+        vm->setState(VMState::error);
         QCOMPARE(errorTextOf([&] { finish(m_manager->start(vm)); }), refusal);
         QCOMPARE(vm->state(), state);
         vm->setState(VMState::error);
-        QCOMPARE(errorTextOf([&] { finish(m_manager->beginInstallation(vm)); }), refusal);
+        m_manager->refreshStates();
         QCOMPARE(vm->state(), state);
     }
     QCOMPARE(vm->installationState(), VMInstallationState::inProgress);
     QCOMPARE(controller->calls, calls);
     QVERIFY(!vm->operationInProgress() && !vm->lastError());
+
+    controller->currentState = VMState::paused;
+    finish(m_manager->start(vm));
+    QCOMPARE(controller->calls, calls + QStringList(u"resume"_s));
+    QCOMPARE(vm->state(), VMState::running);
+    QVERIFY(QDir(m_host->path(u"Virtual Machines/a.vm"_s)).removeRecursively());
+    finish(m_manager->loadVirtualMachines());
+    QCOMPARE(m_manager->virtualMachines(), QList({vm}));
     finish(m_manager->stop(vm));
+    m_manager->saveConfiguration(*vm);
     finish(m_manager->start(vm));
     QCOMPARE(vm->state(), VMState::running);
 }
@@ -470,23 +486,31 @@ void VMManagerTest::installationIsCompletedOnceAndOnlyWhenOff()
 
 void VMManagerTest::unsavedBootIsAnErrorOfARunningGuest()
 {
-    VirtualMachine *vm = addMachine(u"a"_s);
-    QVERIFY(QDir(m_host->path(u"Virtual Machines/a.vm"_s)).removeRecursively());
-    const QString text = errorTextOf([&] { finish(m_manager->start(vm)); });
-    QVERIFY(text.contains("metadata.json"_L1));
-    QCOMPARE(vm->state(), VMState::error);
-    QCOMPARE(vm->lastError(), text);
-    QCOMPARE(m_manager->activeVMID(), vm->id());
-    QCOMPARE(controllerOf(vm)->state(), VMState::running);
+    VirtualMachine *vm = addMachine(u"a"_s, u"own.iso"_s);
+    for (const auto boot : {&VMManagerTest::start, &VMManagerTest::install}) {
+        QVERIFY(QDir(m_host->path(u"Virtual Machines/a.vm"_s)).removeRecursively());
+        const QString text = errorTextOf([&] { finish((this->*boot)(vm)); });
+        QVERIFY(text.contains("metadata.json"_L1));
+        QCOMPARE(vm->state(), VMState::running);
+        QCOMPARE(vm->lastError(), text);
+        QCOMPARE(m_manager->activeVMID(), vm->id());
+        QVERIFY(vm->canStop());
+        finish(m_manager->stop(vm));
+        QCOMPARE(vm->state(), VMState::poweredOff);
+    }
+    QCOMPARE(vm->installationState(), VMInstallationState::inProgress);
 }
 
 void VMManagerTest::managerMayGoWhileAnOperationWaits()
 {
-    VirtualMachine *vm = addMachine(u"a"_s);
-    controllerOf(vm)->holdsOperations = true;
-    QCoro::Task<> start = m_manager->start(vm);
-    m_manager.reset();
-    QCOMPARE(errorTextOf([&] { finish(std::move(start)); }), u"The controller is gone."_s);
+    for (const auto boot : {&VMManagerTest::start, &VMManagerTest::install}) {
+        VirtualMachine *vm = addMachine(u"a"_s, u"own.iso"_s);
+        controllerOf(vm)->holdsOperations = true;
+        QCoro::Task<> booted = (this->*boot)(vm);
+        m_manager.reset();
+        QCOMPARE(errorTextOf([&] { finish(std::move(booted)); }), u"The controller is gone."_s);
+        m_manager = makeManager();
+    }
 }
 
 KELVO_TEST_MAIN(VMManagerTest)

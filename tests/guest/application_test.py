@@ -33,6 +33,13 @@ def life_of_a_machine(stage):
         console.find("Resume").press()
         console.find("Running", "label")
         check(guest_status(bundle / "qmp.sock") == "running", "the guest stands still after Resume")
+        console.find("Pause").press()
+        console.find("Paused", "label")
+        kelvo.activate("Virtual Machines")
+        kelvo.keys("alt+v")
+        kelvo.window("Virtual Machines").find("Start", "menu item").click()
+        console.find("Running", "label")
+        check(guest_status(bundle / "qmp.sock") == "running", "the guest stands still after Start")
         check(shows_firmware(kelvo.picture(NAME)), "the firmware's screen has gone from the console")
 
         kelvo.console(NAME).find("Guest screen").click()

@@ -3,24 +3,27 @@
 #include "Platform/FileUrl.h"
 #include "Virtualization/Backend/KelvoError.h"
 
+#include <QCoreApplication>
+
 using namespace Qt::StringLiterals;
 
 FakeController::~FakeController()
 {
-    m_isGoing = true;
-    open();
+    m_gate->isControllerGone = true;
+    m_gate->open();
 }
 
 void FakeController::release()
 {
     holdsOperations = false;
-    open();
+    m_gate->open();
 }
 
-void FakeController::open()
+void FakeController::Gate::open()
 {
-    if (const auto waiting = std::exchange(m_waiting, {}))
-        waiting.resume();
+    if (const auto coroutine = std::exchange(waiting, {}))
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [coroutine] { coroutine.resume(); }, Qt::QueuedConnection);
 }
 
 std::optional<QString> FakeController::vncHost() const
@@ -48,11 +51,12 @@ void FakeController::configure(const VMConfiguration &configuration, VMBuildMode
 
 QCoro::Task<> FakeController::operate(QString call, VMState target)
 {
+    const std::shared_ptr<Gate> gate = m_gate;
     if (holdsOperations) {
-        Gate gate{&m_waiting};
-        co_await gate;
+        Wait wait{gate};
+        co_await wait;
     }
-    if (m_isGoing)
+    if (gate->isControllerGone)
         throw KelvoError::internalError(u"The controller is gone."_s);
     note(call);
     currentState = target;

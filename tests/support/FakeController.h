@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <coroutine>
+#include <memory>
 
 /// A controller that does as it is told: every call is noted, may fail, and an operation may be held open.
 class FakeController final : public VMBackendController
@@ -38,21 +39,26 @@ public:
     void resetStateMachine(VMState to) override { currentState = to; }
 
 private:
-    /// Suspends one coroutine until it is opened.
+    /// Where an operation waits. It goes on from the event loop, as after a real one, when the controller may
+    /// have gone.
     struct Gate
     {
-        std::coroutine_handle<> *waiting;
+        std::coroutine_handle<> waiting;
+        bool isControllerGone = false;
+
+        void open();
+    };
+    struct Wait
+    {
+        std::shared_ptr<Gate> gate;
 
         [[nodiscard]] bool await_ready() const { return false; }
-        void await_suspend(std::coroutine_handle<> coroutine) { *waiting = coroutine; }
+        void await_suspend(std::coroutine_handle<> coroutine) { gate->waiting = coroutine; }
         void await_resume() const {}
     };
-
-    void open();
 
     void note(const QString &call);
     [[nodiscard]] QCoro::Task<> operate(QString call, VMState target);
 
-    std::coroutine_handle<> m_waiting;
-    bool m_isGoing = false;
+    std::shared_ptr<Gate> m_gate = std::make_shared<Gate>();
 };
