@@ -225,8 +225,11 @@ void FileManager::createDirectory(const QString &path)
     if (code != ENOENT || parent == path)
         throw PlatformError(code, u"create folder"_s, path);
     createDirectory(parent);
-    if (::mkdir(QFile::encodeName(path).constData(), userFolder) != 0 && !directoryExists(path))
-        throw PlatformError(errno, u"create folder"_s, path);
+    if (::mkdir(QFile::encodeName(path).constData(), userFolder) == 0)
+        return;
+    const int finalCode = errno;
+    if (!directoryExists(path))
+        throw PlatformError(finalCode, u"create folder"_s, path);
 }
 
 QList<FileManager::DirectoryEntry> FileManager::contentsOfDirectory(const QString &path) const

@@ -75,6 +75,18 @@ void FileManagerTest::refusalsLeaveEverythingAsItIs()
     QCOMPARE(errorCodeOf([&] { m_files.writeAtomically(host.path(u"none/a"_s), "x"); }), ENOENT);
     QCOMPARE(errorCodeOf([&] { m_files.createDirectory(host.path(u"a/b"_s)); }), ENOTDIR);
     QCOMPARE(errorCodeOf([&] { m_files.createDirectory(host.path(u"a"_s)); }), EEXIST);
+    // A full disk fails a folder whose parents could be made; that it is not there is another call's error.
+    struct LastLook : FileManager
+    {
+        bool directoryExists(const QString &path) const override
+        {
+            const bool exists = FileManager::directoryExists(path);
+            errno = ENOENT;
+            return exists;
+        }
+    } files;
+    const QString tooLong = host.path(u"c/none/"_s + QString(300, u'x'));
+    QCOMPARE(errorCodeOf([&] { files.createDirectory(tooLong); }), ENAMETOOLONG);
     QCOMPARE(host.read(u"b"_s), QByteArray("old"));
     QCOMPARE(QDir(host.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
              QStringList({u"a"_s, u"b"_s, u"c"_s}));
