@@ -21,7 +21,7 @@ QString configPath(const QString &bundlePath)
 }
 
 /// Sorts by name as people of the current locale do, ignoring case; equal names keep their order.
-QList<VMConfiguration> sortedByName(QList<VMConfiguration> configurations)
+void sortByName(QList<VMStorage::FoundBundle> &bundles)
 {
     QCollator collator;
     collator.setCaseSensitivity(Qt::CaseInsensitive);
@@ -34,18 +34,18 @@ QList<VMConfiguration> sortedByName(QList<VMConfiguration> configurations)
         qsizetype index;
     };
     std::vector<Row> rows;
-    rows.reserve(static_cast<std::size_t>(configurations.size()));
-    for (qsizetype index = 0; index < configurations.size(); ++index) {
-        const QString &name = configurations[index].name;
+    rows.reserve(static_cast<std::size_t>(bundles.size()));
+    for (qsizetype index = 0; index < bundles.size(); ++index) {
+        const QString &name = bundles[index].configuration.name;
         rows.push_back({collator.sortKey(hasLanguage ? name : name.toCaseFolded()), index});
     }
     std::ranges::stable_sort(rows, [](const Row &left, const Row &right) { return left.key < right.key; });
 
-    QList<VMConfiguration> sorted;
-    sorted.reserve(configurations.size());
+    QList<VMStorage::FoundBundle> sorted;
+    sorted.reserve(bundles.size());
     for (const Row &row : rows)
-        sorted.append(std::move(configurations[row.index]));
-    return sorted;
+        sorted.append(std::move(bundles[row.index]));
+    bundles = std::move(sorted);
 }
 
 } // namespace
@@ -63,13 +63,18 @@ void VMStorage::ensureRootDirectory() const
 void VMStorage::save(const VMConfiguration &configuration,
                      const std::optional<VMPersistedMetadata> &metadata) const
 {
+    saveConfiguration(configuration);
+    saveMetadata(metadata.value_or(VMPersistedMetadata()), configuration);
+}
+
+void VMStorage::saveConfiguration(const VMConfiguration &configuration) const
+{
     ensureRootDirectory();
     m_fileManager->createDirectory(FileUrl::path(configuration.storageDirectory));
     VMConfiguration written = configuration;
     written.modifiedAt = QDateTime::currentDateTimeUtc();
     m_fileManager->writeAtomically(FileUrl::path(configuration.configFileURL()),
                                    encodeConfiguration(written));
-    saveMetadata(metadata.value_or(VMPersistedMetadata()), configuration);
 }
 
 void VMStorage::saveMetadata(const VMPersistedMetadata &metadata, const VMConfiguration &configuration) const
@@ -79,14 +84,17 @@ void VMStorage::saveMetadata(const VMPersistedMetadata &metadata, const VMConfig
 
 QList<VMConfiguration> VMStorage::scanVirtualMachines() const
 {
-    return scanVirtualMachines({});
+    QList<VMConfiguration> configurations;
+    for (FoundBundle &bundle : scanBundles().bundles)
+        configurations.append(std::move(bundle.configuration));
+    return configurations;
 }
 
-QList<VMConfiguration> VMStorage::scanVirtualMachines(const QSet<QString> &known) const
+VMStorage::Scan VMStorage::scanBundles(const QSet<QString> &known) const
 {
     ensureRootDirectory();
     const QString root = FileUrl::path(m_rootDirectory);
-    QList<VMConfiguration> configurations;
+    Scan scan;
     QSet<QString> paths; // many machines are installed from few images, and share the memory of their paths
     const auto share = [&paths](std::optional<QString> &path) {
         if (path)
@@ -99,12 +107,13 @@ QList<VMConfiguration> VMStorage::scanVirtualMachines(const QSet<QString> &known
             VMConfiguration configuration = loadConfigurationAt(root + u'/' + entry.name);
             share(configuration.installationMediaPath);
             share(configuration.virtioDriversMediaPath);
-            configurations.append(std::move(configuration));
+            scan.bundles.append({entry.name, std::move(configuration)});
         } catch (const LocalizedError &) {
-            // One bad bundle must not hide the others.
+            scan.isWhole = false; // one bad bundle must not hide the others
         }
     }
-    return sortedByName(std::move(configurations));
+    sortByName(scan.bundles);
+    return scan;
 }
 
 std::optional<FileManager::Version> VMStorage::rootVersion() const

@@ -16,6 +16,7 @@ public:
     VMStorage(const QUrl &rootDirectory, FileManager &fileManager);
 
     [[nodiscard]] const QUrl &rootDirectory() const { return m_rootDirectory; }
+    [[nodiscard]] FileManager &fileManager() const { return *m_fileManager; }
 
     /// Makes the root folder with its parents. Throws PlatformError.
     void ensureRootDirectory() const;
@@ -23,13 +24,24 @@ public:
     /// metadata is written as a fresh record. Throws PlatformError or VMStorageError; an earlier document
     /// stays then.
     void save(const VMConfiguration &configuration, const std::optional<VMPersistedMetadata> &metadata) const;
+    /// The first half of save(); its version is then configurationVersion().
+    void saveConfiguration(const VMConfiguration &configuration) const;
     void saveMetadata(const VMPersistedMetadata &metadata, const VMConfiguration &configuration) const;
     /// Every readable bundle directly inside the root, by name as people sort; unreadable ones are left out.
     /// Throws PlatformError when the root itself cannot be made or listed.
     [[nodiscard]] QList<VMConfiguration> scanVirtualMachines() const;
-    /// The bundles that scanVirtualMachines() would find besides those in folders of the `known` names, as it
-    /// would sort them.
-    [[nodiscard]] QList<VMConfiguration> scanVirtualMachines(const QSet<QString> &known) const;
+    struct FoundBundle
+    {
+        QString folderName; ///< in the root
+        VMConfiguration configuration;
+    };
+    struct Scan
+    {
+        QList<FoundBundle> bundles; ///< as scanVirtualMachines() would sort them
+        bool isWhole = true;        ///< false where a folder of a bundle's name could not be read as one
+    };
+    /// The bundles in the root, without those in folders of the `known` names.
+    [[nodiscard]] Scan scanBundles(const QSet<QString> &known = {}) const;
     /// Another one after each change of the root's entries; none where there is no root.
     [[nodiscard]] std::optional<FileManager::Version> rootVersion() const;
     /// Of the document that loadConfiguration() would read.

@@ -2,7 +2,6 @@
 
 #include "App/AppState.h"
 #include "Platform/BinaryUnits.h"
-#include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
 #include "Services/ISOService.h"
 #include "Virtualization/Backend/KelvoError.h"
@@ -70,12 +69,7 @@ QStringList textsOf(const List &list, Text text)
 } // namespace
 
 CreateVMModel::CreateVMModel(QObject *parent)
-    : CreateVMModel(FileManager::defaultManager(), parent)
-{}
-
-CreateVMModel::CreateVMModel(FileManager &fileManager, QObject *parent)
     : QObject(parent)
-    , m_fileManager(fileManager)
     , m_memoryBytes(8 * gibibyte)
     , m_diskBytes(128 * gibibyte)
     , m_vmName(defaultName(m_guestOS))
@@ -399,14 +393,6 @@ VMConfiguration CreateVMModel::configuration() const
     return configuration;
 }
 
-void CreateVMModel::refuseExistingBundle() const
-{
-    const QString path = FileUrl::path(bundleURL());
-    if (m_fileManager.fileExists(path) || m_fileManager.directoryExists(path))
-        throw KelvoError::internalError(
-            tr("“%1” already exists. Choose another name or storage location.").arg(path));
-}
-
 void CreateVMModel::create()
 {
     if (m_isCreating || !m_appState)
@@ -420,7 +406,6 @@ QCoro::Task<> CreateVMModel::createVM()
     setCreating(true);
     QString failure;
     try {
-        refuseExistingBundle();
         std::optional<QUrl> image;
         if (m_startInstallationAfterCreate && m_isoURL.isValid())
             image = m_isoURL;

@@ -11,7 +11,6 @@
 #include <QtQml/qqmlregistration.h>
 
 class AppState;
-class FileManager;
 
 /// The wizard for a new machine: its five steps, what is chosen on them, and the creation itself. One object
 /// for one presentation of the sheet. Main thread.
@@ -62,7 +61,6 @@ class CreateVMModel : public QObject
 
 public:
     explicit CreateVMModel(QObject *parent = nullptr);
-    CreateVMModel(FileManager &fileManager, QObject *parent = nullptr);
 
     [[nodiscard]] AppState *appState() const { return m_appState; }
     /// An image that the state proposes, now or later, becomes the installation medium.
@@ -152,7 +150,6 @@ private:
                                                  std::optional<QUrl> installationImage);
     [[nodiscard]] VMConfiguration configuration() const;
     [[nodiscard]] QUrl bundleURL() const;
-    void refuseExistingBundle() const;
     [[nodiscard]] SteppedValue steppedCPUCount() const;
     void takeProposedImage();
     void setStep(int step);
@@ -161,7 +158,6 @@ private:
     template<typename Value>
     void set(Value &member, const Value &value);
 
-    FileManager &m_fileManager;
     QPointer<AppState> m_appState;
     int m_step = 0;
     GuestOperatingSystem m_guestOS = GuestOperatingSystem::windows11ARM64;

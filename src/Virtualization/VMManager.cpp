@@ -8,11 +8,9 @@
 #include "Virtualization/Backend/VMBackendController.h"
 #include "Virtualization/Backend/VMBackendFactory.h"
 
-#include <QFileInfo>
 #include <QSet>
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -28,25 +26,11 @@ VMPersistedMetadata metadataOrFresh(const VMStorage &storage, const QUrl &bundle
     }
 }
 
-/// False where a bundle may still be getting its document.
-bool hasSettled(const FileManager::Version &root)
-{
-    constexpr std::chrono::minutes enough{1};
-    const std::chrono::nanoseconds changed(root.nanoseconds);
-    return std::chrono::system_clock::now().time_since_epoch() - changed > enough;
-}
-
-/// Empty for a folder that does not exist.
-QString placeOf(const QUrl &bundle)
-{
-    return QFileInfo(FileUrl::path(bundle)).canonicalFilePath();
-}
-
 } // namespace
 
 VMManager::VMManager(const Collaborators &collaborators, QObject *parent)
     : QObject(parent)
-    , m_storage(collaborators.storage)
+    , m_library(collaborators.storage)
     , m_diskManager(collaborators.diskManager)
     , m_installer(collaborators.installer)
     , m_qemuDependencyService(collaborators.qemuDependencyService)
@@ -83,7 +67,6 @@ VirtualMachine *VMManager::makeVirtualMachine(const VMConfiguration &configurati
 {
     m_metadataByVMID.insert(configuration.id, metadata);
     m_unsavedMetadata.remove(configuration.id);
-    m_knownDocuments.remove(configuration.id);
     auto *vm = new VirtualMachine(configuration, VMState::poweredOff, metadata.installationState, this);
     refreshDiskUsage(*vm);
     return vm;
@@ -100,114 +83,96 @@ VMConfiguration VMManager::stored(VMConfiguration configuration)
 VirtualMachine *VMManager::makeStoredMachine(const VMConfiguration &configuration)
 {
     return makeVirtualMachine(stored(configuration),
-                              metadataOrFresh(m_storage, configuration.storageDirectory));
+                              metadataOrFresh(m_library.storage(), configuration.storageDirectory));
 }
 
 QCoro::Task<> VMManager::loadVirtualMachines()
 {
-    const std::optional<FileManager::Version> root = m_storage.rootVersion(); // before anything is read
     QList<VMConfiguration> configurations;
     try {
-        configurations = m_storage.scanVirtualMachines();
+        configurations = m_library.readAll();
     } catch (const LocalizedError &error) {
         DiagnosticLogger::shared().log(u"Failed to load VMs: "_s + error.localizedDescription(),
                                        LogLevel::error);
         co_return;
     }
 
-    m_knownRoot = root;
-    const auto hasGuest = [this](const VirtualMachine *vm) {
-        return vm->operationInProgress() || guestState(vm->id());
-    };
     QList<VirtualMachine *> loaded;
     loaded.reserve(configurations.size());
-    for (const VMConfiguration &configuration : std::as_const(configurations)) {
+    for (VMConfiguration &configuration : configurations) {
         VirtualMachine *known = virtualMachine(configuration.id);
-        const bool stays = known && hasGuest(known) && !loaded.contains(known);
-        loaded.append(stays ? known : makeStoredMachine(configuration));
+        if (m_library.isUnsavedCopy(configuration))
+            avoidVNCPorts(loaded, configuration);
+        loaded.append(known && isInUse(*known) ? known : makeStoredMachine(configuration));
     }
     for (VirtualMachine *vm : std::as_const(m_virtualMachines))
-        if (hasGuest(vm) && !loaded.contains(vm))
+        if (isInUse(*vm) && !loaded.contains(vm))
             loaded.append(vm);
     const QList<VirtualMachine *> replaced = std::exchange(m_virtualMachines, loaded);
     Q_EMIT virtualMachinesChanged();
     for (VirtualMachine *vm : replaced)
-        if (!hasGuest(vm))
+        if (!isInUse(*vm))
             vm->deleteLater();
     DiagnosticLogger::shared().log(u"Loaded %1 virtual machine(s)"_s.arg(loaded.size()), LogLevel::info);
 }
 
 VirtualMachine *VMManager::openBundle(const QUrl &bundle)
 {
-    const QString place = placeOf(bundle);
+    const QString place = BundleLibrary::placeOf(bundle);
     for (VirtualMachine *vm : std::as_const(m_virtualMachines))
-        if (!place.isEmpty() && placeOf(vm->configuration().storageDirectory) == place)
+        if (!place.isEmpty() && BundleLibrary::placeOf(vm->configuration().storageDirectory) == place)
             return vm;
-
-    VMConfiguration configuration = m_storage.loadConfiguration(bundle);
-    if (VirtualMachine *known = virtualMachine(configuration.id)) {
-        const QUrl original = known->configuration().storageDirectory;
-        if (placeOf(original).isEmpty())
-            return known; // the folder was moved inside the root
-        throw KelvoError::internalError(tr("“%1” is a copy of the virtual machine in “%2”.")
-                                            .arg(FileUrl::path(bundle), FileUrl::path(original)));
-    }
-    configuration.storageDirectory = FileUrl::directory(FileUrl::path(bundle));
-    VirtualMachine *vm = makeStoredMachine(configuration);
-    m_virtualMachines.append(vm);
-    Q_EMIT virtualMachinesChanged();
+    const qsizetype countBefore = m_virtualMachines.size();
+    VirtualMachine *vm = takeIn(m_library.read(bundle, m_virtualMachines));
+    if (m_virtualMachines.size() > countBefore)
+        Q_EMIT virtualMachinesChanged();
     return vm;
 }
 
 void VMManager::listNewBundles()
 {
-    const std::optional<FileManager::Version> root = m_storage.rootVersion();
-    if (!root || root == m_knownRoot)
-        return;
-    QSet<QString> known;
-    for (const VirtualMachine *vm : std::as_const(m_virtualMachines)) {
-        const QUrl bundle = vm->configuration().storageDirectory;
-        if (FileUrl::deletingLastComponent(bundle) == m_storage.rootDirectory())
-            known.insert(FileUrl::lastComponent(bundle));
-    }
     const qsizetype countBefore = m_virtualMachines.size();
     try {
-        for (const VMConfiguration &configuration : m_storage.scanVirtualMachines(known))
-            if (!virtualMachine(configuration.id))
-                m_virtualMachines.append(makeStoredMachine(configuration));
+        for (const VMConfiguration &configuration : m_library.readNew(m_virtualMachines))
+            takeIn(configuration);
     } catch (const LocalizedError &) {
         return; // the list was good before
     }
-    if (hasSettled(*root))
-        m_knownRoot = root;
     if (m_virtualMachines.size() > countBefore)
         Q_EMIT virtualMachinesChanged();
 }
 
+/// Appends a machine that was found, unless it is a listed one that was moved.
+VirtualMachine *VMManager::takeIn(VMConfiguration configuration)
+{
+    if (VirtualMachine *moved = virtualMachine(configuration.id)) {
+        if (!isInUse(*moved))
+            moved->setConfiguration(stored(configuration));
+        return moved;
+    }
+    if (m_library.isUnsavedCopy(configuration))
+        avoidVNCPorts(m_virtualMachines, configuration);
+    VirtualMachine *vm = makeStoredMachine(configuration);
+    m_virtualMachines.append(vm);
+    return vm;
+}
+
 void VMManager::takeOverChanges(VirtualMachine &vm)
 {
-    if (vm.operationInProgress() || (vm.state() != VMState::poweredOff && vm.state() != VMState::error))
+    if (isInUse(vm) || (vm.state() != VMState::poweredOff && vm.state() != VMState::error))
         return;
-    const QUrl bundle = vm.configuration().storageDirectory;
     try {
-        const std::optional<FileManager::Version> version = m_storage.configurationVersion(bundle);
-        const bool isFirstLook = !m_knownDocuments.contains(vm.id());
-        if (isFirstLook || m_knownDocuments.value(vm.id()) != version) {
-            VMConfiguration configuration = stored(m_storage.loadConfiguration(bundle));
-            if (configuration.id != vm.id())
-                return;
-            configuration.storageDirectory = bundle;
-            m_knownDocuments.insert(vm.id(), version);
-            if (!isFirstLook || configuration.modifiedAt != vm.configuration().modifiedAt)
-                vm.setConfiguration(configuration);
-        }
+        if (const std::optional<VMConfiguration> changed = m_library.readChanges(vm.configuration()))
+            vm.setConfiguration(stored(*changed));
         if (m_unsavedMetadata.contains(vm.id()))
             return;
-        const VMPersistedMetadata metadata = m_storage.loadMetadata(bundle);
+        const VMPersistedMetadata metadata =
+            m_library.storage().loadMetadata(vm.configuration().storageDirectory);
         if (std::exchange(m_metadataByVMID[vm.id()], metadata) != metadata)
             vm.setInstallationState(metadata.installationState);
     } catch (const LocalizedError &) {
-        // A machine stays as it is known until its documents can be read again.
+        // A machine stays as it is known until its documents can be read again; a start or a save says why
+        // not.
     }
 }
 
@@ -216,17 +181,21 @@ QCoro::Task<VirtualMachine *> VMManager::createVirtualMachine(VMConfiguration co
     configuration.backend = recommendedBackend(configuration.guestOS);
     validateBackendAvailability(configuration);
     VMConfigurationValidator::validate(configuration);
-    avoidKnownVNCPorts(configuration);
-    m_storage.ensureRootDirectory();
+    m_library.requireFreeFolder(configuration.storageDirectory);
+    avoidVNCPorts(m_virtualMachines, configuration);
+    m_library.storage().ensureRootDirectory();
     m_diskManager.createDisk(configuration.diskURL(), configuration.diskSizeBytes);
+    if (configuration.backend == VMBackendType::appleVirtualization) {
+        (void)m_diskManager.loadOrCreateEFIVariableStore(configuration.efiVariableStoreURL());
+        (void)m_diskManager.loadOrCreateMachineIdentifier(configuration.machineIdentifierURL());
+    }
 
     VMPersistedMetadata metadata;
     metadata.installationState =
         configuration.installationMediaURL() ? VMInstallationState::ready : VMInstallationState::notStarted;
-    m_storage.save(configuration, metadata);
+    m_library.write(configuration, metadata);
 
     VirtualMachine *vm = makeVirtualMachine(configuration, metadata);
-    rememberDocument(*vm);
     m_virtualMachines.append(vm);
     Q_EMIT virtualMachinesChanged();
     const QString message =
@@ -235,41 +204,24 @@ QCoro::Task<VirtualMachine *> VMManager::createVirtualMachine(VMConfiguration co
     co_return vm;
 }
 
-void VMManager::avoidKnownVNCPorts(VMConfiguration &configuration) const
+void VMManager::avoidVNCPorts(const QList<VirtualMachine *> &machines, VMConfiguration &configuration)
 {
     constexpr qsizetype portCount = 100;
     QSet<qint64> knownPorts;
-    for (const VirtualMachine *vm : m_virtualMachines)
+    for (const VirtualMachine *vm : machines)
         if (const qint64 port = vm->configuration().vncPort; port > 5900 && port <= 5900 + portCount)
             knownPorts.insert(port);
     if (knownPorts.size() == portCount)
         return;
     while (knownPorts.contains(configuration.vncPort)) {
-        configuration.id = QUuid::createUuid();
+        configuration.id = QUuid::createUuidV5(configuration.id, u"another port"_s);
         configuration.vncPort = VMConfiguration::defaultVNCPort(configuration.id);
     }
 }
 
 void VMManager::saveConfiguration(VirtualMachine &vm)
 {
-    const std::optional<FileManager::Version> version =
-        m_storage.configurationVersion(vm.configuration().storageDirectory);
-    if (version && m_knownDocuments.value(vm.id(), version) != version) {
-        throw KelvoError::internalError(
-            tr("Another application has changed “%1”. Nothing was saved; open the "
-               "settings again to see what they are now.")
-                .arg(vm.name()));
-    }
-    std::optional<VMPersistedMetadata> metadata;
-    if (const auto found = m_metadataByVMID.constFind(vm.id()); found != m_metadataByVMID.constEnd())
-        metadata = *found;
-    m_storage.save(vm.configuration(), metadata);
-    rememberDocument(vm);
-}
-
-void VMManager::rememberDocument(const VirtualMachine &vm)
-{
-    m_knownDocuments.insert(vm.id(), m_storage.configurationVersion(vm.configuration().storageDirectory));
+    m_library.save(vm.configuration(), m_metadataByVMID.value(vm.id()));
 }
 
 void VMManager::refreshDiskUsage(VirtualMachine &vm)
@@ -312,7 +264,7 @@ void VMManager::updateMetadata(const VirtualMachine &vm,
     VMPersistedMetadata &metadata = m_metadataByVMID[vm.id()];
     change(metadata);
     m_unsavedMetadata.insert(vm.id());
-    m_storage.saveMetadata(metadata, vm.configuration());
+    m_library.saveMetadata(vm.configuration(), metadata);
     m_unsavedMetadata.remove(vm.id());
 }
 

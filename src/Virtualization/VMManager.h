@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Models/VMStorage.h"
 #include "Models/VirtualMachine.h"
 #include "Services/QEMUDependencyService.h"
 #include "Services/SystemInfoService.h"
+#include "Virtualization/BundleLibrary.h"
 #include "Virtualization/DiskManager.h"
 #include "Virtualization/VMInstaller.h"
 
@@ -59,22 +59,20 @@ public:
     /// Replaces the list with what is on disk; a failure is logged and the list stays. A machine whose guest
     /// lives stays the object that it is, wherever its bundle has gone.
     QCoro::Task<> loadVirtualMachines();
-    /// The listed machine of a bundle folder. One that lies outside the root is appended for this run, as a
-    /// machine of the place where it was found. Throws VMStorageError, PlatformError, or KelvoError for a
-    /// copy of a listed machine.
+    /// The listed machine of a bundle folder. One that lies outside the root is appended for this run. Throws
+    /// VMStorageError or PlatformError.
     VirtualMachine *openBundle(const QUrl &bundle);
-    /// Appends what another application has made in the root since it was last looked at. Where only a copy
-    /// of a listed machine is new, it waits for loadVirtualMachines().
+    /// Appends what has come into the root since it was last looked at, and notes what was moved in it.
     void listNewBundles();
     /// Takes over what another application has saved in the bundle since it was read, unless the machine is
     /// in use; what cannot be read changes nothing.
     void takeOverChanges(VirtualMachine &vm);
     /// Makes the files and appends the machine. The backend is the guest's recommended one; an identifier
     /// whose VNC port a known machine has is exchanged for one with a free port, as long as there is one.
-    /// Documents that are already in the folder are overwritten.
+    /// Throws KelvoError where there is anything in the folder already.
     QCoro::Task<VirtualMachine *> createVirtualMachine(VMConfiguration configuration);
     /// Throws KelvoError, and writes nothing, when another application has saved the machine since
-    /// takeOverChanges().
+    /// takeOverChanges(), or the folder is no longer the machine's.
     void saveConfiguration(VirtualMachine &vm);
     void refreshDiskUsage(VirtualMachine &vm);
     /// Made on first use and kept, also when the machine's backend changes later.
@@ -111,18 +109,20 @@ private:
                                               VMBackendController &backend);
     void setState(VirtualMachine *vm, VMState state);
     [[nodiscard]] std::optional<VMState> guestState(const QUuid &id) const;
+    [[nodiscard]] bool isInUse(const VirtualMachine &vm) const;
     void refuseWhileGuestLives(VirtualMachine &vm);
     void recordFailure(VirtualMachine *vm);
     void updateMetadata(const VirtualMachine &vm, const std::function<void(VMPersistedMetadata &)> &change);
     void setActive(VMBackendController *controller, const std::optional<QUuid> &id);
-    void avoidKnownVNCPorts(VMConfiguration &configuration) const;
-    void rememberDocument(const VirtualMachine &vm);
+    void requireOwnDocuments(const VirtualMachine &vm);
+    static void avoidVNCPorts(const QList<VirtualMachine *> &machines, VMConfiguration &configuration);
+    VirtualMachine *takeIn(VMConfiguration configuration);
     [[nodiscard]] static VMConfiguration stored(VMConfiguration configuration);
     [[nodiscard]] VirtualMachine *makeStoredMachine(const VMConfiguration &configuration);
     [[nodiscard]] VirtualMachine *makeVirtualMachine(const VMConfiguration &configuration,
                                                      const VMPersistedMetadata &metadata);
 
-    VMStorage m_storage;
+    BundleLibrary m_library;
     DiskManager m_diskManager;
     VMInstaller m_installer;
     QEMUDependencyService m_qemuDependencyService;
@@ -132,9 +132,6 @@ private:
     std::map<QUuid, std::unique_ptr<VMBackendController>> m_controllers;
     QHash<QUuid, VMPersistedMetadata> m_metadataByVMID;
     QSet<QUuid> m_unsavedMetadata; ///< newer in the table than on disk
-    QHash<QUuid, std::optional<FileManager::Version>>
-        m_knownDocuments; ///< those read or written since the load
-    std::optional<FileManager::Version> m_knownRoot;
     VMBackendController *m_activeController = nullptr;
     std::optional<QUuid> m_activeVMID;
 };

@@ -63,6 +63,11 @@ std::optional<VMState> VMManager::guestState(const QUuid &id) const
     return state;
 }
 
+bool VMManager::isInUse(const VirtualMachine &vm) const
+{
+    return vm.operationInProgress() || guestState(vm.id());
+}
+
 void VMManager::refuseWhileGuestLives(VirtualMachine &vm)
 {
     const std::optional<VMState> state = guestState(vm.id());
@@ -70,6 +75,15 @@ void VMManager::refuseWhileGuestLives(VirtualMachine &vm)
         return;
     setState(&vm, *state);
     throw VMStateTransitionError::invalidTransition(*state, u"start"_s);
+}
+
+/// Before the machine's other files are touched. A copy gets documents of its own.
+void VMManager::requireOwnDocuments(const VirtualMachine &vm)
+{
+    if (m_library.isUnsavedCopy(vm.configuration()))
+        m_library.save(vm.configuration(), m_metadataByVMID.value(vm.id()));
+    else
+        m_library.requireOwnDocument(vm.configuration());
 }
 
 /// Of the exception that is being handled. A guest that goes on all the same stays at hand.
@@ -93,6 +107,7 @@ QCoro::Task<> VMManager::start(VirtualMachine *vm, std::optional<QUrl> attachISO
     if (vm->installationState() != VMInstallationState::completed && attachISO)
         throw KelvoError::configurationInvalid(u"Use Install to boot from installation media."_s);
     validateBackendAvailability(vm->configuration());
+    requireOwnDocuments(*vm);
 
     const QPointer<VMManager> self(this);
     const QPointer<VirtualMachine> machine(vm);
@@ -170,6 +185,7 @@ QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUr
     if (vm->installationState() == VMInstallationState::completed)
         throw KelvoError::configurationInvalid(u"This virtual machine is already installed."_s);
     validateBackendAvailability(vm->configuration());
+    requireOwnDocuments(*vm);
 
     const QPointer<VMManager> self(this);
     const QPointer<VirtualMachine> machine(vm);

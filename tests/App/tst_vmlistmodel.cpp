@@ -31,7 +31,6 @@ private Q_SLOTS:
     void sectionsAddAndTakeRows();
     void reloadKeepsRowsAndReplacesMachines();
     void reloadMovesARenamedMachine();
-    void copiedBundlesAreBothListed();
     void sourceMayGo();
 
 private:
@@ -122,18 +121,6 @@ void VMListModelTest::reloadMovesARenamedMachine()
     const QString changes = takeChanges();
     QVERIFY2(changes.contains(u'>') && !changes.contains(u'+') && !changes.contains(u'!'),
              qPrintable(changes));
-}
-
-void VMListModelTest::copiedBundlesAreBothListed()
-{
-    m_stage->host.write(u"Virtual Machines/copy.vm/config.json"_s,
-                        m_stage->host.read(u"Virtual Machines/a.vm/config.json"_s));
-    for (int time = 0; time < 2; ++time) {
-        m_stage->state->load();
-        QCOMPARE(m_model->count(), 5);
-        QCOMPARE(m_model->machineAt(0)->id(), m_model->machineAt(1)->id());
-        QCOMPARE(m_model->rowOf(m_model->machineAt(1)), 1);
-    }
 }
 
 void VMListModelTest::sourceMayGo()

@@ -388,10 +388,6 @@
         <source>Linux VMs use Apple Virtualization. Install QEMU only if you plan to run Windows.</source>
         <translation>Linux läuft mit Apple Virtualization. QEMU muss nur für Windows installiert werden.</translation>
     </message>
-    <message>
-        <source>“%1” already exists. Choose another name or storage location.</source>
-        <translation>„%1“ gibt es schon. Bitte einen anderen Namen oder Speicherort wählen.</translation>
-    </message>
 </context>
 <context>
     <name>CreateVMNameStep</name>
@@ -836,17 +832,6 @@
     <message>
         <source>Installed</source>
         <translation>Installiert</translation>
-    </message>
-</context>
-<context>
-    <name>VMManager</name>
-    <message>
-        <source>“%1” is a copy of the virtual machine in “%2”.</source>
-        <translation>„%1“ ist eine Kopie der virtuellen Maschine in „%2“.</translation>
-    </message>
-    <message>
-        <source>Another application has changed “%1”. Nothing was saved; open the settings again to see what they are now.</source>
-        <translation>Ein anderes Programm hat „%1“ geändert. Es wurde nichts gespeichert; nach erneutem Öffnen der Einstellungen steht da, wie sie jetzt sind.</translation>
     </message>
 </context>
 <context>
