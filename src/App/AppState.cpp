@@ -24,8 +24,6 @@ AppState::AppState(std::unique_ptr<VMManager> vmManager, QObject *parent)
     : QObject(parent)
     , m_vmManager(std::move(vmManager))
 {
-    m_stateRefreshTimer.setInterval(stateRefreshInterval);
-    m_stateRefreshTimer.callOnTimeout(m_vmManager.get(), &VMManager::refreshStates);
     connect(m_vmManager.get(), &VMManager::virtualMachinesChanged, this, &AppState::followMachines);
     connect(m_vmManager.get(), &VMManager::machineStateChanged, this, &AppState::followMachines);
     followMachines();
@@ -35,7 +33,6 @@ AppState::~AppState()
 {
     // A manager that goes ends what it is still doing, and that changes its machines.
     disconnect(m_vmManager.get(), nullptr, this, nullptr);
-    m_stateRefreshTimer.stop();
     m_vmManager.reset();
 }
 
@@ -235,11 +232,6 @@ QCoro::Task<> AppState::operation(VirtualMachine *vm, VMCommand command)
 
 void AppState::followMachines()
 {
-    const bool anyRuns = std::ranges::any_of(m_vmManager->virtualMachines(), runsOrIsPaused);
-    if (anyRuns && !m_stateRefreshTimer.isActive())
-        m_stateRefreshTimer.start();
-    else if (!anyRuns)
-        m_stateRefreshTimer.stop();
     const bool atWork = std::ranges::any_of(m_vmManager->virtualMachines(), isAtWork);
     if (std::exchange(m_isMachineAtWork, atWork) != atWork)
         Q_EMIT machineAtWorkChanged(atWork);

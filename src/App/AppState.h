@@ -9,7 +9,6 @@
 #include <QCoroTask>
 #include <QObject>
 #include <QPointer>
-#include <QTimer>
 #include <QUrl>
 
 #include <memory>
@@ -35,8 +34,6 @@ class AppState : public QObject
     Q_PROPERTY(VMManager *vmManager READ vmManager CONSTANT)
 
 public:
-    static constexpr std::chrono::milliseconds stateRefreshInterval{1000};
-
     explicit AppState(std::unique_ptr<VMManager> vmManager, QObject *parent = nullptr);
     ~AppState() override;
 
@@ -133,7 +130,6 @@ private:
     bool m_isLoaded = false;
     bool m_isMachineAtWork = false;
 
-    QTimer m_stateRefreshTimer;
     QPointer<VirtualMachine> m_notifiedVM;
     DetailContent m_notifiedDetailContent = DetailContent::MachineList;
     QList<VirtualMachine *> m_notifiedList; ///< compared, never followed

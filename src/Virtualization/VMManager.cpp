@@ -238,8 +238,11 @@ void VMManager::refreshDiskUsage(VirtualMachine &vm)
 VMBackendController &VMManager::controller(const VirtualMachine &vm)
 {
     std::unique_ptr<VMBackendController> &controller = m_controllers[vm.id()];
-    if (!controller)
+    if (!controller) {
         controller = m_makeController(vm.configuration().backend);
+        controller->onUnaskedChange(
+            [this, id = vm.id()](const QString &reason) { noteUnaskedChange(id, reason); });
+    }
     return *controller;
 }
 

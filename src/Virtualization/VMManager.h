@@ -90,8 +90,6 @@ public:
     /// `isoURL` goes before the configuration's own image.
     QCoro::Task<> beginInstallation(VirtualMachine *vm, std::optional<QUrl> isoURL = std::nullopt);
     void completeInstallation(VirtualMachine &vm);
-    /// Takes over what controllers changed on their own since they were last read.
-    void refreshStates();
 
 Q_SIGNALS:
     void virtualMachinesChanged();
@@ -109,6 +107,7 @@ private:
                                               VMBackendController &backend);
     void setState(VirtualMachine *vm, VMState state);
     [[nodiscard]] std::optional<VMState> guestState(const QUuid &id) const;
+    void noteUnaskedChange(const QUuid &id, const QString &reason);
     [[nodiscard]] bool isInUse(const VirtualMachine &vm) const;
     void refuseWhileGuestLives(VirtualMachine &vm);
     void recordFailure(VirtualMachine *vm);

@@ -171,8 +171,14 @@ QCoro::Task<> VMManager::performOnController(VirtualMachine *vm, ControllerOpera
     const QPointer<VirtualMachine> machine(vm);
     const Operation mark(vm);
     VMBackendController &backend = controller(*vm);
-    const QCoro::Task<> task = (backend.*operation)();
-    co_await task;
+    try {
+        const QCoro::Task<> task = (backend.*operation)();
+        co_await task;
+    } catch (...) {
+        if (self && machine)
+            setState(machine, backend.state()); // the guest may have ended
+        throw;
+    }
     if (self && machine)
         setState(machine, backend.state());
 }
@@ -243,14 +249,14 @@ void VMManager::completeInstallation(VirtualMachine &vm)
     DiagnosticLogger::shared().log(u"Marked installation complete for "_s + vm.name(), LogLevel::info);
 }
 
-void VMManager::refreshStates()
+void VMManager::noteUnaskedChange(const QUuid &id, const QString &reason)
 {
-    for (VirtualMachine *vm : std::as_const(m_virtualMachines)) {
-        const auto found = m_controllers.find(vm->id());
-        if (vm->operationInProgress() || found == m_controllers.end())
-            continue;
-        const bool mayHaveEnded = vm->state() == VMState::running || vm->state() == VMState::paused;
-        if (mayHaveEnded || guestState(vm->id()))
-            setState(vm, found->second->state());
-    }
+    VirtualMachine *vm = virtualMachine(id);
+    const auto found = m_controllers.find(id);
+    if (!vm || found == m_controllers.end())
+        return;
+    if (!reason.isEmpty())
+        vm->setLastError(reason);
+    if (!vm->operationInProgress()) // whose end reads the state
+        setState(vm, found->second->state());
 }

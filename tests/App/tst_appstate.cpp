@@ -18,7 +18,6 @@ private Q_SLOTS:
     void settingsShowTheSelectedMachineElseTheApplication();
     void failedCommandsLeaveTheLatestText();
     void consoleIsAskedForOnlyOnceInstallationBegan();
-    void guestThatEndedByItselfIsSeen();
     void stateMayGoWhileACommandWaits();
 
 private:
@@ -150,14 +149,6 @@ void AppStateTest::consoleIsAskedForOnlyOnceInstallationBegan()
     m_state->perform(m_vm, VMCommand::Start);
     QTRY_COMPARE(m_vm->state(), VMState::running);
     QCOMPARE(requests.count(), 1);
-}
-
-void AppStateTest::guestThatEndedByItselfIsSeen()
-{
-    m_state->perform(m_vm, VMCommand::Start);
-    QTRY_COMPARE(m_vm->state(), VMState::running);
-    m_stage->controllerOf(m_vm)->currentState = VMState::poweredOff;
-    QTRY_COMPARE(m_vm->state(), VMState::poweredOff);
 }
 
 void AppStateTest::stateMayGoWhileACommandWaits()

@@ -220,8 +220,24 @@ void VMManagerTest::startRecordsTheBoot()
     QCOMPARE(vm->state(), VMState::paused);
     finish(m_manager->resume(vm));
     QCOMPARE(vm->state(), VMState::running);
-    controllerOf(vm)->currentState = VMState::poweredOff; // the guest has ended by itself
-    m_manager->refreshStates();
+    controllerOf(vm)->change(VMState::poweredOff); // the guest has ended by itself
+    QCOMPARE(vm->state(), VMState::poweredOff);
+    QVERIFY(!vm->lastError());
+    finish(m_manager->start(vm));
+    controllerOf(vm)->change(VMState::error, u"It crashed."_s);
+    QCOMPARE(vm->state(), VMState::error);
+    QCOMPARE(vm->lastError(), u"It crashed."_s);
+    finish(m_manager->start(vm));
+    QVERIFY(!vm->lastError());
+    // It ends while it is being paused, which fails then.
+    FakeController *controller = controllerOf(vm);
+    controller->holdsOperations = true;
+    controller->failingCall = u"pause"_s;
+    auto pause = m_manager->pause(vm);
+    controller->change(VMState::poweredOff);
+    QCOMPARE(vm->state(), VMState::running);
+    controller->release();
+    QVERIFY(!errorTextOf([&] { finish(std::move(pause)); }).isEmpty());
     QCOMPARE(vm->state(), VMState::poweredOff);
 }
 
@@ -305,7 +321,7 @@ void VMManagerTest::startsNeverTouchALivingGuest()
         QCOMPARE(errorTextOf([&] { finish(m_manager->start(vm)); }), refusal);
         QCOMPARE(vm->state(), state);
         vm->setState(VMState::error);
-        m_manager->refreshStates();
+        controller->change(state);
         QCOMPARE(vm->state(), state);
     }
     QCOMPARE(vm->installationState(), VMInstallationState::inProgress);

@@ -184,6 +184,8 @@ void TestQEMUGuest::startsAgainAfterAKilledEmulator()
         const Machine machine(u"Killed, perhaps alone"_s);
         const ProcessCensus before = ProcessCensus::take();
         auto controller = makeController();
+        QStringList told;
+        controller->onUnaskedChange([&told](const QString &reason) { told.append(reason); });
         QVERIFY2(machine.start(*controller).isNull(), qPrintable(log()));
         const pid_t process = machine.process();
         if (isAlone)
@@ -195,6 +197,7 @@ void TestQEMUGuest::startsAgainAfterAKilledEmulator()
         } else {
             QTRY_COMPARE(controller->state(), VMState::poweredOff);
             QVERIFY(!machine.hasSockets());
+            QCOMPARE(told, QStringList(u"The emulator was killed by signal 9."_s));
         }
         QVERIFY2(machine.start(*controller).isNull(), qPrintable(log()));
         QCOMPARE(QCoro::waitFor(outcomeOf(controller->stop())), QString());

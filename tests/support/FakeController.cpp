@@ -19,6 +19,12 @@ void FakeController::release()
     m_gate->open();
 }
 
+void FakeController::change(VMState state, const QString &reason)
+{
+    currentState = state;
+    tellOfUnaskedChange(reason);
+}
+
 void FakeController::Gate::open()
 {
     if (const auto coroutine = std::exchange(waiting, {}))

@@ -23,6 +23,8 @@ public:
     ~FakeController() override;
 
     void release();
+    /// As when a guest changes its state by itself.
+    void change(VMState state, const QString &reason = {});
 
     [[nodiscard]] VMState state() const override { return currentState; }
     [[nodiscard]] VMBackendType backendType() const override { return VMBackendType::qemuHVF; }

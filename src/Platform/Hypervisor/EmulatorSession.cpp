@@ -1,5 +1,6 @@
 #include "Platform/Hypervisor/EmulatorSession.h"
 
+#include "Platform/EmulatorEnd.h"
 #include "Platform/FileUrl.h"
 #include "Platform/Hypervisor/EmulatorCommandLine.h"
 #include "Platform/Hypervisor/VZError.h"
@@ -243,13 +244,7 @@ QString EmulatorSession::endDescription() const
     if (!m_guestError.isEmpty())
         return m_guestError;
     const std::optional<ChildExit> exit = m_process.exit();
-    if (exit && exit->kind == ChildExit::Kind::exited && exit->value == 0)
-        return u"The emulator was ended from outside."_s;
-    if (!m_lastLine.isEmpty())
-        return m_lastLine;
     if (!exit || m_isKilled)
-        return u"The emulator does not answer."_s;
-    return (exit->kind == ChildExit::Kind::signalled ? u"The emulator was killed by signal %1."_s
-                                                     : u"The emulator ended with exit status %1."_s)
-        .arg(exit->value);
+        return m_lastLine.isEmpty() ? u"The emulator does not answer."_s : m_lastLine;
+    return EmulatorEnd::reason(*exit, m_lastLine).value_or(u"The emulator was ended from outside."_s);
 }

@@ -219,6 +219,7 @@ void AppleVirtualizationController::guestDidStop(VZVirtualMachine &)
     const auto note = [this] {
         m_stateMachine.forceSet(VMState::poweredOff);
         log(u"Guest stopped"_s);
+        tellOfUnaskedChange();
     };
     QMetaObject::invokeMethod(this, note, Qt::QueuedConnection);
 }
@@ -228,6 +229,7 @@ void AppleVirtualizationController::virtualMachineDidStopWithError(VZVirtualMach
     const auto note = [this, description = error.localizedDescription()] {
         m_stateMachine.forceSet(VMState::error);
         log(u"VM stopped with error: "_s + description, LogLevel::error);
+        tellOfUnaskedChange(description);
     };
     QMetaObject::invokeMethod(this, note, Qt::QueuedConnection);
 }

@@ -42,7 +42,14 @@ QEMUBackendController::QEMUBackendController(const QEMUDependencyService &depend
     , m_fileManager(&fileManager)
     , m_timeouts(timeouts)
     , m_guest(std::make_shared<QEMUGuest>(timeouts))
-{}
+{
+    m_guest->onUnaskedChange([this](const QString &reason) { tellOfUnaskedChange(reason); });
+}
+
+QEMUBackendController::~QEMUBackendController()
+{
+    m_guest->onUnaskedChange({});
+}
 
 VMState QEMUBackendController::state() const
 {

@@ -15,6 +15,8 @@ public:
     QEMUBackendController(const QEMUDependencyService &dependencyService, FileManager &fileManager,
                           const QEMUTimeouts &timeouts);
 
+    ~QEMUBackendController() override;
+
     [[nodiscard]] VMState state() const override;
     [[nodiscard]] VMBackendType backendType() const override { return VMBackendType::qemuHVF; }
     [[nodiscard]] VMDisplayKind displayKind() const override { return VMDisplayKind::vnc; }

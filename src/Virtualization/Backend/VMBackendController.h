@@ -5,6 +5,8 @@
 
 #include <QCoroTask>
 
+#include <functional>
+
 class VZVirtualMachine;
 
 enum class VMBuildMode
@@ -21,8 +23,8 @@ enum class VMDisplayKind
 
 /// One virtual machine on one backend. A call that finds the controller busy fails with
 /// KelvoError::operationInProgress, one that does not fit the state with VMStateTransitionError. The state
-/// may also change unasked (the guest shut down, its process ended). Main thread only; operations suspend
-/// there.
+/// may also change unasked (the guest shut down, its process ended), which is told. Main thread only;
+/// operations suspend there.
 class VMBackendController
 {
 public:
@@ -49,4 +51,19 @@ public:
     [[nodiscard]] virtual QCoro::Task<> pause() = 0;
     [[nodiscard]] virtual QCoro::Task<> resume() = 0;
     virtual void resetStateMachine(VMState to) = 0;
+
+    /// `reason`: why the guest did not end in order; empty where it did.
+    using ChangeHandler = std::function<void(const QString &reason)>;
+    /// Called from the event loop after each change of the state that no operation has asked for.
+    void onUnaskedChange(ChangeHandler handler) { m_changeHandler = std::move(handler); }
+
+protected:
+    void tellOfUnaskedChange(const QString &reason = {}) const
+    {
+        if (m_changeHandler)
+            m_changeHandler(reason);
+    }
+
+private:
+    ChangeHandler m_changeHandler;
 };

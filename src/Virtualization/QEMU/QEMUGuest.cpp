@@ -250,8 +250,12 @@ QCoro::Task<> QEMUGuest::handleProcessExit(quint64 launch)
     if (launch != m_launch)
         co_return;
     cleanupSockets();
-    if (state() != VMState::stopping && state() != VMState::poweredOff)
-        m_stateMachine.forceSet(VMState::poweredOff);
+    if (state() == VMState::stopping || state() == VMState::poweredOff)
+        co_return;
+    const bool wasUp = state() == VMState::running || state() == VMState::paused;
+    m_stateMachine.forceSet(VMState::poweredOff);
+    if (wasUp && m_changeHandler)
+        m_changeHandler(m_qemu.endReason().value_or(QString()));
 }
 
 void QEMUGuest::cleanupSockets()

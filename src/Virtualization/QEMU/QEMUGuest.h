@@ -40,6 +40,11 @@ public:
     void resetStateMachine(VMState to) { m_stateMachine.forceSet(to); }
     [[nodiscard]] const std::optional<QEMULaunchPlan> &plan() const { return m_plan; }
     void setPlan(const QEMULaunchPlan &plan) { m_plan = plan; }
+    /// Called after the end of a guest that nobody has stopped, with the reason where it was not in order.
+    void onUnaskedChange(std::function<void(const QString &reason)> handler)
+    {
+        m_changeHandler = std::move(handler);
+    }
 
     [[nodiscard]] QCoro::Task<> start();
     [[nodiscard]] QCoro::Task<> stop();
@@ -75,4 +80,5 @@ private:
     QEMUProcessRunner m_qemu;
     quint64 m_launch = 0; ///< counts the starts, so that the end of an earlier process is told apart
     std::optional<quint64> m_exitToHandle;
+    std::function<void(const QString &reason)> m_changeHandler;
 };

@@ -1,10 +1,18 @@
 #include "Virtualization/QEMU/QEMUProcessRunner.h"
 
 #include "Platform/ChildProcess.h"
+#include "Platform/EmulatorEnd.h"
 #include "Platform/FileUrl.h"
 #include "Services/DiagnosticLogger.h"
 
 using namespace Qt::StringLiterals;
+
+/// What the last process has left.
+struct QEMUProcessRunner::End
+{
+    QString lastLine;
+    std::optional<ChildExit> exit;
+};
 
 QEMUProcessRunner::QEMUProcessRunner(std::chrono::milliseconds grace)
     : m_grace(grace)
@@ -33,6 +41,12 @@ QCoro::Task<> QEMUProcessRunner::start(QUrl qemuBinary, QStringList arguments, Q
     };
     const auto process = std::make_shared<ChildProcess>(options);
     ChildSupervision::logStandardError(*process, name);
+    const auto left = std::make_shared<End>();
+    m_end = left;
+    QObject::connect(process.get(), &ChildProcess::standardErrorLine, process.get(),
+                     [left](const QString &line) { left->lastLine = line; });
+    QObject::connect(process.get(), &ChildProcess::exited, process.get(),
+                     [left](const ChildExit &exit) { left->exit = exit; });
     if (const TerminationHandler handler = m_terminationHandler) {
         QObject::connect(process.get(), &ChildProcess::exited, process.get(),
                          [handler](const ChildExit &exit) { handler(exit.value); });
@@ -64,6 +78,11 @@ QCoro::Task<> QEMUProcessRunner::forceStop()
 bool QEMUProcessRunner::isRunning() const
 {
     return m_process && m_process->isRunning();
+}
+
+std::optional<QString> QEMUProcessRunner::endReason() const
+{
+    return m_end && m_end->exit ? EmulatorEnd::reason(*m_end->exit, m_end->lastLine) : std::nullopt;
 }
 
 QCoro::Task<bool> QEMUProcessRunner::waitForExit(std::chrono::milliseconds timeout)

@@ -30,13 +30,18 @@ public:
     /// Kills and waits.
     [[nodiscard]] QCoro::Task<> forceStop();
     [[nodiscard]] bool isRunning() const;
+    /// Of the last process, see EmulatorEnd; nothing while it runs.
+    [[nodiscard]] std::optional<QString> endReason() const;
     /// True when no process runs (any more), false when the time is over.
     [[nodiscard]] QCoro::Task<bool> waitForExit(std::chrono::milliseconds timeout);
 
 private:
+    struct End;
+
     void forget(const std::shared_ptr<ChildProcess> &process);
 
     std::chrono::milliseconds m_grace;
     TerminationHandler m_terminationHandler;
     std::shared_ptr<ChildProcess> m_process;
+    std::shared_ptr<End> m_end;
 };

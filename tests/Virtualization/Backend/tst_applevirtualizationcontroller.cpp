@@ -176,6 +176,8 @@ void AppleVirtualizationControllerTest::operationsNeverOverlap()
 void AppleVirtualizationControllerTest::followsAGuestThatEndsUnasked()
 {
     const auto controller = makeController();
+    QStringList told;
+    controller->onUnaskedChange([&told](const QString &reason) { told.append(reason); });
     for (const bool isError : {false, true}) {
         controller->configure(VZVirtualMachineConfiguration());
         QCOMPARE(perform(*controller, u"start"_s), QString());
@@ -189,6 +191,7 @@ void AppleVirtualizationControllerTest::followsAGuestThatEndsUnasked()
         QVERIFY(DiagnosticLogger::shared().formattedLog().endsWith(isError ? u"VM stopped with error: Why."_s
                                                                            : u"Guest stopped"_s));
     }
+    QCOMPARE(told, QStringList({QString(), u"Why."_s}));
 }
 
 void AppleVirtualizationControllerTest::startsUnconfiguredMachinesNever()

@@ -1,0 +1,20 @@
+#include "Platform/EmulatorEnd.h"
+
+#include <csignal>
+
+using namespace Qt::StringLiterals;
+
+std::optional<QString> EmulatorEnd::reason(const ChildExit &exit, const QString &lastLine)
+{
+    if (exit == ChildExit{ChildExit::Kind::exited, 0}) {
+        if (lastLine.contains("terminating on signal"_L1))
+            return u"The emulator was ended from outside."_s;
+        return std::nullopt;
+    }
+    const bool isKilled = exit == ChildExit{ChildExit::Kind::signalled, SIGKILL}; // whatever it said before
+    if (!lastLine.isEmpty() && !isKilled)
+        return lastLine;
+    return (exit.kind == ChildExit::Kind::signalled ? u"The emulator was killed by signal %1."_s
+                                                    : u"The emulator ended with exit status %1."_s)
+        .arg(exit.value);
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "Platform/ChildProcess.h"
+
+/// Why an emulator ended, told by what it left behind.
+namespace EmulatorEnd {
+
+/// Its last words on standard error, or how it ended where it had none; nothing where it ended in order, as
+/// it does when its guest powers itself off.
+[[nodiscard]] std::optional<QString> reason(const ChildExit &exit, const QString &lastLine);
+
+} // namespace EmulatorEnd
