@@ -36,6 +36,7 @@ VMPresentation presentationOf(const VirtualMachine &vm)
     shown.diskText = VMPresenter::tr("%1 GB disk").arg(configuration.diskSizeGB());
     if (const std::optional<quint64> bytes = vm.actualDiskUsageBytes())
         shown.hostUsageText = VMPresenter::tr("Host usage: %1").arg(ByteCount::fileStyle(*bytes));
+    shown.errorText = vm.lastError().value_or(QString());
     if (installation != VMInstallationState::completed)
         shown.installationText = localizedName(installation);
     shown.backendText = displayName(configuration.backend);
@@ -92,6 +93,7 @@ void VMPresenter::setVM(VirtualMachine *vm)
         connect(m_vm, &VirtualMachine::stateChanged, this, &VMPresenter::update);
         connect(m_vm, &VirtualMachine::installationStateChanged, this, &VMPresenter::update);
         connect(m_vm, &VirtualMachine::actualDiskUsageBytesChanged, this, &VMPresenter::update);
+        connect(m_vm, &VirtualMachine::lastErrorChanged, this, &VMPresenter::update);
         connect(m_vm, &VirtualMachine::operationInProgressChanged, this, &VMPresenter::update);
         connect(m_vm, &QObject::destroyed, this, &VMPresenter::update);
     }

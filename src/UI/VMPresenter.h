@@ -19,6 +19,7 @@ struct VMPresentation
     Q_PROPERTY(QString memoryText MEMBER memoryText)
     Q_PROPERTY(QString diskText MEMBER diskText)
     Q_PROPERTY(QString hostUsageText MEMBER hostUsageText)
+    Q_PROPERTY(QString errorText MEMBER errorText)
     Q_PROPERTY(QString installationText MEMBER installationText)
     Q_PROPERTY(QString backendText MEMBER backendText)
     Q_PROPERTY(QString backendSymbol MEMBER backendSymbol)
@@ -43,6 +44,7 @@ public:
     QString memoryText;
     QString diskText;
     QString hostUsageText;    ///< empty until the disk image was measured
+    QString errorText;        ///< why the last operation failed or the guest ended; empty otherwise
     QString installationText; ///< empty once the installation is completed
     QString backendText;
     QString backendSymbol;

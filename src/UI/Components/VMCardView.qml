@@ -155,11 +155,13 @@ Item {
         Text {
             width: parent.width
             visible: text !== ""
-            text: presenter.shown.hostUsageText
+            text: presenter.shown.errorText || presenter.shown.hostUsageText
             horizontalAlignment: Text.AlignLeft
             textFormat: Text.PlainText
             font.pixelSize: Theme.caption
-            color: Theme.secondaryText
+            color: presenter.shown.errorText !== "" ? Theme.redTone : Theme.secondaryText
+            wrapMode: Text.Wrap
+            maximumLineCount: presenter.shown.installationText === "" ? 2 : 1 // what the card has room for
             elide: Text.ElideRight
             Accessible.role: Accessible.StaticText
             Accessible.name: text
