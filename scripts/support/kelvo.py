@@ -79,13 +79,13 @@ class Kelvo(Application):
             return picture if time.monotonic() - last[1] > seconds else None
         return wait_until(look, timeout, "the guest's screen to stand still")
 
-    def dismiss_error(self, message):
-        """Answers the main window's alert, which must say just that."""
-        main = self.window(MACHINES)
-        alert = main.find("Kelvo", "dialog")
+    def dismiss_error(self, title, message):
+        """Answers a window's alert, which must say just that."""
+        window = self.window(title)
+        alert = window.find("Kelvo", "dialog")
         alert.find(message)
         alert.find("OK", "push button").press()
-        main.wait_gone("Kelvo", "dialog")
+        window.wait_gone("Kelvo", "dialog")
 
     def stop(self, name):
         """Presses the console's Stop and waits until the machine is off."""

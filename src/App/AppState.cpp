@@ -146,7 +146,7 @@ void AppState::showSettings(VirtualMachine *vm)
 
 void AppState::perform(VirtualMachine *vm, VMCommand command)
 {
-    QCoro::connect(run(vm, command, AfterSuccess::nothing), this, [] {});
+    QCoro::connect(run(vm, command, Asker::mainWindow), this, [] {});
 }
 
 void AppState::performOnSelectedVM(VMCommand command)
@@ -157,16 +157,39 @@ void AppState::performOnSelectedVM(VMCommand command)
 
 void AppState::installAndShowConsole(VirtualMachine *vm)
 {
-    QCoro::connect(run(vm, VMCommand::Install, AfterSuccess::showConsole), this, [] {});
+    QCoro::connect(run(vm, VMCommand::Install, Asker::mainWindowForConsole), this, [] {});
 }
 
 void AppState::finishInstallation(VirtualMachine *vm)
 {
+    complete(vm, Asker::mainWindow);
+}
+
+void AppState::performInConsole(VirtualMachine *vm, VMCommand command)
+{
+    QCoro::connect(run(vm, command, Asker::console), this, [] {});
+}
+
+void AppState::finishInstallationInConsole(VirtualMachine *vm)
+{
+    complete(vm, Asker::console);
+}
+
+void AppState::complete(VirtualMachine *vm, Asker asker)
+{
     try {
         m_vmManager->completeInstallation(*vm);
     } catch (const LocalizedError &error) {
-        setErrorMessage(error.localizedDescription());
+        tellOfFailure(vm, error.localizedDescription(), asker);
     }
+}
+
+void AppState::tellOfFailure(VirtualMachine *vm, const QString &message, Asker asker)
+{
+    if (asker != Asker::console)
+        setErrorMessage(message);
+    else if (vm && (vm->state() != VMState::error || vm->lastError() != message))
+        Q_EMIT consoleFailed(vm, message);
 }
 
 void AppState::showConsole(VirtualMachine *vm)
@@ -195,7 +218,7 @@ void AppState::confirmQuit()
     Q_EMIT quitConfirmed();
 }
 
-QCoro::Task<> AppState::run(QPointer<VirtualMachine> vm, VMCommand command, AfterSuccess afterSuccess)
+QCoro::Task<> AppState::run(QPointer<VirtualMachine> vm, VMCommand command, Asker asker)
 {
     const QPointer<AppState> self(this);
     QString failure;
@@ -208,8 +231,8 @@ QCoro::Task<> AppState::run(QPointer<VirtualMachine> vm, VMCommand command, Afte
     if (!self)
         co_return;
     if (!failure.isEmpty())
-        setErrorMessage(failure);
-    else if (afterSuccess == AfterSuccess::showConsole && vm)
+        tellOfFailure(vm, failure, asker);
+    else if (asker == Asker::mainWindowForConsole && vm)
         showConsole(vm);
 }
 

@@ -80,6 +80,9 @@ public:
     /// Asks for the console once the installation has begun.
     Q_INVOKABLE void installAndShowConsole(VirtualMachine *vm);
     Q_INVOKABLE void finishInstallation(VirtualMachine *vm);
+    /// The same from the machine's console, where a failure is told, too: consoleFailed().
+    Q_INVOKABLE void performInConsole(VirtualMachine *vm, VMCommandEnum::VMCommand command);
+    Q_INVOKABLE void finishInstallationInConsole(VirtualMachine *vm);
     Q_INVOKABLE void showConsole(VirtualMachine *vm);
     /// What quitting leaves behind, for people; empty where no machine runs, is paused, starts or stops.
     Q_INVOKABLE [[nodiscard]] QString quitNotice() const;
@@ -104,16 +107,21 @@ Q_SIGNALS:
     void loaded();
     /// Each time somebody asks for the machine's console window, also when it is open already.
     void consoleRequested(const QUuid &id);
+    /// Not where the console shows it anyway, as the reason of a failed machine.
+    void consoleFailed(VirtualMachine *vm, const QString &message);
 
 private:
-    enum class AfterSuccess
+    /// Who asked, and so is told of a failure.
+    enum class Asker
     {
-        nothing,
-        showConsole
+        mainWindow,
+        mainWindowForConsole, ///< which opens after success
+        console
     };
 
-    [[nodiscard]] QCoro::Task<> run(QPointer<VirtualMachine> vm, VMCommand command,
-                                    AfterSuccess afterSuccess);
+    [[nodiscard]] QCoro::Task<> run(QPointer<VirtualMachine> vm, VMCommand command, Asker asker);
+    void complete(VirtualMachine *vm, Asker asker);
+    void tellOfFailure(VirtualMachine *vm, const QString &message, Asker asker);
     [[nodiscard]] QCoro::Task<> operation(VirtualMachine *vm, VMCommand command);
     void followMachines();
     void updateDerivedState();

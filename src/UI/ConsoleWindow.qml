@@ -8,6 +8,8 @@ T.ApplicationWindow {
     id: root
 
     property bool asksToQuit: false
+    /// What failed in here; empty when nothing has.
+    property string errorMessage: ""
     property VirtualMachine vm: null
 
     title: vm ? vm.name : qsTr("VM Console")
@@ -40,7 +42,7 @@ T.ApplicationWindow {
         onActivated: root.toggleFullScreen()
     }
     Shortcut {
-        enabled: root.isFullScreen && !root.asksToQuit
+        enabled: root.isFullScreen && !root.asksToQuit && root.errorMessage === ""
         sequence: "Esc"
         onActivated: root.toggleFullScreen()
     }
@@ -53,6 +55,22 @@ T.ApplicationWindow {
     }
 
     HintToolTip {}
+
+    Connections {
+        target: AppState
+
+        function onConsoleFailed(vm: VirtualMachine, message: string): void {
+            if (vm === root.vm)
+                root.errorMessage = message;
+        }
+    }
+
+    Alert {
+        title: "Kelvo"
+        message: root.errorMessage
+        visible: root.errorMessage !== ""
+        onClosed: root.errorMessage = ""
+    }
 
     SheetLoader {
         sheet: "QuitAlert.qml"

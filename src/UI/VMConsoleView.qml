@@ -58,7 +58,7 @@ Item {
                 prominent: true
                 visible: presenter.shown.showsInstall
                 text: qsTr("Install")
-                onClicked: AppState.perform(root.vm, VMCommand.Install)
+                onClicked: AppState.performInConsole(root.vm, VMCommand.Install)
             }
             PushButton {
                 small: true
@@ -66,7 +66,7 @@ Item {
                 enabled: presenter.shown.startEnabled
                 disabledReason: presenter.shown.startHint
                 text: qsTr("Start")
-                onClicked: AppState.perform(root.vm, VMCommand.Start)
+                onClicked: AppState.performInConsole(root.vm, VMCommand.Start)
             }
             PushButton {
                 small: true
@@ -74,7 +74,7 @@ Item {
                 enabled: presenter.shown.pauseEnabled
                 disabledReason: presenter.shown.pauseHint
                 text: qsTr("Pause")
-                onClicked: AppState.perform(root.vm, VMCommand.Pause)
+                onClicked: AppState.performInConsole(root.vm, VMCommand.Pause)
             }
             PushButton {
                 small: true
@@ -82,7 +82,7 @@ Item {
                 enabled: presenter.shown.resumeEnabled
                 disabledReason: presenter.shown.resumeHint
                 text: qsTr("Resume")
-                onClicked: AppState.perform(root.vm, VMCommand.Resume)
+                onClicked: AppState.performInConsole(root.vm, VMCommand.Resume)
             }
             PushButton {
                 small: true
@@ -90,7 +90,7 @@ Item {
                 enabled: presenter.shown.stopEnabled
                 disabledReason: presenter.shown.stopHint
                 text: qsTr("Stop")
-                onClicked: AppState.perform(root.vm, VMCommand.Stop)
+                onClicked: AppState.performInConsole(root.vm, VMCommand.Stop)
             }
             Item {
                 width: 13
@@ -203,18 +203,18 @@ Item {
             visible: consolePresenter.offersInstall
             prominent: true
             text: qsTr("Install Windows")
-            onClicked: AppState.perform(root.vm, VMCommand.Install)
+            onClicked: AppState.performInConsole(root.vm, VMCommand.Install)
         }
         PushButton {
             visible: consolePresenter.offersStart
             prominent: true
             text: qsTr("Start")
-            onClicked: AppState.perform(root.vm, VMCommand.Start)
+            onClicked: AppState.performInConsole(root.vm, VMCommand.Start)
         }
         PushButton {
             visible: consolePresenter.offersFinishInstall
             text: qsTr("Finish Install")
-            onClicked: AppState.finishInstallation(root.vm)
+            onClicked: AppState.finishInstallationInConsole(root.vm)
         }
         PushButton {
             visible: consolePresenter.offersDiagnostics

@@ -238,6 +238,14 @@ void WindowsTest::consoleFollowsItsMachine()
     click(console, u"Start"_s);
     QTRY_COMPARE(vm->state(), VMState::running);
     QTRY_VERIFY(findItem(console, u"Connecting to VM display…"_s));
+    auto &controller = dynamic_cast<FakeController &>(m_app->state().vmManager()->controller(*vm));
+    controller.failingCall = u"pause"_s;
+    click(console, u"Pause"_s);
+    QTRY_VERIFY(findItem(console, u"pause failed."_s));
+    QCOMPARE(m_app->state().errorMessage(), QString()); // the main window may be closed
+    click(console, u"OK"_s);
+    QTRY_VERIFY(!findItem(console, u"pause failed."_s));
+    controller.failingCall.clear();
     click(console, u"Stop"_s);
     QTRY_VERIFY(findItem(console, u"Virtual Machine is Off"_s));
 

@@ -28,7 +28,7 @@ def life_of_a_machine(stage):
         console.find("Paused", "label")
         check(guest_status(bundle / "qmp.sock") == "paused", "the guest runs on after Pause")
         console.find("Install", "push button").press()
-        kelvo.dismiss_error("Cannot start while virtual machine is paused.")
+        kelvo.dismiss_error(NAME, "Cannot start while virtual machine is paused.")
         console.find("Paused", "label")
         console.find("Resume").press()
         console.find("Running", "label")
