@@ -143,7 +143,9 @@ QCoro::Task<> VMManager::stop(VirtualMachine *vm)
         const QCoro::Task<> stop = backend.stop();
         co_await stop;
     } catch (...) {
-        if (self && machine)
+        if (self && machine && backend.state() == VMState::poweredOff)
+            setState(machine, VMState::poweredOff); // the guest was quicker
+        else if (self && machine)
             recordFailure(machine);
         throw;
     }
