@@ -20,34 +20,6 @@ QString configPath(const QString &bundlePath)
     return bundlePath + u"/config.json"_s;
 }
 
-/// Sorts by name as people of the current locale do, ignoring case; equal names keep their order.
-void sortByName(QList<VMStorage::FoundBundle> &bundles)
-{
-    QCollator collator;
-    collator.setCaseSensitivity(Qt::CaseInsensitive);
-    // Without a language the collator's sort keys would tell cases apart.
-    const bool hasLanguage = collator.locale().language() != QLocale::C;
-
-    struct Row
-    {
-        QCollatorSortKey key;
-        qsizetype index;
-    };
-    std::vector<Row> rows;
-    rows.reserve(static_cast<std::size_t>(bundles.size()));
-    for (qsizetype index = 0; index < bundles.size(); ++index) {
-        const QString &name = bundles[index].configuration.name;
-        rows.push_back({collator.sortKey(hasLanguage ? name : name.toCaseFolded()), index});
-    }
-    std::ranges::stable_sort(rows, [](const Row &left, const Row &right) { return left.key < right.key; });
-
-    QList<VMStorage::FoundBundle> sorted;
-    sorted.reserve(bundles.size());
-    for (const Row &row : rows)
-        sorted.append(std::move(bundles[row.index]));
-    bundles = std::move(sorted);
-}
-
 } // namespace
 
 VMStorage::VMStorage(const QUrl &rootDirectory, FileManager &fileManager)
@@ -84,8 +56,10 @@ void VMStorage::saveMetadata(const VMPersistedMetadata &metadata, const VMConfig
 
 QList<VMConfiguration> VMStorage::scanVirtualMachines() const
 {
+    QList<FoundBundle> bundles = scanBundles().bundles;
+    sortByName(bundles);
     QList<VMConfiguration> configurations;
-    for (FoundBundle &bundle : scanBundles().bundles)
+    for (FoundBundle &bundle : bundles)
         configurations.append(std::move(bundle.configuration));
     return configurations;
 }
@@ -112,8 +86,35 @@ VMStorage::Scan VMStorage::scanBundles(const QSet<QString> &known) const
             scan.isWhole = false; // one bad bundle must not hide the others
         }
     }
-    sortByName(scan.bundles);
+    std::ranges::sort(scan.bundles, {}, &FoundBundle::folderName);
     return scan;
+}
+
+void VMStorage::sortByName(QList<FoundBundle> &bundles)
+{
+    QCollator collator;
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    // Without a language the collator's sort keys would tell cases apart.
+    const bool hasLanguage = collator.locale().language() != QLocale::C;
+
+    struct Row
+    {
+        QCollatorSortKey key;
+        qsizetype index;
+    };
+    std::vector<Row> rows;
+    rows.reserve(static_cast<std::size_t>(bundles.size()));
+    for (qsizetype index = 0; index < bundles.size(); ++index) {
+        const QString &name = bundles[index].configuration.name;
+        rows.push_back({collator.sortKey(hasLanguage ? name : name.toCaseFolded()), index});
+    }
+    std::ranges::stable_sort(rows, [](const Row &left, const Row &right) { return left.key < right.key; });
+
+    QList<VMStorage::FoundBundle> sorted;
+    sorted.reserve(bundles.size());
+    for (const Row &row : rows)
+        sorted.append(std::move(bundles[row.index]));
+    bundles = std::move(sorted);
 }
 
 std::optional<FileManager::Version> VMStorage::rootVersion() const

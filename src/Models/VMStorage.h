@@ -37,11 +37,14 @@ public:
     };
     struct Scan
     {
-        QList<FoundBundle> bundles; ///< as scanVirtualMachines() would sort them
+        QList<FoundBundle> bundles; ///< by folder name
         bool isWhole = true;        ///< false where a folder of a bundle's name could not be read as one
     };
     /// The bundles in the root, without those in folders of the `known` names.
     [[nodiscard]] Scan scanBundles(const QSet<QString> &known = {}) const;
+    /// By the machines' names as people of the current locale do, ignoring case; equal names keep their
+    /// order.
+    static void sortByName(QList<FoundBundle> &bundles);
     /// Another one after each change of the root's entries; none where there is no root.
     [[nodiscard]] std::optional<FileManager::Version> rootVersion() const;
     /// Of the document that loadConfiguration() would read.

@@ -29,34 +29,13 @@ BundleLibrary::BundleLibrary(const VMStorage &storage)
     : m_storage(storage)
 {}
 
-QList<VMConfiguration> BundleLibrary::readAll()
+QList<VMConfiguration> BundleLibrary::readAll(const QList<VirtualMachine *> &kept)
 {
     const std::optional<FileManager::Version> root = m_storage.rootVersion(); // before anything is read
     VMStorage::Scan scan = m_storage.scanBundles();
     m_knownRoot = scan.isWhole ? root : std::nullopt;
     m_records.clear();
-
-    QSet<QUuid> taken;
-    QList<qsizetype> elsewhere;
-    for (qsizetype index = 0; index < scan.bundles.size(); ++index) {
-        const VMStorage::FoundBundle &bundle = scan.bundles[index];
-        if (isAtHome(bundle.configuration, folderNamed(bundle.folderName)))
-            taken.insert(bundle.configuration.id);
-        else
-            elsewhere.append(index);
-    }
-    for (const qsizetype index : std::as_const(elsewhere)) {
-        VMConfiguration &configuration = scan.bundles[index].configuration;
-        configuration.storageDirectory = folderNamed(scan.bundles[index].folderName);
-        if (taken.contains(configuration.id))
-            becomeCopy(configuration);
-        taken.insert(configuration.id);
-    }
-    QList<VMConfiguration> configurations;
-    configurations.reserve(scan.bundles.size());
-    for (VMStorage::FoundBundle &bundle : scan.bundles)
-        configurations.append(std::move(bundle.configuration));
-    return configurations;
+    return settled(std::move(scan.bundles), homesOf(kept));
 }
 
 QList<VMConfiguration> BundleLibrary::readNew(const QList<VirtualMachine *> &listed)
@@ -73,26 +52,71 @@ QList<VMConfiguration> BundleLibrary::readNew(const QList<VirtualMachine *> &lis
     VMStorage::Scan scan = m_storage.scanBundles(known);
     if (scan.isWhole && hasSettled(*root))
         m_knownRoot = root;
-    QList<VMConfiguration> configurations;
-    for (VMStorage::FoundBundle &bundle : scan.bundles)
-        configurations.append(
-            settled(std::move(bundle.configuration), folderNamed(bundle.folderName), listed));
-    return configurations;
+    return settled(std::move(scan.bundles), homesOf(listed));
 }
 
 VMConfiguration BundleLibrary::read(const QUrl &folder, const QList<VirtualMachine *> &listed)
 {
-    return settled(m_storage.loadConfiguration(folder), FileUrl::directory(FileUrl::path(folder)), listed);
+    VMConfiguration configuration = m_storage.loadConfiguration(folder);
+    Homes homes = homesOf(listed);
+    (void)settle(configuration, FileUrl::directory(FileUrl::path(folder)), homes);
+    return configuration;
 }
 
-VMConfiguration BundleLibrary::settled(VMConfiguration configuration, const QUrl &folder,
-                                       const QList<VirtualMachine *> &listed)
+BundleLibrary::Homes BundleLibrary::homesOf(const QList<VirtualMachine *> &machines)
 {
-    configuration.storageDirectory = folder;
-    const auto original = std::ranges::find(listed, configuration.id, &VirtualMachine::id);
-    if (original != listed.end() && !placeOf((*original)->configuration().storageDirectory).isEmpty())
+    Homes homes;
+    homes.reserve(machines.size());
+    for (const VirtualMachine *vm : machines)
+        homes.insert(vm->id(), vm->configuration().storageDirectory);
+    return homes;
+}
+
+QList<VMConfiguration> BundleLibrary::settled(QList<VMStorage::FoundBundle> bundles, Homes homes)
+{
+    // Those that their document places there come first: they are no copies of others.
+    std::stable_partition(bundles.begin(), bundles.end(), [this](const VMStorage::FoundBundle &bundle) {
+        return isSamePlace(bundle.configuration.storageDirectory, folderNamed(bundle.folderName));
+    });
+    QList<VMStorage::FoundBundle> kept;
+    kept.reserve(bundles.size());
+    for (VMStorage::FoundBundle &bundle : bundles)
+        if (settle(bundle.configuration, folderNamed(bundle.folderName), homes))
+            kept.append(std::move(bundle));
+    VMStorage::sortByName(kept);
+    QList<VMConfiguration> configurations;
+    configurations.reserve(kept.size());
+    for (VMStorage::FoundBundle &bundle : kept)
+        configurations.append(std::move(bundle.configuration));
+    return configurations;
+}
+
+/// Settles whose the bundle is that was found in the folder. False for one that is in `homes` already, and
+/// was reached by a link.
+bool BundleLibrary::settle(VMConfiguration &configuration, const QUrl &folder, Homes &homes)
+{
+    const QUrl named = std::exchange(configuration.storageDirectory, folder);
+    const QUrl home = homes.value(configuration.id);
+    if (isSamePlace(home, folder))
+        return false;
+    if (isHome(home.isEmpty() ? named : home, configuration.id, folder))
         becomeCopy(configuration);
-    return configuration;
+    else if (!home.isEmpty())
+        m_knownRoot.reset(); // what has taken the old place is looked for as soon as the machine has left it
+    homes.insert(configuration.id, folder);
+    return true;
+}
+
+/// The machine of that identifier is in the folder, which is another one than `found`.
+bool BundleLibrary::isHome(const QUrl &folder, const QUuid &id, const QUrl &found) const
+{
+    if (placeOf(folder).isEmpty() || isSamePlace(folder, found))
+        return false;
+    try {
+        return m_storage.loadConfiguration(folder).id == id;
+    } catch (const LocalizedError &) {
+        return false;
+    }
 }
 
 void BundleLibrary::becomeCopy(VMConfiguration &configuration)
@@ -201,8 +225,7 @@ QUrl BundleLibrary::folderNamed(const QString &name) const
     return FileUrl::appendingDirectory(m_storage.rootDirectory(), name);
 }
 
-bool BundleLibrary::isAtHome(const VMConfiguration &configuration, const QUrl &folder)
+bool BundleLibrary::isSamePlace(const QUrl &left, const QUrl &right)
 {
-    return configuration.storageDirectory == folder ||
-           placeOf(configuration.storageDirectory) == placeOf(folder);
+    return left == right || (!left.isEmpty() && placeOf(left) == placeOf(right));
 }

@@ -17,13 +17,15 @@ public:
 
     [[nodiscard]] const VMStorage &storage() const { return m_storage; }
 
-    /// Every bundle in the root, by name, each with an identifier of its own. Throws PlatformError.
-    [[nodiscard]] QList<VMConfiguration> readAll();
+    /// Every bundle in the root, by name, each with an identifier of its own, without those in whose folder
+    /// one of the `kept` machines is. Throws PlatformError.
+    [[nodiscard]] QList<VMConfiguration> readAll(const QList<VirtualMachine *> &kept);
     /// Those in the root in whose folder none of the `listed` machines is; nothing where nothing has changed.
-    /// One that was moved has the identifier of a listed machine, whose folder is gone. Throws PlatformError.
-    [[nodiscard]] QList<VMConfiguration> readNew(const QList<VirtualMachine *> &listed);
-    /// That of a folder, which may be outside the root, like readNew(). Throws VMStorageError or
+    /// One that was moved has the identifier of a listed machine, which is not in its folder any more. Throws
     /// PlatformError.
+    [[nodiscard]] QList<VMConfiguration> readNew(const QList<VirtualMachine *> &listed);
+    /// That of a folder in which no listed machine is, inside or outside the root, like readNew(). Throws
+    /// VMStorageError or PlatformError.
     [[nodiscard]] VMConfiguration read(const QUrl &folder, const QList<VirtualMachine *> &listed);
 
     /// What another hand has made of the document since it was last read here; none where nothing has
@@ -55,10 +57,15 @@ private:
         std::optional<FileManager::Version> version; ///< of the document, as read or written
     };
 
+    /// The folders of machines, by identifier.
+    using Homes = QHash<QUuid, QUrl>;
+
     [[nodiscard]] QUrl folderNamed(const QString &name) const;
-    [[nodiscard]] static bool isAtHome(const VMConfiguration &configuration, const QUrl &folder);
-    [[nodiscard]] VMConfiguration settled(VMConfiguration configuration, const QUrl &folder,
-                                          const QList<VirtualMachine *> &listed);
+    [[nodiscard]] static Homes homesOf(const QList<VirtualMachine *> &machines);
+    [[nodiscard]] QList<VMConfiguration> settled(QList<VMStorage::FoundBundle> bundles, Homes homes);
+    [[nodiscard]] bool settle(VMConfiguration &configuration, const QUrl &folder, Homes &homes);
+    [[nodiscard]] bool isHome(const QUrl &folder, const QUuid &id, const QUrl &found) const;
+    [[nodiscard]] static bool isSamePlace(const QUrl &left, const QUrl &right);
     void becomeCopy(VMConfiguration &configuration);
     [[nodiscard]] VMConfiguration ownDocument(const VMConfiguration &configuration) const;
 

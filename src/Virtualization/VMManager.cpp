@@ -88,30 +88,35 @@ VirtualMachine *VMManager::makeStoredMachine(const VMConfiguration &configuratio
 
 QCoro::Task<> VMManager::loadVirtualMachines()
 {
+    QList<VirtualMachine *> kept = m_virtualMachines;
+    kept.removeIf([this](VirtualMachine *vm) { return !isInUse(*vm); });
     QList<VMConfiguration> configurations;
     try {
-        configurations = m_library.readAll();
+        configurations = m_library.readAll(kept);
     } catch (const LocalizedError &error) {
         DiagnosticLogger::shared().log(u"Failed to load VMs: "_s + error.localizedDescription(),
                                        LogLevel::error);
         co_return;
     }
 
-    QList<VirtualMachine *> loaded;
-    loaded.reserve(configurations.size());
+    QSet<qint64> ports;
+    for (const VMConfiguration &configuration : std::as_const(configurations))
+        if (!m_library.isUnsavedCopy(configuration))
+            ports.insert(configuration.vncPort);
+    QList<VirtualMachine *> loaded = kept;
+    loaded.reserve(kept.size() + configurations.size());
     for (VMConfiguration &configuration : configurations) {
-        VirtualMachine *known = virtualMachine(configuration.id);
+        if (kept.contains(virtualMachine(configuration.id)))
+            continue; // it was moved while it is in use
         if (m_library.isUnsavedCopy(configuration))
-            avoidVNCPorts(loaded, configuration);
-        loaded.append(known && isInUse(*known) ? known : makeStoredMachine(configuration));
+            avoidVNCPorts(ports, configuration);
+        ports.insert(configuration.vncPort);
+        loaded.append(makeStoredMachine(configuration));
     }
-    for (VirtualMachine *vm : std::as_const(m_virtualMachines))
-        if (isInUse(*vm) && !loaded.contains(vm))
-            loaded.append(vm);
     const QList<VirtualMachine *> replaced = std::exchange(m_virtualMachines, loaded);
     Q_EMIT virtualMachinesChanged();
     for (VirtualMachine *vm : replaced)
-        if (!isInUse(*vm))
+        if (!kept.contains(vm))
             vm->deleteLater();
     DiagnosticLogger::shared().log(u"Loaded %1 virtual machine(s)"_s.arg(loaded.size()), LogLevel::info);
 }
@@ -151,7 +156,7 @@ VirtualMachine *VMManager::takeIn(VMConfiguration configuration)
         return moved;
     }
     if (m_library.isUnsavedCopy(configuration))
-        avoidVNCPorts(m_virtualMachines, configuration);
+        avoidVNCPorts(knownPorts(), configuration);
     VirtualMachine *vm = makeStoredMachine(configuration);
     m_virtualMachines.append(vm);
     return vm;
@@ -182,7 +187,7 @@ QCoro::Task<VirtualMachine *> VMManager::createVirtualMachine(VMConfiguration co
     validateBackendAvailability(configuration);
     VMConfigurationValidator::validate(configuration);
     m_library.requireFreeFolder(configuration.storageDirectory);
-    avoidVNCPorts(m_virtualMachines, configuration);
+    avoidVNCPorts(knownPorts(), configuration);
     m_library.storage().ensureRootDirectory();
     m_diskManager.createDisk(configuration.diskURL(), configuration.diskSizeBytes);
     if (configuration.backend == VMBackendType::appleVirtualization) {
@@ -204,16 +209,23 @@ QCoro::Task<VirtualMachine *> VMManager::createVirtualMachine(VMConfiguration co
     co_return vm;
 }
 
-void VMManager::avoidVNCPorts(const QList<VirtualMachine *> &machines, VMConfiguration &configuration)
+QSet<qint64> VMManager::knownPorts() const
+{
+    QSet<qint64> ports;
+    for (const VirtualMachine *vm : m_virtualMachines)
+        ports.insert(vm->configuration().vncPort);
+    return ports;
+}
+
+void VMManager::avoidVNCPorts(const QSet<qint64> &known, VMConfiguration &configuration)
 {
     constexpr qsizetype portCount = 100;
-    QSet<qint64> knownPorts;
-    for (const VirtualMachine *vm : machines)
-        if (const qint64 port = vm->configuration().vncPort; port > 5900 && port <= 5900 + portCount)
-            knownPorts.insert(port);
-    if (knownPorts.size() == portCount)
+    const auto isDefault = [](qint64 port) {
+        return port > 5900 && port <= 5900 + portCount;
+    };
+    if (std::ranges::count_if(known, isDefault) == portCount)
         return;
-    while (knownPorts.contains(configuration.vncPort)) {
+    while (known.contains(configuration.vncPort)) {
         configuration.id = QUuid::createUuidV5(configuration.id, u"another port"_s);
         configuration.vncPort = VMConfiguration::defaultVNCPort(configuration.id);
     }

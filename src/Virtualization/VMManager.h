@@ -56,8 +56,8 @@ public:
         return m_qemuDependencyService;
     }
 
-    /// Replaces the list with what is on disk; a failure is logged and the list stays. A machine whose guest
-    /// lives stays the object that it is, wherever its bundle has gone.
+    /// Replaces the list with what is on disk; a failure is logged and the list stays. A machine in use stays
+    /// the object that it is, wherever its bundle has gone.
     QCoro::Task<> loadVirtualMachines();
     /// The listed machine of a bundle folder. One that lies outside the root is appended for this run. Throws
     /// VMStorageError or PlatformError.
@@ -114,7 +114,8 @@ private:
     void updateMetadata(const VirtualMachine &vm, const std::function<void(VMPersistedMetadata &)> &change);
     void setActive(VMBackendController *controller, const std::optional<QUuid> &id);
     void requireOwnDocuments(const VirtualMachine &vm);
-    static void avoidVNCPorts(const QList<VirtualMachine *> &machines, VMConfiguration &configuration);
+    [[nodiscard]] QSet<qint64> knownPorts() const;
+    static void avoidVNCPorts(const QSet<qint64> &known, VMConfiguration &configuration);
     VirtualMachine *takeIn(VMConfiguration configuration);
     [[nodiscard]] static VMConfiguration stored(VMConfiguration configuration);
     [[nodiscard]] VirtualMachine *makeStoredMachine(const VMConfiguration &configuration);

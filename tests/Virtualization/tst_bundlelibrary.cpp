@@ -25,7 +25,9 @@ private Q_SLOTS:
     void listsWhatIsSlowlyCopied();
     void keepsWhatAnotherApplicationSaves();
     void makesAMachineOfACopy();
+    void tellsTheOriginalFromItsCopy();
     void followsAMovedMachine();
+    void followsMachinesThatChangePlaces();
     void leavesWhatIsNotTheMachinesAlone_data();
     void leavesWhatIsNotTheMachinesAlone();
     void savesAgainAfterHalfASave();
@@ -62,6 +64,22 @@ private:
         for (const QString &name : QDir(root() + u'/' + from).entryList(QDir::Files))
             FileManager::defaultManager().copyItem(root() + u'/' + from + u'/' + name,
                                                    root() + u'/' + to + u'/' + name);
+    }
+    void move(const QString &from, const QString &to) const
+    {
+        QVERIFY(QDir(root()).rename(from, to));
+        age();
+    }
+    /// The root changed last so long ago that nothing else can have come at the same time.
+    void age() const
+    {
+        static time_t second = 1'000'000'000;
+        const timespec times[] = {{.tv_sec = ++second, .tv_nsec = 0}, {.tv_sec = second, .tv_nsec = 0}};
+        QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(root()).constData(), times, 0), 0);
+    }
+    [[nodiscard]] QString folderOf(const VirtualMachine *vm) const
+    {
+        return FileUrl::lastComponent(vm->configuration().storageDirectory);
     }
     [[nodiscard]] QStringList names() const
     {
@@ -174,9 +192,7 @@ void BundleLibraryTest::listsWhatIsSlowlyCopied()
     addMachine(u"a"_s);
     m_manager->listNewBundles();
     QVERIFY(QDir(root()).mkdir(u"slow.vm"_s));
-    const timespec longAgo[] = {{.tv_sec = 1'000'000'000, .tv_nsec = 0},
-                                {.tv_sec = 1'000'000'000, .tv_nsec = 0}};
-    QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(root()).constData(), longAgo, 0), 0);
+    age();
     m_manager->listNewBundles();
     QCOMPARE(names(), QStringList(u"a"_s));
     m_host->write(u"Virtual Machines/slow.vm/config.json"_s,
@@ -220,6 +236,52 @@ void BundleLibraryTest::makesAMachineOfACopy()
     for (const VirtualMachine *vm : m_manager->virtualMachines())
         QCOMPARE(other->virtualMachine(vm->id())->configuration().storageDirectory,
                  vm->configuration().storageDirectory);
+}
+
+void BundleLibraryTest::tellsTheOriginalFromItsCopy()
+{
+    VirtualMachine *vm = addMachine(u"a"_s);
+    const QUuid id = vm->id();
+    QVERIFY(QFile::link(root() + u"/a.vm"_s, root() + u"/link.vm"_s));
+    m_manager->listNewBundles();
+    QCOMPARE(m_manager->virtualMachines(), QList({vm}));
+
+    // The original outside the root, where its document says it is, and a copy inside.
+    const QUrl elsewhere = FileUrl::directory(m_host->path(u"elsewhere.vm"_s));
+    move(u"a.vm"_s, FileUrl::path(elsewhere));
+    QCOMPARE(m_manager->openBundle(elsewhere), vm);
+    m_manager->saveConfiguration(*vm);
+    QVERIFY(QFile::remove(root() + u"/link.vm"_s));
+    copy(u"../elsewhere.vm"_s, u"copy.vm"_s);
+    m_manager = makeManager();
+    finish(m_manager->loadVirtualMachines());
+    QCOMPARE(names(), QStringList(u"copy"_s));
+    QVERIFY(!m_manager->virtualMachine(id));
+    QCOMPARE(m_manager->openBundle(elsewhere)->id(), id);
+}
+
+/// Also while a guest runs: the machine goes there as soon as it is off.
+void BundleLibraryTest::followsMachinesThatChangePlaces()
+{
+    VirtualMachine *a = addMachine(u"a"_s);
+    VirtualMachine *b = addMachine(u"b"_s);
+    finish(m_manager->start(a));
+    move(u"a.vm"_s, u"c.vm"_s);
+    m_manager->listNewBundles();
+    QCOMPARE(m_manager->virtualMachines(), QList({a, b}));
+    finish(m_manager->stop(a));
+    m_manager->listNewBundles();
+    QCOMPARE(folderOf(a), u"c.vm"_s);
+
+    move(u"b.vm"_s, u"d.vm"_s);
+    move(u"c.vm"_s, u"b.vm"_s);
+    copy(u"d.vm"_s, u"e.vm"_s);
+    for (int look = 0; look < 2; ++look)
+        m_manager->listNewBundles();
+    QCOMPARE(QStringList({folderOf(a), folderOf(b)}), QStringList({u"b.vm"_s, u"d.vm"_s}));
+    QCOMPARE(names(), QStringList({u"a"_s, u"b"_s, u"e"_s}));
+    finish(m_manager->start(a));
+    finish(m_manager->start(b));
 }
 
 void BundleLibraryTest::followsAMovedMachine()
