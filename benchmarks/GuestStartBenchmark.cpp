@@ -9,6 +9,7 @@
 #include "Platform/Hypervisor/VZError.h"
 #include "Platform/Hypervisor/VZVirtualMachine.h"
 #include "Platform/QMPMessages.h"
+#include "Platform/UnixSocket.h"
 
 #include <QCommandLineParser>
 #include <QCoroTask>
@@ -16,6 +17,7 @@
 #include <QEventLoop>
 #include <QTemporaryDir>
 
+#include <fcntl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -42,6 +44,7 @@ VZVirtualMachineConfiguration makeConfiguration(const QTemporaryDir &folder)
     configuration.graphicsDevices = {VZVirtioGraphicsDeviceConfiguration{{{1280, 800}}}};
     configuration.pointingDevices = {VZUSBScreenCoordinatePointingDeviceConfiguration()};
     configuration.keyboards = {VZUSBKeyboardConfiguration()};
+    configuration.controlSocket = FileUrl::file(folder.filePath(u"control.sock"_s));
     return configuration;
 }
 
@@ -78,11 +81,10 @@ double startOnce(const VZVirtualMachineConfiguration &configuration)
 
 double launchAndAsk(const VZVirtualMachineConfiguration &configuration)
 {
-    std::array<int, 2> ends{};
-    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
-        throw VZError(VZError::Case::internalError, u"no socket pair"_s);
-    const UniqueDescriptor ours(ends[0]);
-    UniqueDescriptor theirs(ends[1]);
+    const QString socket = FileUrl::path(configuration.controlSocket);
+    UniqueDescriptor theirs = UnixSocket::listen(socket);
+    const UniqueDescriptor ours = UnixSocket::connect(socket);
+    ::fcntl(ours.get(), F_SETFL, 0); // blocking
     const std::optional<EmulatorInstallation> installation = EmulatorInstallation::find();
     if (!installation)
         throw VZError(VZError::Case::internalError, u"no emulator is installed"_s);

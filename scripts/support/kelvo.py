@@ -8,12 +8,18 @@ MACHINES = "Virtual Machines"
 
 
 class Kelvo(Application):
-    """A running Kelvo whose machines are in the given home folder, which is also where its file panels open."""
+    """A running Kelvo whose machines are in the given home folder, which is also where its file panels open.
 
-    def __init__(self, desktop, program, home, color_scheme="light"):
+    One that stands `apart` is of another session of the same user, and so a second one beside the first.
+    """
+
+    def __init__(self, desktop, program, home, color_scheme="light", apart=False):
         self.home = home
         self.log = home / "kelvo.log"
-        super().__init__(desktop, [str(program), "--color-scheme", color_scheme], {"HOME": str(home)}, self.log, home)
+        environment = {"HOME": str(home)}
+        if apart:
+            environment["DBUS_SESSION_BUS_ADDRESS"] = desktop.other_session()
+        super().__init__(desktop, [str(program), "--color-scheme", color_scheme], environment, self.log, home)
 
     def create_machine(self, image, kind="Windows 11 ARM64"):
         """Goes through the wizard, which then starts the installation. The image lies below the home folder."""
@@ -92,6 +98,16 @@ class Kelvo(Application):
         console = self.console(name)
         console.find("Stop", "push button").press()
         console.find("Powered Off", "label", timeout=30)
+
+    def crash(self):
+        """Ends it at once, as a failure of its own or of the desktop would."""
+        self._process.kill()
+        self._process.wait()
+
+    def show_console(self, name):
+        """Opens the console of a machine from its card."""
+        self.card(name).click(times=2)
+        return self.console(name)
 
     def quit(self):
         """Closes every window, the main one last, and expects Kelvo to end well."""

@@ -28,8 +28,10 @@ KelvoApp::KelvoApp(std::unique_ptr<AppState> state, const QString &windowFile, Q
     // The session's end has asked already, and does not wait for people.
     connect(qGuiApp, &QGuiApplication::commitDataRequest, this, &KelvoApp::endWithTheSession);
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState activity) {
-        if (activity == Qt::ApplicationActive && m_state->isLoaded())
-            m_state->vmManager()->listNewBundles();
+        if (activity != Qt::ApplicationActive || !m_state->isLoaded())
+            return;
+        m_state->vmManager()->listNewBundles();
+        m_state->vmManager()->lookForGuests();
     });
     connect(m_state.get(), &AppState::consoleRequested, this, &KelvoApp::showConsole);
     connect(m_state.get(), &AppState::showingConsoleChanged, this, &KelvoApp::handleConsoleRequest);

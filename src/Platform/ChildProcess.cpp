@@ -159,8 +159,19 @@ ChildProcess::ChildProcess(const LaunchOptions &options, QObject *parent)
         plan.enter(options.workingDirectory);
 
     m_processIdentifier = plan.spawn();
-    m_watch = new ChildProcessWatch(openProcess(m_processIdentifier, options.program), std::move(output.read),
-                                    std::move(error.read));
+    follow(new ChildProcessWatch(openProcess(m_processIdentifier, options.program), std::move(output.read),
+                                 std::move(error.read)));
+}
+
+ChildProcess::ChildProcess(UniqueDescriptor process, pid_t identifier)
+    : m_processIdentifier(identifier)
+{
+    follow(new ChildProcessWatch(std::move(process), {}, {}));
+}
+
+void ChildProcess::follow(ChildProcessWatch *watch)
+{
+    m_watch = watch;
     m_watch->setParent(qApp);
     m_exit = m_watch->exit();
     connect(m_watch, &ChildProcessWatch::standardErrorLine, this, &ChildProcess::standardErrorLine);

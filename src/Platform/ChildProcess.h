@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/UniqueDescriptor.h"
+
 #include <QCoroTask>
 #include <QObject>
 #include <QPointer>
@@ -18,8 +20,9 @@ struct ChildExit
 {
     enum class Kind
     {
-        exited,   ///< `value` is the exit status
-        signalled ///< `value` is the signal's number
+        exited,    ///< `value` is the exit status
+        signalled, ///< `value` is the signal's number
+        unknown    ///< only its parent was told
     };
 
     Kind kind = Kind::exited;
@@ -28,10 +31,10 @@ struct ChildExit
     bool operator==(const ChildExit &) const = default;
 };
 
-/// A running program of our own. It has a session of its own and no descriptor of ours but those named. What
-/// it writes to a captured output is read all the time. Destroying this object neither ends the child nor
-/// leaves a zombie: the application goes on reading and reaping until it quits, and then the child lives on.
-/// Main thread only; a QCoreApplication must exist.
+/// A running program of our own, or one that an earlier run has left behind. What we launch has a session of
+/// its own and no descriptor of ours but those named. What it writes to a captured output is read all the
+/// time. Destroying this object neither ends the child nor leaves a zombie: the application goes on reading
+/// and reaping until it quits, and then the child lives on. Main thread only; a QCoreApplication must exist.
 class ChildProcess : public QObject
 {
     Q_OBJECT
@@ -63,6 +66,8 @@ public:
     /// Launches. Throws PlatformError when there is no such program, it cannot be executed, or the working
     /// directory cannot be entered. From the first launch on SIGPIPE is ignored, here and in every child.
     explicit ChildProcess(const LaunchOptions &options, QObject *parent = nullptr);
+    /// Follows a process that runs already (pidfd_open(2)). Nothing of its output is read.
+    ChildProcess(UniqueDescriptor process, pid_t identifier);
     ~ChildProcess() override;
 
     [[nodiscard]] pid_t processIdentifier() const { return m_processIdentifier; }
@@ -84,6 +89,8 @@ Q_SIGNALS:
     void exited(const ChildExit &exit);
 
 private:
+    void follow(ChildProcessWatch *watch);
+
     pid_t m_processIdentifier = -1;
     std::shared_ptr<std::optional<ChildExit>> m_exit;
     QPointer<ChildProcessWatch> m_watch;

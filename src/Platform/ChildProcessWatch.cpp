@@ -16,6 +16,12 @@ constexpr std::chrono::milliseconds reapInterval(50);
 /// A pipe's largest capacity for an unprivileged process (pipe(7)): no child leaves more behind when it ends.
 constexpr qint64 maximumPipeBytes = 1 << 20;
 
+ChildExit exitOf(const siginfo_t &info)
+{
+    const auto kind = info.si_code == CLD_EXITED ? ChildExit::Kind::exited : ChildExit::Kind::signalled;
+    return {kind, info.si_status};
+}
+
 } // namespace
 
 ChildProcessWatch::ChildProcessWatch(UniqueDescriptor process, UniqueDescriptor standardOutput,
@@ -69,6 +75,8 @@ void ChildProcessWatch::readStandardError()
 
 QByteArrayView ChildProcessWatch::readSome(Pipe &pipe)
 {
+    if (!pipe.descriptor.isValid())
+        return {};
     static std::array<char, readBytes> buffer; // main thread only; used up before the next call
     const ssize_t count = ::read(pipe.descriptor.get(), buffer.data(), buffer.size());
     if (count > 0)
@@ -108,8 +116,7 @@ void ChildProcessWatch::reap()
     }
     reportLines(m_lines.finish());
 
-    const auto kind = info.si_code == CLD_EXITED ? ChildExit::Kind::exited : ChildExit::Kind::signalled;
-    const ChildExit exit{kind, info.si_status};
+    const ChildExit exit = result == 0 ? exitOf(info) : ChildExit{ChildExit::Kind::unknown, 0};
     *m_exit = exit;
     for (const auto &promise : m_waiting)
         promise->finish();

@@ -1,11 +1,17 @@
 #include "Platform/EmulatorEnd.h"
 
+#include <QFile>
+
 #include <csignal>
 
 using namespace Qt::StringLiterals;
 
-std::optional<QString> EmulatorEnd::reason(const ChildExit &exit, const QString &lastLine)
+std::optional<QString> EmulatorEnd::reason(const ChildExit &exit, const QString &lastLine,
+                                           const QString &controlSocket)
 {
+    if (exit.kind == ChildExit::Kind::unknown)
+        return QFile::exists(controlSocket) ? std::optional(u"The emulator ended unexpectedly."_s)
+                                            : std::nullopt;
     if (exit == ChildExit{ChildExit::Kind::exited, 0}) {
         if (lastLine.contains("terminating on signal"_L1))
             return u"The emulator was ended from outside."_s;

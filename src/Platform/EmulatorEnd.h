@@ -6,7 +6,9 @@
 namespace EmulatorEnd {
 
 /// Its last words on standard error, or how it ended where it had none; nothing where it ended in order, as
-/// it does when its guest powers itself off.
-[[nodiscard]] std::optional<QString> reason(const ChildExit &exit, const QString &lastLine);
+/// it does when its guest powers itself off. One that ends in order removes its control socket, which tells
+/// of those whose exit nobody told us.
+[[nodiscard]] std::optional<QString> reason(const ChildExit &exit, const QString &lastLine,
+                                            const QString &controlSocket);
 
 } // namespace EmulatorEnd

@@ -4,13 +4,11 @@
 
 using namespace Qt::StringLiterals;
 
-QByteArray QMPMessages::command(const QString &name, const QJsonObject &arguments, std::optional<qint64> id)
+QByteArray QMPMessages::command(const QString &name, const QJsonObject &arguments)
 {
     QByteArray line = "{\"execute\":\"" + name.toUtf8() + '"';
     if (!arguments.isEmpty())
         line += ",\"arguments\":" + QJsonDocument(arguments).toJson(QJsonDocument::Compact);
-    if (id)
-        line += ",\"id\":" + QByteArray::number(*id);
     return line + "}\n";
 }
 

@@ -16,16 +16,6 @@ namespace {
 
 constexpr qint64 maximumIdentifierBytes = 4096;
 
-std::optional<VZGenericMachineIdentifier> readMachineIdentifier(const FileManager &files, const QString &path)
-{
-    try {
-        return VZGenericMachineIdentifier::fromDataRepresentation(
-            files.readFile(path, maximumIdentifierBytes));
-    } catch (const PlatformError &) {
-        return std::nullopt; // missing or unreadable: the guest gets a new identity
-    }
-}
-
 } // namespace
 
 DiskManager::DiskManager(const FileService &fileService)
@@ -84,12 +74,21 @@ VZGenericMachineIdentifier DiskManager::loadOrCreateMachineIdentifier(const QUrl
 {
     FileManager &files = m_fileService.fileManager();
     m_fileService.ensureDirectory(FileUrl::deletingLastComponent(url));
-    const QString path = FileUrl::path(url);
-    if (const auto identifier = readMachineIdentifier(files, path))
+    if (const auto identifier = machineIdentifier(url))
         return *identifier;
     const VZGenericMachineIdentifier identifier;
-    files.writeAtomically(path, identifier.dataRepresentation());
+    files.writeAtomically(FileUrl::path(url), identifier.dataRepresentation());
     return identifier;
+}
+
+std::optional<VZGenericMachineIdentifier> DiskManager::machineIdentifier(const QUrl &url) const
+{
+    try {
+        return VZGenericMachineIdentifier::fromDataRepresentation(
+            m_fileService.fileManager().readFile(FileUrl::path(url), maximumIdentifierBytes));
+    } catch (const PlatformError &) {
+        return std::nullopt;
+    }
 }
 
 VZDiskImageStorageDeviceAttachment DiskManager::makeAttachment(const QUrl &url, bool readOnly) const

@@ -31,6 +31,8 @@ public:
     [[nodiscard]] VZEFIVariableStore loadOrCreateEFIVariableStore(const QUrl &url) const;
     /// A file that cannot be read or holds no identifier is replaced by a new one. Throws PlatformError.
     [[nodiscard]] VZGenericMachineIdentifier loadOrCreateMachineIdentifier(const QUrl &url) const;
+    /// No value where the file is missing or says nothing.
+    [[nodiscard]] std::optional<VZGenericMachineIdentifier> machineIdentifier(const QUrl &url) const;
     /// Throws DiskManagerError (attachmentFailed); the reason is in the diagnostic log.
     [[nodiscard]] VZDiskImageStorageDeviceAttachment makeAttachment(const QUrl &url, bool readOnly) const;
 

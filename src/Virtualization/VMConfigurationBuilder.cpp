@@ -7,6 +7,7 @@
 #include "Services/DiagnosticLogger.h"
 #include "Virtualization/Backend/KelvoError.h"
 #include "Virtualization/BundleFiles.h"
+#include "Virtualization/ControlSocket.h"
 
 using namespace Qt::StringLiterals;
 
@@ -57,12 +58,13 @@ VZVirtualMachineConfiguration VMConfigurationBuilder::build(const VMConfiguratio
         m_diskManager.fileService().fileManager());
 
     VZVirtualMachineConfiguration machine;
-    machine.cpuCount = configuration.cpuCount;
-    machine.memorySize = configuration.memorySizeBytes;
+    machine.controlSocket = ControlSocket::forConfiguration(configuration);
     machine.platform = VZGenericPlatformConfiguration{
         m_diskManager.loadOrCreateMachineIdentifier(configuration.machineIdentifierURL())};
     machine.bootLoader =
         VZEFIBootLoader{m_diskManager.loadOrCreateEFIVariableStore(configuration.efiVariableStoreURL())};
+    machine.cpuCount = configuration.cpuCount;
+    machine.memorySize = configuration.memorySizeBytes;
 
     std::optional<QUrl> image = attachISO;
     if (!image && mode == VMBuildMode::installation)
@@ -82,6 +84,21 @@ VZVirtualMachineConfiguration VMConfigurationBuilder::build(const VMConfiguratio
     validate(machine);
     DiagnosticLogger::shared().log(
         u"VM configuration validated for %1 (%2)"_s.arg(configuration.name, caseName(mode)), LogLevel::info);
+    return machine;
+}
+
+VZVirtualMachineConfiguration
+VMConfigurationBuilder::describeRunning(const VMConfiguration &configuration) const
+{
+    FileManager &files = m_diskManager.fileService().fileManager();
+    BundleFiles::requireOrdinary({configuration.machineIdentifierURL(), configuration.efiVariableStoreURL()},
+                                 files);
+    VZVirtualMachineConfiguration machine;
+    machine.controlSocket = ControlSocket::forConfiguration(configuration);
+    if (const auto identifier = m_diskManager.machineIdentifier(configuration.machineIdentifierURL()))
+        machine.platform = VZGenericPlatformConfiguration{*identifier};
+    if (files.fileExists(FileUrl::path(configuration.efiVariableStoreURL())))
+        machine.bootLoader = VZEFIBootLoader{VZEFIVariableStore(configuration.efiVariableStoreURL())};
     return machine;
 }
 

@@ -20,6 +20,9 @@ public:
     [[nodiscard]] VZVirtualMachineConfiguration build(const VMConfiguration &configuration, VMBuildMode mode,
                                                       const std::optional<QUrl> &attachISO) const;
 
+    /// As much as is needed to reach a guest that runs already, whatever its documents say by now.
+    [[nodiscard]] VZVirtualMachineConfiguration describeRunning(const VMConfiguration &configuration) const;
+
 private:
     [[nodiscard]] QList<VZStorageDeviceConfiguration> storageDevices(const VMConfiguration &configuration,
                                                                      const std::optional<QUrl> &image) const;

@@ -7,6 +7,7 @@
 #include "Virtualization/Backend/KelvoError.h"
 #include "Virtualization/Backend/VMBackendController.h"
 #include "Virtualization/Backend/VMBackendFactory.h"
+#include "Virtualization/ControlSocket.h"
 
 #include <QSet>
 
@@ -31,12 +32,15 @@ VMPersistedMetadata metadataOrFresh(const VMStorage &storage, const QUrl &bundle
 VMManager::VMManager(const Collaborators &collaborators, QObject *parent)
     : QObject(parent)
     , m_library(collaborators.storage)
+    , m_guestWatch(collaborators.sharedFolder)
     , m_diskManager(collaborators.diskManager)
     , m_installer(collaborators.installer)
     , m_qemuDependencyService(collaborators.qemuDependencyService)
     , m_makeController(collaborators.makeController)
     , m_systemCapabilities(collaborators.systemInfoService.currentCapabilities())
-{}
+{
+    connect(&m_guestWatch, &GuestWatch::timeToLook, this, &VMManager::look);
+}
 
 VMManager::~VMManager()
 {
@@ -46,6 +50,7 @@ VMManager::~VMManager()
 
 VMManager::Collaborators VMManager::defaultCollaborators()
 {
+    ControlSocket::makeSharedFolder();
     return {
         .storage = VMStorage(VMConfiguration::defaultStorageRoot(), FileManager::defaultManager()),
         .diskManager = DiskManager(),
@@ -53,6 +58,7 @@ VMManager::Collaborators VMManager::defaultCollaborators()
         .systemInfoService = SystemInfoService(),
         .qemuDependencyService = QEMUDependencyService(),
         .makeController = &VMBackendFactory::makeController,
+        .sharedFolder = ControlSocket::sharedFolder(),
     };
 }
 
@@ -119,6 +125,7 @@ QCoro::Task<> VMManager::loadVirtualMachines()
         if (!kept.contains(vm))
             vm->deleteLater();
     DiagnosticLogger::shared().log(u"Loaded %1 virtual machine(s)"_s.arg(loaded.size()), LogLevel::info);
+    lookForGuests();
 }
 
 VirtualMachine *VMManager::openBundle(const QUrl &bundle)
@@ -131,6 +138,7 @@ VirtualMachine *VMManager::openBundle(const QUrl &bundle)
     VirtualMachine *vm = takeIn(m_library.read(bundle, m_virtualMachines));
     if (m_virtualMachines.size() > countBefore)
         Q_EMIT virtualMachinesChanged();
+    lookForGuests();
     return vm;
 }
 

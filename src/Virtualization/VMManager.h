@@ -1,10 +1,12 @@
 #pragma once
 
 #include "Models/VirtualMachine.h"
+#include "Platform/GuestTakeUp.h"
 #include "Services/QEMUDependencyService.h"
 #include "Services/SystemInfoService.h"
 #include "Virtualization/BundleLibrary.h"
 #include "Virtualization/DiskManager.h"
+#include "Virtualization/GuestWatch.h"
 #include "Virtualization/VMInstaller.h"
 
 #include <QCoroTask>
@@ -37,6 +39,8 @@ public:
         SystemInfoService systemInfoService;
         QEMUDependencyService qemuDependencyService;
         ControllerFactory makeController;
+        /// See GuestWatch.
+        QString sharedFolder = {};
     };
 
     explicit VMManager(const Collaborators &collaborators, QObject *parent = nullptr);
@@ -64,6 +68,9 @@ public:
     VirtualMachine *openBundle(const QUrl &bundle);
     /// Appends what has come into the root since it was last looked at, and notes what was moved in it.
     void listNewBundles();
+    /// Takes up what others have started since, and guests of an earlier run, each as soon as it has
+    /// answered.
+    void lookForGuests();
     /// Takes over what another application has saved in the bundle since it was read, unless the machine is
     /// in use; what cannot be read changes nothing.
     void takeOverChanges(VirtualMachine &vm);
@@ -108,6 +115,9 @@ private:
     void setState(VirtualMachine *vm, VMState state);
     [[nodiscard]] std::optional<VMState> guestState(const QUuid &id) const;
     void noteUnaskedChange(const QUuid &id, const QString &reason);
+    void look();
+    [[nodiscard]] QCoro::Task<GuestTakeUp> takeUp(VirtualMachine *vm);
+    [[nodiscard]] QCoro::Task<> takeUpBeforeStart(VirtualMachine *vm);
     [[nodiscard]] bool isInUse(const VirtualMachine &vm) const;
     void refuseWhileGuestLives(VirtualMachine &vm);
     void recordFailure(VirtualMachine *vm);
@@ -123,6 +133,7 @@ private:
                                                      const VMPersistedMetadata &metadata);
 
     BundleLibrary m_library;
+    GuestWatch m_guestWatch;
     DiskManager m_diskManager;
     VMInstaller m_installer;
     QEMUDependencyService m_qemuDependencyService;

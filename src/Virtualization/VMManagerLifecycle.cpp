@@ -2,37 +2,9 @@
 #include "Virtualization/Backend/KelvoError.h"
 #include "Virtualization/Backend/VMBackendController.h"
 #include "Virtualization/VMManager.h"
-
-#include <QPointer>
+#include "Virtualization/VMManagerOperation.h"
 
 using namespace Qt::StringLiterals;
-
-/// Marks a machine as busy for its own lifetime; refuses one that already is.
-class VMManager::Operation
-{
-public:
-    explicit Operation(VirtualMachine *vm)
-        : m_vm(vm)
-    {
-        m_vm->setOperationInProgress(true);
-    }
-    Operation(const Operation &) = delete;
-    Operation &operator=(const Operation &) = delete;
-    ~Operation()
-    {
-        if (m_vm)
-            m_vm->setOperationInProgress(false);
-    }
-
-    static void refuseWhileBusy(const VirtualMachine &vm)
-    {
-        if (vm.operationInProgress())
-            throw KelvoError::operationInProgress();
-    }
-
-private:
-    QPointer<VirtualMachine> m_vm;
-};
 
 namespace {
 
@@ -97,6 +69,13 @@ void VMManager::recordFailure(VirtualMachine *vm)
 QCoro::Task<> VMManager::start(VirtualMachine *vm, std::optional<QUrl> attachISO)
 {
     Operation::refuseWhileBusy(*vm);
+    const QPointer<VMManager> self(this);
+    const QPointer<VirtualMachine> machine(vm);
+    const bool hadGuest = guestState(vm->id()).has_value();
+    const QCoro::Task<> found = takeUpBeforeStart(vm);
+    co_await found;
+    if (!self || !machine || (!hadGuest && !attachISO && guestState(vm->id()) == VMState::running))
+        co_return;
     if (!attachISO && guestState(vm->id()) == VMState::paused) {
         const QCoro::Task<> resumed = resume(vm);
         co_await resumed;
@@ -109,8 +88,6 @@ QCoro::Task<> VMManager::start(VirtualMachine *vm, std::optional<QUrl> attachISO
     validateBackendAvailability(vm->configuration());
     requireOwnDocuments(*vm);
 
-    const QPointer<VMManager> self(this);
-    const QPointer<VirtualMachine> machine(vm);
     const Operation operation(vm);
     VMBackendController &backend = controller(*vm);
     setState(vm, VMState::starting);
@@ -123,6 +100,7 @@ QCoro::Task<> VMManager::start(VirtualMachine *vm, std::optional<QUrl> attachISO
             co_return;
         setState(machine, backend.state());
         setActive(&backend, machine->id());
+        m_guestWatch.announceStart();
         updateMetadata(*machine, [](VMPersistedMetadata &metadata) { metadata.lastBootedAt = now(); });
     } catch (...) {
         if (self && machine)
@@ -181,13 +159,22 @@ QCoro::Task<> VMManager::performOnController(VirtualMachine *vm, ControllerOpera
             setState(machine, backend.state()); // the guest may have ended
         throw;
     }
-    if (self && machine)
-        setState(machine, backend.state());
+    if (!self || !machine)
+        co_return;
+    setState(machine, backend.state());
+    if (backend.state() == VMState::running)
+        machine->setLastError(std::nullopt);
 }
 
 QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUrl> isoURL)
 {
     Operation::refuseWhileBusy(*vm);
+    const QPointer<VMManager> self(this);
+    const QPointer<VirtualMachine> machine(vm);
+    const QCoro::Task<> found = takeUpBeforeStart(vm);
+    co_await found;
+    if (!self || !machine)
+        co_return;
     refuseWhileGuestLives(*vm);
     takeOverChanges(*vm);
     if (vm->installationState() == VMInstallationState::completed)
@@ -195,8 +182,6 @@ QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUr
     validateBackendAvailability(vm->configuration());
     requireOwnDocuments(*vm);
 
-    const QPointer<VMManager> self(this);
-    const QPointer<VirtualMachine> machine(vm);
     const Operation operation(vm);
     const QUrl image = m_installer.resolveISO(vm->configuration(), isoURL);
     VMBackendController &backend = controller(*vm);
@@ -210,6 +195,7 @@ QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUr
             co_return;
         setState(machine, backend.state());
         setActive(&backend, machine->id());
+        m_guestWatch.announceStart();
         updateMetadata(*machine, [](VMPersistedMetadata &metadata) {
             metadata.installationState = VMInstallationState::inProgress;
             metadata.lastBootedAt = now();
@@ -257,8 +243,13 @@ void VMManager::noteUnaskedChange(const QUuid &id, const QString &reason)
     const auto found = m_controllers.find(id);
     if (!vm || found == m_controllers.end())
         return;
+    const VMState state = found->second->state();
     if (!reason.isEmpty())
         vm->setLastError(reason);
-    if (!vm->operationInProgress()) // whose end reads the state
-        setState(vm, found->second->state());
+    else if (state == VMState::running)
+        vm->setLastError(std::nullopt); // another hand has resumed it
+    if (!vm->operationInProgress())     // whose end reads the state
+        setState(vm, state);
+    if (!guestState(id))
+        m_guestWatch.lookAgainSoon(); // it may have been started again before its end was seen
 }

@@ -35,6 +35,7 @@ private Q_SLOTS:
     void installationIsCompletedOnceAndOnlyWhenOff();
     void unsavedBootIsAnErrorOfARunningGuest();
     void managerMayGoWhileAnOperationWaits();
+    void guestsOfOthersAreTakenUp();
 
 private:
     [[nodiscard]] VMConfiguration make(const QString &name,
@@ -90,10 +91,13 @@ VMConfiguration VMManagerTest::make(const QString &name, const std::optional<QSt
 
 std::unique_ptr<VMManager> VMManagerTest::makeManager()
 {
-    return std::make_unique<VMManager>(m_host->collaborators([this](VMBackendType) {
+    VMManager::Collaborators collaborators = m_host->collaborators([this](VMBackendType) {
         ++m_madeControllers;
         return std::make_unique<FakeController>();
-    }));
+    });
+    collaborators.sharedFolder = m_host->path(u"shared"_s);
+    QDir().mkpath(collaborators.sharedFolder);
+    return std::make_unique<VMManager>(collaborators);
 }
 
 void VMManagerTest::loadingListsBundlesWithTheirMetadata()
@@ -443,6 +447,50 @@ void VMManagerTest::managerMayGoWhileAnOperationWaits()
         QCOMPARE(errorTextOf([&] { finish(std::move(booted)); }), u"The controller is gone."_s);
         m_manager = makeManager();
     }
+}
+
+void VMManagerTest::guestsOfOthersAreTakenUp()
+{
+    VirtualMachine *vm = addMachine(u"a"_s);
+    (void)addMachine(u"without a guest"_s);
+    FakeController *controller = controllerOf(vm);
+    const auto setFound = [&](GuestTakeUp::Outcome outcome, const QString &reason) {
+        controller->guest = {outcome, reason};
+        controller->change(VMState::poweredOff);
+        controller->calls.clear();
+    };
+    m_host->write(u"Virtual Machines/a.vm/qmp.sock"_s, "");
+    setFound(GuestTakeUp::Outcome::undecided, {}); // it is just being started
+    m_manager->lookForGuests();
+    QCOMPARE(controller->calls, QStringList(u"take up a"_s));
+    QCOMPARE(vm->state(), VMState::poweredOff);
+    setFound(GuestTakeUp::Outcome::takenUp, u"The disk is full."_s);
+    QTRY_COMPARE(vm->state(), VMState::running);
+    QCOMPARE(vm->lastError(), u"The disk is full."_s);
+    QCOMPARE(m_manager->activeVMID(), std::optional(vm->id()));
+    QCOMPARE(m_madeControllers, 1);
+    finish(m_manager->pause(vm));
+    finish(m_manager->resume(vm));
+    QCOMPARE(vm->lastError(), std::nullopt);
+
+    // Start means it, too, and does not begin another one.
+    setFound(GuestTakeUp::Outcome::takenUp, {});
+    finish(start(vm));
+    QCOMPARE(vm->state(), VMState::running);
+    setFound(GuestTakeUp::Outcome::takenUp, {});
+    QCOMPARE(errorTextOf([&] { finish(install(vm)); }), u"Cannot start while virtual machine is running."_s);
+    QCOMPARE(controller->calls, QStringList(u"take up a"_s));
+
+    // Another application starts it.
+    setFound(GuestTakeUp::Outcome::takenUp, {});
+    GuestWatch(m_host->path(u"shared"_s)).announceStart();
+    QTRY_COMPARE(vm->state(), VMState::running);
+
+    // It was killed meanwhile.
+    setFound(GuestTakeUp::Outcome::noGuest, u"The emulator ended unexpectedly."_s);
+    m_manager->lookForGuests();
+    QCOMPARE(vm->state(), VMState::poweredOff);
+    QCOMPARE(vm->lastError(), u"The emulator ended unexpectedly."_s);
 }
 
 KELVO_TEST_MAIN(VMManagerTest)

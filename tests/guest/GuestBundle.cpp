@@ -27,6 +27,7 @@ GuestBundle::GuestBundle(const QString &script)
     configuration.graphicsDevices = {VZVirtioGraphicsDeviceConfiguration{{{1280, 800}}}};
     configuration.pointingDevices = {VZUSBScreenCoordinatePointingDeviceConfiguration()};
     configuration.keyboards = {VZUSBKeyboardConfiguration()};
+    configuration.controlSocket = FileUrl::file(m_folder.filePath(u"control.sock"_s));
 }
 
 void GuestBundle::addScript(const QString &disk, const QString &script) const

@@ -2,7 +2,7 @@
 """A machine's whole life as its owner sees it, from the wizard to the next start of the application."""
 
 from firmware import shows_firmware, shows_menu
-from stage import EMULATOR, TPM, check, display_port, guest_status, is_listening, run
+from stage import EMULATOR, TPM, check, display_port, guest_status, is_listening, run, take_up
 
 NAME = "Windows 11"
 
@@ -52,7 +52,10 @@ def life_of_a_machine(stage):
         kelvo.stop(NAME)
         stage.check_nothing_left(port)
         card = labels(kelvo.card(NAME))
-        kelvo.quit()
+        console.find("Install", "push button").press()
+        kelvo.wait_for_picture(NAME, shows_firmware, 60, "the firmware's screen after the second start")
+        kelvo.crash()
+    take_up(stage, NAME, shows_firmware, "Install")
 
     documents = {path.name: path.read_bytes() for path in bundle.glob("*.json")}
     with stage.kelvo() as kelvo:
@@ -69,4 +72,4 @@ def labels(card):
 
 
 if __name__ == "__main__":
-    run(life_of_a_machine, 240)
+    run(life_of_a_machine, 300)

@@ -106,6 +106,10 @@ def place_on_the_desktop(stage):
 
     with stage.kelvo() as kelvo:
         wait_until(lambda: size(kelvo) == SIZE, 10, f"a window of the last size, {SIZE}, and not {size(kelvo)}")
+        session.wait_for_holders(1, "when the guest is there again")
+        kelvo.show_console(NAME)
+        kelvo.stop(NAME)
+        stage.check_nothing_left()
         kelvo.quit()
     start_over_the_bus(stage, program)
 

@@ -6,7 +6,7 @@ import time
 from application import wait_until
 from desktop import DESKTOP_SIZE
 from firmware import shows_firmware
-from stage import EMULATOR, check, run
+from stage import EMULATOR, check, run, take_up
 
 NAME = "Linux ARM64"
 
@@ -50,7 +50,8 @@ def life_of_a_linux_machine(stage):
         kelvo.wait_for_picture(NAME, shows_firmware, 60, "the firmware's screen in the console")
         emulators = stage.guests(EMULATOR)
         check(len(emulators) == 1, f"not one guest runs: {stage.desktop.processes()}")
-        check(not stage.sockets(), f"others could reach the guest: {stage.sockets()}")
+        check(stage.sockets() == ["control.sock"], f"the guest's sockets are {stage.sockets()}")
+        stage.check_private()
 
         before = kelvo.wait_for_still_picture(NAME, 60)
         console.find("Guest screen").click()
@@ -82,8 +83,12 @@ def life_of_a_linux_machine(stage):
         kelvo.keys("Return")
         console.find("Powered Off", "label", timeout=60)
         stage.check_nothing_left()
-        kelvo.quit()
+
+        console.find("Start", "push button").press()
+        kelvo.wait_for_picture(NAME, shows_firmware, 60, "the firmware's screen after the third start")
+        kelvo.crash()
+    take_up(stage, NAME, shows_firmware, "Start")
 
 
 if __name__ == "__main__":
-    run(life_of_a_linux_machine, 240)
+    run(life_of_a_linux_machine, 300)

@@ -28,8 +28,8 @@ class Stage:
         self._kept = kept
 
     @contextmanager
-    def kelvo(self):
-        with Kelvo(self.desktop, self._program, self.home) as kelvo:
+    def kelvo(self, apart=False):
+        with Kelvo(self.desktop, self._program, self.home, apart=apart) as kelvo:
             try:
                 yield kelvo
             except BaseException:
@@ -71,6 +71,40 @@ class Stage:
         (self._kept / "tree.txt").write_text(kelvo.outline() + "\n")
         shutil.copy(kelvo.log, self._kept / "kelvo.log")
         print(f"What it showed is in {self._kept}.\n{kelvo.log.read_text()}", file=sys.stderr)
+
+
+def take_up(stage, name, shows, start):
+    """A guest whose application was killed is shown again, obeys and ends. `shows`: what its picture must be. `start`:
+    the button that starts it."""
+    with stage.kelvo() as kelvo:
+        kelvo.card(name).find("Running", "label")
+        emulators = stage.guests(EMULATOR)
+        with stage.kelvo(apart=True) as other:
+            console = other.show_console(name)
+            other.wait_for_picture(name, shows, 60, "the guest's screen in the second application")
+            before = other.wait_for_still_picture(name, 60)
+            console.find("Guest screen").click()
+            other.type_text("echo typed")
+            other.wait_for_picture(name, lambda picture: picture != before, 20, "what was typed after the restart")
+            console.find("Pause").press()
+            console.find("Paused", "label")
+            kelvo.card(name).find("Paused", "label", timeout=2)
+            console.find("Resume").press()
+            console.find("Running", "label")
+            kelvo.card(name).find("Running", "label", timeout=2)
+            check(stage.guests(EMULATOR) == emulators, "another guest runs")
+            other.stop(name)
+            kelvo.card(name).find("Powered Off", "label", timeout=2)
+            stage.check_nothing_left()
+            # And the first one sees what the second one starts.
+            console.find(start, "push button").press()
+            console.find("Running", "label", timeout=30)
+            kelvo.card(name).find("Running", "label", timeout=2)
+            other.crash()
+        kelvo.show_console(name)
+        kelvo.stop(name)
+        stage.check_nothing_left()
+        kelvo.quit()
 
 
 def display_port(command):

@@ -1,3 +1,6 @@
+#include "Platform/FileManager.h"
+#include "Platform/FileUrl.h"
+#include "Platform/Hypervisor/EmulatorInstallation.h"
 #include "Platform/Hypervisor/EmulatorSession.h"
 #include "Platform/Hypervisor/VZError.h"
 #include "Platform/Hypervisor/VZVirtualMachine.h"
@@ -8,8 +11,9 @@
 #include "support/TestMain.h"
 
 #include <QFile>
+#include <QSignalSpy>
+#include <QSocketNotifier>
 
-#include <poll.h>
 #include <sys/socket.h>
 
 #include <csignal>
@@ -30,6 +34,10 @@ private Q_SLOTS:
     void runsOneMachineOnce();
     void saysWhatTheEmulatorRefuses();
     void endsAStartThatNobodyWaitsFor();
+    void takesUpWhatSomebodyElseHasStarted();
+    void takesUpWhatItsLauncherHasLeftStandingStill();
+    void followsItsMovedFolder();
+    void clearsAwayWhatWasKilledMeanwhile();
 };
 
 namespace {
@@ -88,12 +96,20 @@ QList<pid_t> emulators()
 /// What the screen's server says first; empty when it closes the connection.
 QByteArray greeting(const UniqueDescriptor &display)
 {
-    pollfd readable = {display.get(), POLLIN, 0};
-    QByteArray bytes(12, '\0');
-    if (::poll(&readable, 1, 10'000) <= 0)
+    // It is handed over by the event loop.
+    QSocketNotifier readable(display.get(), QSocketNotifier::Read);
+    if (!QSignalSpy(&readable, &QSocketNotifier::activated).wait(patience))
         return "nothing";
+    QByteArray bytes(12, '\0');
     bytes.resize(std::max<ssize_t>(0, ::recv(display.get(), bytes.data(), bytes.size(), MSG_WAITALL)));
     return bytes;
+}
+
+/// What the emulator says of its guest.
+QString statusOf(const GuestBundle &bundle)
+{
+    const QString socket = FileUrl::path(bundle.configuration.controlSocket);
+    return finish(QMPChannel::ask(socket, u"query-status"_s, {}, 30s))["status"_L1].toString();
 }
 
 } // namespace
@@ -108,11 +124,11 @@ void HypervisorGuestTest::pausesForReal()
     const GuestBundle bundle;
     EmulatorSession session(bundle.configuration);
     finish(session.boot());
-    QCOMPARE(finish(session.status()), u"running"_s);
+    QCOMPARE(statusOf(bundle), u"running"_s);
     finish(session.pause());
-    QCOMPARE(finish(session.status()), u"paused"_s);
+    QCOMPARE(statusOf(bundle), u"paused"_s);
     finish(session.resume());
-    QCOMPARE(finish(session.status()), u"running"_s);
+    QCOMPARE(statusOf(bundle), u"running"_s);
     finish(session.quit());
     QVERIFY(QTest::qWaitFor([&] { return session.hasEnded(); }, patience));
 }
@@ -220,6 +236,98 @@ void HypervisorGuestTest::endsAStartThatNobodyWaitsFor()
     }
     QTRY_VERIFY(failed.value_or(false));
     QTRY_VERIFY(emulators().isEmpty());
+}
+
+void HypervisorGuestTest::takesUpWhatSomebodyElseHasStarted()
+{
+    using State = VZVirtualMachine::State;
+    const GuestBundle bundle;
+    auto first = std::make_unique<VZVirtualMachine>(bundle.configuration);
+    QCOMPARE(start(*first), QString());
+    VZVirtualMachineConfiguration strangers = bundle.configuration;
+    strangers.platform->machineIdentifier = VZGenericMachineIdentifier();
+    VZVirtualMachine stranger(strangers);
+    QCOMPARE(finish(stranger.takeUp()).outcome, GuestTakeUp::Outcome::noGuest);
+
+    Owner owner;
+    VZVirtualMachine second(bundle.configuration);
+    second.setDelegate(&owner);
+    QCOMPARE(finish(second.takeUp()).outcome, GuestTakeUp::Outcome::takenUp);
+    QCOMPARE(second.state(), State::running);
+    QCOMPARE(greeting(second.openDisplay()), QByteArray("RFB 003.008\n"));
+    QCOMPARE(perform([&](const auto &handler) { second.pause(handler); }), QString());
+    QTRY_COMPARE(first->state(), State::paused);
+    first.reset();
+    VZVirtualMachine third(bundle.configuration);
+    QCOMPARE(finish(third.takeUp()).outcome, GuestTakeUp::Outcome::takenUp);
+    QCOMPARE(third.state(), State::paused);
+    QCOMPARE(perform([&](const auto &handler) { third.resume(handler); }), QString());
+    QCOMPARE(stop(third), QString());
+    QTRY_COMPARE(owner.told, QStringList(u"guest did stop"_s));
+    QCOMPARE(second.state(), State::stopped);
+    QVERIFY(emulators().isEmpty());
+    QVERIFY(!QFile::exists(FileUrl::path(bundle.configuration.controlSocket)));
+}
+
+/// The application died between the launch and the guest's first step.
+void HypervisorGuestTest::takesUpWhatItsLauncherHasLeftStandingStill()
+{
+    const GuestBundle bundle;
+    const QTemporaryDir folder;
+    EmulatorInstallation installation = *EmulatorInstallation::find();
+    const QString launcher = folder.filePath(u"launcher"_s);
+    FileManager::defaultManager().writeAtomically(launcher, "#!/bin/sh\n" + installation.emulator.toUtf8() +
+                                                                " \"$@\" &\n");
+    QFile::setPermissions(launcher, QFile::ReadOwner | QFile::ExeOwner);
+    installation.emulator = launcher;
+    {
+        const EmulatorSession session(bundle.configuration, installation, EmulatorTimeouts());
+        QTRY_VERIFY(session.hasEnded());
+    }
+    VZVirtualMachine machine(bundle.configuration);
+    const auto isFound = [&] {
+        return finish(machine.takeUp()).outcome == GuestTakeUp::Outcome::takenUp;
+    };
+    QVERIFY(QTest::qWaitFor(isFound, patience));
+    QCOMPARE(machine.state(), VZVirtualMachine::State::paused);
+    QCOMPARE(perform([&](const auto &handler) { machine.resume(handler); }), QString());
+    QCOMPARE(statusOf(bundle), u"running"_s);
+    QCOMPARE(stop(machine), QString());
+    QVERIFY(!QFile::exists(FileUrl::path(bundle.configuration.controlSocket)));
+}
+
+void HypervisorGuestTest::followsItsMovedFolder()
+{
+    const GuestBundle bundle;
+    VZVirtualMachine machine(bundle.configuration);
+    QCOMPARE(start(machine), QString());
+    const QString socket = FileUrl::path(bundle.configuration.controlSocket);
+    const QString folder = socket.left(socket.lastIndexOf(u'/'));
+    QVERIFY(QFile::rename(folder, folder + u" moved"_s));
+    QCOMPARE(perform([&](const auto &handler) { machine.pause(handler); }), QString());
+    QCOMPARE(greeting(machine.openDisplay()), QByteArray("RFB 003.008\n"));
+    QCOMPARE(stop(machine), QString());
+    QVERIFY(!QFile::exists(folder + u" moved/control.sock"_s));
+    QVERIFY(QFile::rename(folder + u" moved"_s, folder));
+}
+
+void HypervisorGuestTest::clearsAwayWhatWasKilledMeanwhile()
+{
+    const GuestBundle bundle;
+    {
+        VZVirtualMachine machine(bundle.configuration);
+        QCOMPARE(start(machine), QString());
+    }
+    const QString socket = FileUrl::path(bundle.configuration.controlSocket);
+    ::kill(emulators().value(0), SIGKILL);
+    QTRY_VERIFY(emulators().isEmpty());
+    QVERIFY(QFile::exists(socket));
+    VZVirtualMachine machine(bundle.configuration);
+    const GuestTakeUp found = finish(machine.takeUp());
+    QCOMPARE(found.outcome, GuestTakeUp::Outcome::noGuest);
+    QCOMPARE(found.reason, u"The emulator ended unexpectedly."_s);
+    QVERIFY(!QFile::exists(socket));
+    QCOMPARE(finish(machine.takeUp()).reason, QString());
 }
 
 KELVO_TEST_MAIN(HypervisorGuestTest)

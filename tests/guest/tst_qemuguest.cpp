@@ -1,8 +1,6 @@
 #include "Platform/FileUrl.h"
-#include "Platform/UniqueDescriptor.h"
 #include "Services/DiagnosticLogger.h"
 #include "Virtualization/Backend/QEMUBackendController.h"
-#include "Virtualization/QEMU/UnixSocketConnection.h"
 #include "support/Expectations.h"
 #include "support/ProcessCensus.h"
 #include "support/QEMUStage.h"
@@ -10,10 +8,7 @@
 
 #include <QDir>
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
-
-#include <sys/socket.h>
 
 #include <csignal>
 
@@ -31,6 +26,8 @@ private Q_SLOTS:
     void livesAWholeLife();
     void startsAgainAfterAKilledEmulator();
     void oneDiskImageServesOneMachine();
+    void takesUpWhatSomebodyElseHasStarted();
+    void clearsAwayWhatEndedMeanwhile();
 };
 
 namespace {
@@ -65,21 +62,10 @@ public:
         return QCoro::waitFor(outcomeOf(controller.start()));
     }
 
-    /// What QEMU answers on a connection of our own.
+    /// What QEMU answers to us.
     [[nodiscard]] QJsonValue ask(const QString &command) const
     {
-        UnixSocketConnection connection(qmpSocket(), 10s);
-        connection.write("{\"execute\": \"qmp_capabilities\"}\n{\"execute\": \"" + command.toUtf8() +
-                         "\"}\n");
-        QByteArray received;
-        while (received.count("\"return\"") < 2 || !received.endsWith('\n'))
-            received += connection.read(4096);
-        for (const QByteArray &line : received.trimmed().split('\n')) {
-            QJsonValue value = QJsonDocument::fromJson(line).object().value("return"_L1);
-            if (!value.isUndefined() && value != QJsonValue(QJsonObject()))
-                return value;
-        }
-        return {};
+        return finish(QMPChannel::ask(qmpSocket(), command, {}, 30s));
     }
 
     [[nodiscard]] QString status() const
@@ -87,14 +73,10 @@ public:
         return ask(u"query-status"_s).toObject().value("status"_L1).toString();
     }
 
-    /// The emulator's own process (SO_PEERCRED, unix(7)).
+    /// The emulator's own process.
     [[nodiscard]] pid_t process() const
     {
-        const UnixSocketConnection connection(qmpSocket(), 10s);
-        ucred credentials = {};
-        socklen_t size = sizeof credentials;
-        ::getsockopt(connection.fd(), SOL_SOCKET, SO_PEERCRED, &credentials, &size);
-        return credentials.pid;
+        return UnixSocket::peerOf(UnixSocket::connect(qmpSocket())).identifier;
     }
 
     /// The local paths that the emulator has open, as far as they are in the machine's folder.
@@ -228,6 +210,55 @@ void TestQEMUGuest::oneDiskImageServesOneMachine()
     QCOMPARE(QCoro::waitFor(outcomeOf(controller->stop())), QString());
     QVERIFY2(second.start(*other).isNull(), qPrintable(log()));
     QCOMPARE(QCoro::waitFor(outcomeOf(other->stop())), QString());
+}
+
+void TestQEMUGuest::takesUpWhatSomebodyElseHasStarted()
+{
+    Machine machine(u"Taken up"_s);
+    const ProcessCensus before = ProcessCensus::take();
+    auto controller = makeController();
+    QVERIFY2(machine.start(*controller).isNull(), qPrintable(log()));
+    controller.reset();
+    const qint64 port = std::exchange(machine.configuration.vncPort, 5999); // by hand
+
+    controller = makeController();
+    QCOMPARE(finish(controller->takeUp(machine.configuration)).outcome, GuestTakeUp::Outcome::takenUp);
+    QCOMPARE(controller->state(), VMState::running);
+    QCOMPARE(controller->vncPort(), std::optional(port));
+    QCOMPARE(QCoro::waitFor(outcomeOf(controller->pause())), QString());
+    QCOMPARE(machine.status(), u"paused"_s);
+    const auto other = makeController();
+    QCOMPARE(finish(other->takeUp(machine.configuration)).outcome, GuestTakeUp::Outcome::takenUp);
+    QCOMPARE(other->state(), VMState::paused);
+    QCOMPARE(QCoro::waitFor(outcomeOf(controller->resume())), QString());
+    QTRY_COMPARE(other->state(), VMState::running);
+    QCOMPARE(QCoro::waitFor(outcomeOf(other->stop())), QString());
+    QTRY_COMPARE(controller->state(), VMState::poweredOff);
+    QCOMPARE(ProcessCensus::take().children, before.children);
+    QVERIFY(!machine.hasSockets());
+}
+
+/// Its QEMU, that is; the TPM has stayed.
+void TestQEMUGuest::clearsAwayWhatEndedMeanwhile()
+{
+    for (const auto &[signal, reason] :
+         {std::pair(SIGTERM, QString()), {SIGKILL, u"The emulator ended unexpectedly."_s}}) {
+        const Machine machine(u"Ended meanwhile"_s);
+        const ProcessCensus before = ProcessCensus::take();
+        auto controller = makeController();
+        QVERIFY2(machine.start(*controller).isNull(), qPrintable(log()));
+        const pid_t process = machine.process();
+        controller.reset();
+        QCOMPARE(::kill(process, signal), 0);
+        QTRY_VERIFY(!QFile::exists(u"/proc/%1"_s.arg(process)));
+        controller = makeController();
+        const GuestTakeUp found = finish(controller->takeUp(machine.configuration));
+        QCOMPARE(found.outcome, GuestTakeUp::Outcome::noGuest);
+        QCOMPARE(found.reason, reason);
+        QCOMPARE(controller->state(), VMState::poweredOff);
+        QCOMPARE(ProcessCensus::take().children, before.children);
+        QVERIFY(!machine.hasSockets());
+    }
 }
 
 KELVO_TEST_MAIN(TestQEMUGuest)

@@ -84,3 +84,11 @@ QCoro::Task<> FakeController::resume()
 {
     return operate(u"resume"_s, VMState::running);
 }
+
+QCoro::Task<GuestTakeUp> FakeController::takeUp(VMConfiguration configuration)
+{
+    note(u"take up "_s + configuration.name);
+    if (guest.outcome == GuestTakeUp::Outcome::takenUp)
+        currentState = VMState::running;
+    co_return guest;
+}

@@ -16,6 +16,7 @@ public:
     QString failingCall;          ///< the call that throws KelvoError::internalError("…")
     bool holdsOperations = false; ///< an operation waits until release()
     std::optional<qint64> port;   ///< set by configure()
+    GuestTakeUp guest;            ///< what takeUp() finds; a guest that it takes up runs
     VMDisplayKind display = VMDisplayKind::vnc;
     VZVirtualMachine *machine = nullptr; ///< not owned
 
@@ -39,6 +40,7 @@ public:
     [[nodiscard]] QCoro::Task<> pause() override;
     [[nodiscard]] QCoro::Task<> resume() override;
     void resetStateMachine(VMState to) override { currentState = to; }
+    [[nodiscard]] QCoro::Task<GuestTakeUp> takeUp(VMConfiguration configuration) override;
 
 private:
     /// Where an operation waits. It goes on from the event loop, as after a real one, when the controller may

@@ -17,8 +17,9 @@ void install(const QString &path, const QString &script)
 {
     QDir().mkpath(path.left(path.lastIndexOf(u'/')));
     QFile::remove(path);
-    if (!QFile::link(program(), path))
-        qFatal("cannot link %s", qPrintable(path));
+    // A copy: a process is known by the name of its program's file.
+    if (!QFile::copy(program(), path))
+        qFatal("cannot copy to %s", qPrintable(path));
     QFile file(path + u".script"_s);
     if (!file.open(QIODevice::WriteOnly) || file.write(script.toUtf8()) < 0)
         qFatal("cannot write %s", qPrintable(file.fileName()));

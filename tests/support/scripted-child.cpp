@@ -141,46 +141,47 @@ std::string readLine()
     return line;
 }
 
+/// Until the peer leaves.
 void repeat(const std::string &line)
 {
     const std::string bytes = line + "\n";
     while (sendIfConnected(bytes)) {
     }
-    ::_exit(0);
 }
 
-void serveQmp(const std::string &)
+/// What the guest does: what the file beside the program says, where there is one.
+std::string guestStatus(bool isRunning)
 {
-    while (true) {
+    std::ifstream file(arguments[0] + ".status");
+    std::string status;
+    return file >> status ? status : isRunning ? "running" : "paused";
+}
+
+/// Answers so many commands, or all, as an emulator whose guest does what it is told. It listens where
+/// open-socket says, or else on the inherited descriptor, and then its guest stands still at first.
+void serveQmp(const std::string &count)
+{
+    bool isRunning = listener >= 0;
+    if (!isRunning)
+        listener = 3;
+    long left = count.empty() ? 1'000'000 : std::stol(count);
+    while (left > 0) {
         acceptConnection({});
         sendIfConnected("{\"QMP\": {\"version\": {}, \"capabilities\": [\"oob\"]}}\r\n");
-        for (std::string line = readLine(); !line.empty(); line = readLine()) {
+        for (std::string line = readLine(); !line.empty(); line = left > 0 ? readLine() : std::string()) {
+            --left;
             note(line);
-            sendIfConnected("{\"event\": \"NOTE\", \"data\": {}}\r\n{\"return\": {}}\r\n");
+            if (line.find("\"cont\"") != std::string::npos || line.find("\"stop\"") != std::string::npos)
+                isRunning = line.find("\"cont\"") != std::string::npos;
+            const std::string answer = line.find("\"query-block\"") != std::string::npos
+                                           ? "[{\"io-status\": \"nospace\"}]"
+                                           : "{\"status\": \"" + guestStatus(isRunning) + "\"}";
+            sendIfConnected("{\"event\": \"NOTE\", \"data\": {}}\r\n{\"return\": " + answer + "}\r\n");
             if (line.find("\"quit\"") != std::string::npos) {
                 ::unlink(socketPath.c_str());
                 ::_exit(0);
             }
         }
-    }
-}
-
-/// Answers so many commands on the inherited descriptor, as an emulator whose guest does what it is told.
-void serveControl(const std::string &count)
-{
-    constexpr int inherited = 3;
-    connection = inherited;
-    sendIfConnected("{\"QMP\": {}}\r\n");
-    bool isRunning = false;
-    for (int left = std::stoi(count); left > 0; --left) {
-        const std::string line = readLine();
-        isRunning = line.find("\"cont\"") != std::string::npos ||
-                    (isRunning && line.find("\"stop\"") == std::string::npos);
-        const std::size_t id = line.find("\"id\":") + 5;
-        sendIfConnected("{\"return\": {\"status\": \"" + std::string(isRunning ? "running" : "paused") +
-                        "\"}, \"id\": " + std::to_string(std::atoi(line.c_str() + id)) + "}\r\n");
-        if (line.find("\"quit\"") != std::string::npos)
-            ::_exit(0);
     }
 }
 
@@ -262,11 +263,10 @@ using Commands = std::map<std::string, std::function<void(const std::string &)>>
 
 Commands makeCommands()
 {
-    Commands commands = {{"accept", acceptConnection}, {"flood", flood},
-                         {"hide-end", hideEnd},        {"open-port", openPort},
-                         {"open-socket", openSocket},  {"repeat", repeat},
-                         {"report", report},           {"serve-control", serveControl},
-                         {"serve-qmp", serveQmp},      {"serve-tpm", serveTpm}};
+    Commands commands = {
+        {"accept", acceptConnection}, {"flood", flood},   {"hide-end", hideEnd}, {"open-port", openPort},
+        {"open-socket", openSocket},  {"repeat", repeat}, {"report", report},    {"serve-qmp", serveQmp},
+        {"serve-tpm", serveTpm}};
     const auto add = [&](const char *name, const Commands::mapped_type &command) {
         commands.emplace(name, command);
     };

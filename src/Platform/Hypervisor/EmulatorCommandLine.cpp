@@ -47,8 +47,8 @@ QString deviceOptions(const VZStorageDeviceConfiguration &device, const QString 
 {
     if (std::holds_alternative<VZNVMExpressControllerDeviceConfiguration>(device))
         return u"nvme,id=%1,drive=%2,serial=%2"_s.arg(id, drive);
-    // The guest hears of a full host disk; it would stand still without a word otherwise.
-    return u"virtio-blk-pci,id=%1,drive=%2,werror=report,rerror=report"_s.arg(id, drive);
+    // Where the host's disk is full the guest waits for space; any other failure is told to it.
+    return u"virtio-blk-pci,id=%1,drive=%2,werror=enospc,rerror=report"_s.arg(id, drive);
 }
 
 QStringList storage(const QList<VZStorageDeviceConfiguration> &devices)
@@ -101,6 +101,6 @@ QStringList EmulatorCommandLine::arguments(const VZVirtualMachineConfiguration &
                                                 u"-uuid"_s, identity.toString(QUuid::WithoutBraces)} +
            storage(configuration.storageDevices) + network(configuration) +
            screenAndInput(configuration.graphicsDevices.first().scanouts.first()) +
-           QStringList{u"-chardev"_s, u"socket,id=qmp,fd=%1,server=off"_s.arg(controlDescriptor), u"-mon"_s,
-                       u"chardev=qmp,mode=control"_s, u"-S"_s};
+           QStringList{u"-chardev"_s, u"socket,id=qmp,fd=%1,server=on,wait=off"_s.arg(controlDescriptor),
+                       u"-mon"_s, u"chardev=qmp,mode=control"_s, u"-S"_s};
 }

@@ -1,19 +1,18 @@
 #include "Platform/Hypervisor/EmulatorSession.h"
 
 #include "Platform/EmulatorEnd.h"
+#include "Platform/FileLock.h"
 #include "Platform/FileUrl.h"
 #include "Platform/Hypervisor/EmulatorCommandLine.h"
 #include "Platform/Hypervisor/VZError.h"
 #include "Platform/PlatformError.h"
 
-#include <QCoreApplication>
 #include <QCoroFuture>
 #include <QFile>
 #include <QPointer>
 #include <QTimer>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/socket.h>
 
 #include <array>
@@ -25,33 +24,28 @@ namespace {
 
 constexpr int controlDescriptor = 3; // the first that a child inherits
 
-struct SocketPair
-{
-    UniqueDescriptor ours;
-    UniqueDescriptor theirs;
-};
-
-SocketPair makeSocketPair()
-{
-    std::array<int, 2> ends{};
-    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
-        throw PlatformError(errno, u"connect to the emulator"_s);
-    return {UniqueDescriptor(ends[0]), UniqueDescriptor(ends[1])};
-}
-
 /// The emulator takes no lock on its flash memory. It inherits this one, so that the lock lasts as long as it
 /// does, whatever becomes of us.
 UniqueDescriptor lockStore(const VZEFIVariableStore &store)
 {
-    const QString path = FileUrl::path(store.url());
-    UniqueDescriptor file(::open(QFile::encodeName(path).constData(), O_RDWR | O_CLOEXEC));
-    if (!file.isValid())
-        throw PlatformError(errno, u"open"_s, path);
-    if (::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
-        return file;
-    if (errno != EWOULDBLOCK)
-        throw PlatformError(errno, u"lock"_s, path);
-    throw VZError(VZError::Case::virtualMachineAlreadyRunning, u"This virtual machine is already running."_s);
+    UniqueDescriptor lock = FileLock::take(FileUrl::path(store.url()));
+    if (!lock.isValid())
+        throw VZError(VZError::Case::virtualMachineAlreadyRunning,
+                      u"This virtual machine is already running."_s);
+    return lock;
+}
+
+UniqueDescriptor openFolder(const QString &path)
+{
+    return UniqueDescriptor(::open(QFile::encodeName(path).constData(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+}
+
+/// The file's path by way of the folder's descriptor (proc(5)).
+QString pathIn(const UniqueDescriptor &folder, const QUrl &file)
+{
+    if (!folder.isValid())
+        return FileUrl::path(file);
+    return u"/proc/self/fd/%1/"_s.arg(folder.get()) + FileUrl::lastComponent(file);
 }
 
 EmulatorInstallation requireInstallation()
@@ -64,50 +58,77 @@ EmulatorInstallation requireInstallation()
 
 } // namespace
 
+/// Keeps the poll silent for its own lifetime: what it hears meanwhile is older than what a command does.
+class EmulatorSession::Quiet
+{
+public:
+    explicit Quiet(EmulatorSession *session)
+        : m_session(session)
+    {
+        m_session->m_poll.stop();
+    }
+    Quiet(const Quiet &) = delete;
+    Quiet &operator=(const Quiet &) = delete;
+    ~Quiet()
+    {
+        if (m_session && !m_session->m_hasEnded && m_session->m_guestFailure.isEmpty())
+            m_session->m_poll.restart();
+    }
+
+private:
+    QPointer<EmulatorSession> m_session;
+};
+
 EmulatorSession::EmulatorSession(const VZVirtualMachineConfiguration &configuration)
     : EmulatorSession(configuration, requireInstallation(), EmulatorTimeouts())
 {}
 
 EmulatorSession::EmulatorSession(const VZVirtualMachineConfiguration &configuration,
                                  const EmulatorInstallation &installation, const EmulatorTimeouts &timeouts)
-    : EmulatorSession(configuration, installation, timeouts, makeDescriptors(configuration))
-{}
+    : EmulatorSession(configuration, launch(configuration, installation), timeouts)
+{
+    m_isBooting = true;
+    m_poll.stop();
+}
 
 EmulatorSession::EmulatorSession(const VZVirtualMachineConfiguration &configuration,
-                                 const EmulatorInstallation &installation, const EmulatorTimeouts &timeouts,
-                                 Descriptors descriptors)
+                                 std::shared_ptr<ChildProcess> emulator, const EmulatorTimeouts &timeouts)
     : m_timeouts(timeouts)
-    , m_process(launchOptions(configuration, installation, descriptors))
-    , m_channel(std::move(descriptors.ours), timeouts.answer)
+    , m_folder(openFolder(FileUrl::path(FileUrl::deletingLastComponent(configuration.controlSocket))))
+    , m_controlSocket(pathIn(m_folder, configuration.controlSocket))
+    , m_process(std::move(emulator))
+    , m_poll(m_controlSocket, timeouts.poll, timeouts.answer)
 {
-    connect(&m_process, &ChildProcess::standardErrorLine, this, [this](const QString &line) {
-        m_lastLine = line;
-        Q_EMIT message(line);
-    });
-    connect(&m_process, &ChildProcess::exited, this, &EmulatorSession::reportEnd);
-    connect(&m_channel, &QMPChannel::closed, this, &EmulatorSession::reportEnd);
-    connect(&m_channel, &QMPChannel::eventReceived, this, &EmulatorSession::noteEvent);
+    if (configuration.bootLoader) {
+        const QUrl &store = configuration.bootLoader->variableStore->url();
+        const bool isBeside = FileUrl::deletingLastComponent(store) ==
+                              FileUrl::deletingLastComponent(configuration.controlSocket);
+        m_variableStore = isBeside ? pathIn(m_folder, store) : FileUrl::path(store);
+    }
+    connect(m_process.get(), &ChildProcess::standardErrorLine, this, &EmulatorSession::noteLine);
+    connect(m_process.get(), &ChildProcess::exited, this, &EmulatorSession::noteExit);
+    connect(&m_poll, &EmulatorPoll::answered, this, &EmulatorSession::noteStatus);
+    m_poll.restart();
 }
 
-EmulatorSession::Descriptors
-EmulatorSession::makeDescriptors(const VZVirtualMachineConfiguration &configuration)
+std::shared_ptr<ChildProcess> EmulatorSession::launch(const VZVirtualMachineConfiguration &configuration,
+                                                      const EmulatorInstallation &installation)
 {
-    SocketPair control = makeSocketPair();
-    return {.storeLock = lockStore(*configuration.bootLoader->variableStore),
-            .ours = std::move(control.ours),
-            .theirs = std::move(control.theirs)};
-}
-
-ChildProcess::LaunchOptions EmulatorSession::launchOptions(const VZVirtualMachineConfiguration &configuration,
-                                                           const EmulatorInstallation &installation,
-                                                           const Descriptors &descriptors)
-{
+    // The lock first: then what stands in the socket's place is of no use to anyone.
+    const UniqueDescriptor lock = lockStore(*configuration.bootLoader->variableStore);
+    const QString socket = FileUrl::path(configuration.controlSocket);
+    const UniqueDescriptor listener = UnixSocket::listen(socket);
     ChildProcess::LaunchOptions options;
     options.program = installation.emulator;
     options.arguments = EmulatorCommandLine::arguments(
         configuration, installation, EmulatorInstallation::accelerator(), controlDescriptor);
-    options.inheritedDescriptors = {descriptors.theirs.get(), descriptors.storeLock.get()};
-    return options;
+    options.inheritedDescriptors = {listener.get(), lock.get()};
+    try {
+        return std::make_shared<ChildProcess>(options);
+    } catch (const PlatformError &) {
+        QFile::remove(socket);
+        throw;
+    }
 }
 
 QCoro::Task<> EmulatorSession::boot()
@@ -119,8 +140,8 @@ QCoro::Task<> EmulatorSession::boot()
     });
     bool runs = false;
     try {
-        const QCoro::Task<> negotiation = negotiateAndRun();
-        co_await negotiation;
+        const QCoro::Task<> going = resume();
+        co_await going;
         runs = true;
     } catch (const std::exception &) {
         // The emulator's own words are better than those of its broken connection.
@@ -133,118 +154,138 @@ QCoro::Task<> EmulatorSession::boot()
     const QCoro::Task<> end = quit();
     co_await end;
     if (self)
-        throw VZError(VZError::Case::internalError, endDescription());
-}
-
-QCoro::Task<> EmulatorSession::negotiateAndRun()
-{
-    const QPointer<EmulatorSession> self(this);
-    const QFuture<QJsonValue> negotiated = m_channel.execute(u"qmp_capabilities"_s);
-    co_await negotiated;
-    if (!self)
-        co_return;
-    const QCoro::Task<> running = resume();
-    co_await running;
+        throw VZError(VZError::Case::internalError,
+                      m_endReason.value_or(u"The emulator ended before its guest ran."_s));
 }
 
 QCoro::Task<> EmulatorSession::pause()
 {
-    m_isStopExpected = true;
-    const QFuture<QJsonValue> answer = m_channel.execute(u"stop"_s);
-    co_await answer;
+    const Quiet quiet(this);
+    const QCoro::Task<QJsonValue> asked =
+        QMPChannel::ask(m_controlSocket, u"stop"_s, QJsonObject(), m_timeouts.answer);
+    co_await asked;
 }
 
 QCoro::Task<> EmulatorSession::resume()
 {
     const QPointer<EmulatorSession> self(this);
-    m_channel.execute(u"cont"_s);
-    const QCoro::Task<QString> asked = status();
-    const QString answer = co_await asked;
-    if (answer != "running"_L1)
-        throw VZError(VZError::Case::internalError, u"The guest does not run (%1)."_s.arg(answer));
-    if (self)
-        m_isStopExpected = false;
-}
-
-QCoro::Task<QString> EmulatorSession::status()
-{
-    const QFuture<QJsonValue> asked = m_channel.execute(u"query-status"_s);
-    const QJsonValue answer = co_await asked;
-    co_return answer["status"_L1].toString();
+    const Quiet quiet(this);
+    const QCoro::Task<std::shared_ptr<QMPChannel>> opened =
+        QMPChannel::open(m_controlSocket, m_timeouts.answer);
+    const std::shared_ptr<QMPChannel> channel = co_await opened;
+    const QFuture<QJsonValue> going = channel->execute(u"cont"_s);
+    co_await going;
+    const QCoro::Task<EmulatorStatus> asked = EmulatorStatus::ask(channel);
+    const EmulatorStatus status = co_await asked;
+    if (status.guest == EmulatorStatus::Guest::running)
+        co_return;
+    if (self && status.guest == EmulatorStatus::Guest::failed)
+        noteStatus(status);
+    throw VZError(VZError::Case::internalError,
+                  status.reason.isEmpty() ? u"The guest does not run."_s : status.reason);
 }
 
 QCoro::Task<> EmulatorSession::quit()
 {
     const QPointer<EmulatorSession> self(this);
-    m_isStopExpected = true;
-    m_channel.execute(u"quit"_s);
-    const QCoro::Task<bool> politeEnd = m_process.waitForExit(m_timeouts.quit);
+    m_poll.stop();
+    QCoro::connect(tell(u"quit"_s), this, [] {});
+    const QCoro::Task<bool> politeEnd = m_process->waitForExit(m_timeouts.quit);
     const bool ended = co_await politeEnd;
     if (ended || !self)
         co_return;
     kill();
-    const QCoro::Task<bool> abruptEnd = m_process.waitForExit(m_timeouts.kill);
+    const QCoro::Task<bool> abruptEnd = m_process->waitForExit(m_timeouts.kill);
     co_await abruptEnd;
+}
+
+QCoro::Task<> EmulatorSession::tell(QString command)
+{
+    try {
+        const QCoro::Task<QJsonValue> told =
+            QMPChannel::ask(m_controlSocket, command, QJsonObject(), m_timeouts.answer);
+        co_await told;
+    } catch (const LocalizedError &) {
+        // What the emulator does then is seen by what becomes of its process.
+    }
 }
 
 void EmulatorSession::kill()
 {
-    m_isKilled = m_process.isRunning();
-    m_process.kill();
+    m_isKilled = m_process->isRunning();
+    m_process->kill();
 }
 
 UniqueDescriptor EmulatorSession::openDisplay()
 {
-    SocketPair display = makeSocketPair();
-    const QString name = u"display"_s + QString::number(++m_displays);
-    m_channel.execute(u"getfd"_s, {{"fdname"_L1, name}}, display.theirs.get());
-    m_channel.execute(u"add_client"_s,
-                      {{"protocol"_L1, u"vnc"_s}, {"fdname"_L1, name}, {"skipauth"_L1, true}});
-    return std::move(display.ours);
+    std::array<int, 2> ends{};
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
+        throw PlatformError(errno, u"connect to the emulator"_s);
+    QCoro::connect(handOver(std::make_shared<UniqueDescriptor>(ends[1])), this, [] {});
+    return UniqueDescriptor(ends[0]);
 }
 
-void EmulatorSession::noteEvent(const QString &name, const QJsonObject &data)
+/// Gives the emulator the other end of a display's connection, which is closed when that fails.
+QCoro::Task<> EmulatorSession::handOver(std::shared_ptr<UniqueDescriptor> display)
 {
-    if (name == "SHUTDOWN"_L1) {
-        m_guestShutDown = data.value("guest"_L1).toBool();
-        m_isStopExpected = true;
-    } else if (name == "STOP"_L1 && !m_isStopExpected) {
-        QCoro::connect(failOnGuestError(), this, [] {});
+    const QString name = u"display"_s;
+    try {
+        const QCoro::Task<std::shared_ptr<QMPChannel>> opened =
+            QMPChannel::open(m_controlSocket, m_timeouts.answer);
+        const std::shared_ptr<QMPChannel> channel = co_await opened;
+        channel->execute(u"getfd"_s, {{"fdname"_L1, name}}, display->get());
+        const QFuture<QJsonValue> added = channel->execute(
+            u"add_client"_s, {{"protocol"_L1, u"vnc"_s}, {"fdname"_L1, name}, {"skipauth"_L1, true}});
+        co_await added;
+    } catch (const LocalizedError &) {
+        // Whoever has our end sees it closed and tries again.
     }
+}
+
+void EmulatorSession::noteLine(const QString &line)
+{
+    if (m_acceleratorLine.isEmpty() && line.contains("kvm"_L1))
+        m_acceleratorLine = line;
+    m_lastLine = line;
+    Q_EMIT message(line);
 }
 
 /// A guest that the host can run no further stands still; the emulator would stay with it for ever.
-QCoro::Task<> EmulatorSession::failOnGuestError()
+void EmulatorSession::noteStatus(const EmulatorStatus &status)
 {
-    const QPointer<EmulatorSession> self(this);
-    QString answer;
-    try {
-        const QCoro::Task<QString> asked = status();
-        answer = co_await asked;
-    } catch (const VZError &) {
-        co_return; // its end is reported anyway
-    }
-    if (!self || (answer != "internal-error"_L1 && answer != "io-error"_L1))
-        co_return;
-    m_guestError = u"The host cannot run the guest any further (%1)."_s.arg(answer);
-    const QCoro::Task<> end = quit();
-    co_await end;
+    if (m_hasEnded)
+        return;
+    if (status.guest != EmulatorStatus::Guest::failed)
+        return void(Q_EMIT statusSeen(status));
+    m_guestFailure = m_acceleratorLine.isEmpty() ? status.reason : m_acceleratorLine;
+    if (!m_isBooting)
+        QCoro::connect(quit(), this, [] {});
 }
 
-void EmulatorSession::reportEnd()
+void EmulatorSession::noteExit(const ChildExit &exit)
 {
-    if (m_hasEnded || m_process.isRunning() || m_channel.isOpen())
-        return;
+    m_poll.stop();
+    m_endReason = reasonOf(exit);
     m_hasEnded = true;
+    removeSocket(m_variableStore, m_controlSocket); // it stays where the emulator was killed
     Q_EMIT ended();
 }
 
-QString EmulatorSession::endDescription() const
+std::optional<QString> EmulatorSession::reasonOf(const ChildExit &exit) const
 {
-    if (!m_guestError.isEmpty())
-        return m_guestError;
-    const std::optional<ChildExit> exit = m_process.exit();
-    if (!exit || m_isKilled)
+    if (!m_guestFailure.isEmpty())
+        return m_guestFailure;
+    if (m_isKilled)
         return m_lastLine.isEmpty() ? u"The emulator does not answer."_s : m_lastLine;
-    return EmulatorEnd::reason(*exit, m_lastLine).value_or(u"The emulator was ended from outside."_s);
+    return EmulatorEnd::reason(exit, m_lastLine, m_controlSocket);
+}
+
+bool EmulatorSession::removeSocket(const QString &variableStore, const QString &controlSocket)
+{
+    try {
+        const UniqueDescriptor lock = FileLock::take(variableStore);
+        return lock.isValid() && QFile::remove(controlSocket);
+    } catch (const PlatformError &) {
+        return false; // the next start removes it
+    }
 }

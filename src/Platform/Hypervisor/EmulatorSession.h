@@ -1,12 +1,8 @@
 #pragma once
 
-#include "Platform/ChildProcess.h"
-#include "Platform/Hypervisor/QMPChannel.h"
+#include "Platform/EmulatorPoll.h"
 #include "Platform/Hypervisor/VZVirtualMachineConfiguration.h"
-
-#include <QCoroTask>
-
-#include <chrono>
+#include "Platform/RunningEmulator.h"
 
 struct EmulatorInstallation;
 
@@ -17,11 +13,13 @@ struct EmulatorTimeouts
     std::chrono::milliseconds quit = std::chrono::seconds(2);
     /// After SIGKILL: the process may wait for a disk that does not answer.
     std::chrono::milliseconds kill = std::chrono::seconds(10);
-    std::chrono::milliseconds answer = QMPChannel::defaultPatience;
+    std::chrono::milliseconds answer = QMPChannel::defaultTimeout;
+    std::chrono::milliseconds poll = EmulatorPoll::defaultInterval;
 };
 
-/// One run of the emulator for one machine, from its launch to its end. Destroying it leaves the process
-/// alone. Main thread only.
+/// One run of the emulator for one machine, to its end. It is controlled through the machine's control
+/// socket, so that others can do so as well. Destroying the session leaves the process alone. Main thread
+/// only.
 class EmulatorSession : public QObject
 {
     Q_OBJECT
@@ -32,14 +30,15 @@ public:
     explicit EmulatorSession(const VZVirtualMachineConfiguration &configuration);
     EmulatorSession(const VZVirtualMachineConfiguration &configuration,
                     const EmulatorInstallation &installation, const EmulatorTimeouts &timeouts);
+    /// Goes on with an emulator that runs.
+    EmulatorSession(const VZVirtualMachineConfiguration &configuration,
+                    std::shared_ptr<ChildProcess> emulator, const EmulatorTimeouts &timeouts = {});
 
     /// Sets the guest going and is done when it runs. When that fails the process has ended, and the error is
     /// its last line of standard error.
     [[nodiscard]] QCoro::Task<> boot();
     [[nodiscard]] QCoro::Task<> pause();
     [[nodiscard]] QCoro::Task<> resume();
-    /// What the emulator says of the guest: "running", "paused", … (query-status). Throws VZError.
-    [[nodiscard]] QCoro::Task<QString> status();
     /// Ends the process: politely, then by force. Done when it is gone.
     [[nodiscard]] QCoro::Task<> quit();
     /// SIGKILL.
@@ -47,49 +46,45 @@ public:
     /// See VZVirtualMachine::openDisplay().
     [[nodiscard]] UniqueDescriptor openDisplay();
 
-    /// The guest asked for the end itself.
-    [[nodiscard]] bool guestShutDown() const { return m_guestShutDown; }
     /// ended() has been sent.
     [[nodiscard]] bool hasEnded() const { return m_hasEnded; }
-    /// Why it ended, for people to read.
-    [[nodiscard]] QString endDescription() const;
+    /// Why it ended; nothing when the guest asked for it itself.
+    [[nodiscard]] std::optional<QString> endReason() const { return m_endReason; }
+
+    /// Removes what an emulator has left at the control socket, unless one has the store's lock; false when
+    /// nothing was there.
+    static bool removeSocket(const QString &variableStore, const QString &controlSocket);
 
 Q_SIGNALS:
     void message(const QString &line);
+    /// What the guest does by now, every second from its boot on.
+    void statusSeen(const EmulatorStatus &status);
     /// Once: the process is gone and everything that it said is known.
     void ended();
 
 private:
-    /// The machine's lock, held open by the emulator, and the two ends of the control connection.
-    struct Descriptors
-    {
-        UniqueDescriptor storeLock;
-        UniqueDescriptor ours;
-        UniqueDescriptor theirs;
-    };
+    class Quiet;
 
-    EmulatorSession(const VZVirtualMachineConfiguration &configuration,
-                    const EmulatorInstallation &installation, const EmulatorTimeouts &timeouts,
-                    Descriptors descriptors);
-
-    [[nodiscard]] static Descriptors makeDescriptors(const VZVirtualMachineConfiguration &configuration);
-    [[nodiscard]] static ChildProcess::LaunchOptions
-    launchOptions(const VZVirtualMachineConfiguration &configuration,
-                  const EmulatorInstallation &installation, const Descriptors &descriptors);
-    [[nodiscard]] QCoro::Task<> negotiateAndRun();
-    [[nodiscard]] QCoro::Task<> failOnGuestError();
-    void noteEvent(const QString &name, const QJsonObject &data);
-    void reportEnd();
+    [[nodiscard]] static std::shared_ptr<ChildProcess>
+    launch(const VZVirtualMachineConfiguration &configuration, const EmulatorInstallation &installation);
+    [[nodiscard]] QCoro::Task<> tell(QString command);
+    [[nodiscard]] QCoro::Task<> handOver(std::shared_ptr<UniqueDescriptor> display);
+    void noteLine(const QString &line);
+    void noteStatus(const EmulatorStatus &status);
+    void noteExit(const ChildExit &exit);
+    [[nodiscard]] std::optional<QString> reasonOf(const ChildExit &exit) const;
 
     EmulatorTimeouts m_timeouts;
-    ChildProcess m_process;
-    QMPChannel m_channel;
+    UniqueDescriptor m_folder; ///< of the control socket, wherever it is moved
+    QString m_controlSocket;
+    QString m_variableStore;
+    std::shared_ptr<ChildProcess> m_process;
+    EmulatorPoll m_poll;
     QString m_lastLine;
-    QString m_guestError;
-    bool m_guestShutDown = false;
+    QString m_acceleratorLine; ///< the first that the host's own virtualization is complained of in
+    QString m_guestFailure;
+    std::optional<QString> m_endReason;
     bool m_isBooting = true;
-    bool m_isStopExpected = true;
     bool m_hasEnded = false;
     bool m_isKilled = false; ///< by us
-    int m_displays = 0;
 };

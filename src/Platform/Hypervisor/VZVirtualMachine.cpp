@@ -1,10 +1,13 @@
 #include "Platform/Hypervisor/VZVirtualMachine.h"
 
+#include "Platform/FileUrl.h"
 #include "Platform/Hypervisor/EmulatorInstallation.h"
 #include "Platform/Hypervisor/EmulatorSession.h"
 #include "Platform/Hypervisor/VZError.h"
+#include "Platform/QMPError.h"
 
 #include <QCoreApplication>
+#include <QCoroFuture>
 #include <QPointer>
 
 #include <algorithm>
@@ -12,6 +15,8 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr std::chrono::milliseconds takeUpTimeout = std::chrono::seconds(5);
 
 /// Runs an operation and says how it ended, never before its caller has gone on.
 QCoro::Task<> complete(QCoro::Task<> operation, VZVirtualMachine::CompletionHandler handler)
@@ -86,9 +91,7 @@ QCoro::Task<> VZVirtualMachine::performStart()
     const QPointer<VZVirtualMachine> self(this);
     m_configuration.validate();
     const auto session = std::make_shared<EmulatorSession>(m_configuration);
-    m_session = session;
-    connect(session.get(), &EmulatorSession::message, this, &VZVirtualMachine::emulatorMessage);
-    connect(session.get(), &EmulatorSession::ended, this, &VZVirtualMachine::handleEnd);
+    adopt(session);
     setState(State::starting);
     try {
         const QCoro::Task<> boot = session->boot();
@@ -175,6 +178,79 @@ void VZVirtualMachine::setState(State state)
     Q_EMIT stateChanged();
 }
 
+QCoro::Task<GuestTakeUp> VZVirtualMachine::takeUp()
+{
+    requireState({State::stopped, State::error}, u"taken up"_s);
+    const QPointer<VZVirtualMachine> self(this);
+    const QString socket = FileUrl::path(m_configuration.controlSocket);
+    GuestTakeUp result{GuestTakeUp::Outcome::undecided, {}};
+    try {
+        const QCoro::Task<std::optional<RunningEmulator>> search =
+            RunningEmulator::find(socket, takeUpTimeout);
+        std::optional<RunningEmulator> emulator = co_await search;
+        if (self && emulator) {
+            const QCoro::Task<GuestTakeUp> step = takeUp(*std::move(emulator));
+            result = co_await step;
+        } else if (self && !UnixSocket::hasListener(socket)) {
+            result.outcome = GuestTakeUp::Outcome::noGuest;
+            const QString store = m_configuration.bootLoader
+                                      ? FileUrl::path(m_configuration.bootLoader->variableStore->url())
+                                      : QString();
+            if (EmulatorSession::removeSocket(store, socket))
+                result.reason = u"The emulator ended unexpectedly."_s;
+        }
+    } catch (const QMPError &) {
+        // Others hold the conversation.
+    }
+    co_return result;
+}
+
+QCoro::Task<GuestTakeUp> VZVirtualMachine::takeUp(RunningEmulator emulator)
+{
+    const QPointer<VZVirtualMachine> self(this);
+    const std::shared_ptr<QMPChannel> channel = emulator.channel;
+    EmulatorStatus status{EmulatorStatus::Guest::running, u"The emulator does not answer."_s};
+    try {
+        const QFuture<QJsonValue> askedWho = channel->execute(u"query-uuid"_s);
+        const QJsonValue who = co_await askedWho;
+        const QCoro::Task<EmulatorStatus> asked = EmulatorStatus::ask(channel);
+        status = co_await asked;
+        const QUuid identity(who["UUID"_L1].toString());
+        if (self && m_configuration.platform &&
+            identity != m_configuration.platform->machineIdentifier->uuid())
+            co_return GuestTakeUp();
+    } catch (const QMPError &error) {
+        if (error.errorCase() != QMPError::Case::silent) // which can still be stopped
+            co_return GuestTakeUp{GuestTakeUp::Outcome::undecided, {}};
+    }
+    // One whose launcher has died before it ran would never begin.
+    const bool isStarting = status.guest == EmulatorStatus::Guest::starting && emulator.hasLauncher();
+    if (!self || isStarting)
+        co_return GuestTakeUp{GuestTakeUp::Outcome::undecided, {}};
+    adopt(std::make_shared<EmulatorSession>(m_configuration, emulator.takeProcess()));
+    setState(status.guest == EmulatorStatus::Guest::running ? State::running : State::paused);
+    co_return GuestTakeUp{GuestTakeUp::Outcome::takenUp, status.reason};
+}
+
+void VZVirtualMachine::adopt(const std::shared_ptr<EmulatorSession> &session)
+{
+    m_session = session;
+    connect(session.get(), &EmulatorSession::message, this, &VZVirtualMachine::emulatorMessage);
+    connect(session.get(), &EmulatorSession::statusSeen, this, &VZVirtualMachine::noteStatus);
+    connect(session.get(), &EmulatorSession::ended, this, &VZVirtualMachine::handleEnd);
+}
+
+/// Another hand may have paused or resumed it.
+void VZVirtualMachine::noteStatus(const EmulatorStatus &status)
+{
+    if (m_state != State::running && m_state != State::paused)
+        return;
+    const QPointer<VZVirtualMachine> self(this);
+    setState(status.guest == EmulatorStatus::Guest::running ? State::running : State::paused);
+    if (self)
+        Q_EMIT statusSeen(status.reason);
+}
+
 void VZVirtualMachine::handleEnd()
 {
     if (m_state == State::starting || m_state == State::stopping || !m_session)
@@ -184,12 +260,12 @@ void VZVirtualMachine::handleEnd()
     QMetaObject::invokeMethod(
         qApp, [session] {}, Qt::QueuedConnection);
     const QPointer<VZVirtualMachine> self(this);
-    setState(session->guestShutDown() ? State::stopped : State::error);
+    const std::optional<QString> reason = session->endReason();
+    setState(reason ? State::error : State::stopped);
     if (!self || !m_delegate)
         return;
-    if (session->guestShutDown())
-        m_delegate->guestDidStop(*this);
+    if (reason)
+        m_delegate->virtualMachineDidStopWithError(*this, VZError(VZError::Case::internalError, *reason));
     else
-        m_delegate->virtualMachineDidStopWithError(
-            *this, VZError(VZError::Case::internalError, session->endDescription()));
+        m_delegate->guestDidStop(*this);
 }

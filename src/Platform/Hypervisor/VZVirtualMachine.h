@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/GuestTakeUp.h"
 #include "Platform/Hypervisor/VZVirtualMachineConfiguration.h"
 #include "Platform/UniqueDescriptor.h"
 
@@ -11,6 +12,8 @@
 #include <memory>
 
 class EmulatorSession;
+struct EmulatorStatus;
+struct RunningEmulator;
 class VZError;
 class VZVirtualMachine;
 
@@ -29,9 +32,9 @@ public:
     virtual void virtualMachineDidStopWithError(VZVirtualMachine &machine, const VZError &error) = 0;
 };
 
-/// A guest on the host hypervisor layer: one private emulator process for each run, which nobody else can
-/// reach. Destroying the object leaves a running guest alone; one that is just being started is ended. Main
-/// thread only.
+/// A guest on the host hypervisor layer: one emulator process for each run, which others of the same user may
+/// control as well. Destroying the object leaves a running guest alone; one that is just being started is
+/// ended. Main thread only.
 class VZVirtualMachine : public QObject
 {
     Q_OBJECT
@@ -65,7 +68,11 @@ public:
     /// Must outlive the machine or be replaced by null.
     void setDelegate(VZVirtualMachineDelegate *delegate) { m_delegate = delegate; }
 
-    // Errors of the four operations: VZError or PlatformError.
+    /// Goes on with the machine's guest that somebody else has started, or removes what an emulator that was
+    /// killed has left behind. Only for a machine that is stopped.
+    [[nodiscard]] QCoro::Task<GuestTakeUp> takeUp();
+
+    // Errors of the four operations: VZError, QMPError or PlatformError.
 
     /// Completes when the guest runs. A configuration that the emulator refuses fails with its last line of
     /// standard error.
@@ -83,6 +90,9 @@ public:
 
 Q_SIGNALS:
     void stateChanged();
+    /// Every second: what the guest does is known again, and perhaps changed state(). `reason`: why it stands
+    /// still, where nobody has asked for that.
+    void statusSeen(const QString &reason);
     /// A line of the emulator's standard error.
     void emulatorMessage(const QString &line);
 
@@ -93,6 +103,9 @@ private:
     [[nodiscard]] QCoro::Task<> performResume();
     void requireState(std::initializer_list<State> allowed, const QString &action) const;
     void setState(State state);
+    [[nodiscard]] QCoro::Task<GuestTakeUp> takeUp(RunningEmulator emulator);
+    void adopt(const std::shared_ptr<EmulatorSession> &session);
+    void noteStatus(const EmulatorStatus &status);
     void handleEnd();
 
     VZVirtualMachineConfiguration m_configuration;

@@ -4,6 +4,7 @@
 #include "Platform/FileUrl.h"
 #include "Platform/HostFacts.h"
 #include "Platform/Hypervisor/VZError.h"
+#include "Platform/UnixSocket.h"
 
 #include <QFile>
 
@@ -140,4 +141,8 @@ void VZVirtualMachineConfiguration::validate() const
     validateScreen(graphicsDevices.first().scanouts.first());
     require(pointingDevices.size() == 1 && keyboards.size() == 1,
             u"A guest has exactly one keyboard and one pointing device."_s);
+    const QString socket = FileUrl::path(controlSocket);
+    require(!socket.isEmpty() && UnixSocket::fitsAddress(socket),
+            u"The path of the control socket “%1” is longer than %2 bytes."_s.arg(socket).arg(
+                UnixSocket::maximumPathBytes));
 }

@@ -3,6 +3,8 @@
 #include "Platform/Hypervisor/VZDevices.h"
 #include "Platform/Hypervisor/VZStorageDevices.h"
 
+#include <QUrl>
+
 /// What a guest on the host hypervisor layer is made of, and within which limits. A value; any thread.
 struct VZVirtualMachineConfiguration
 {
@@ -15,6 +17,7 @@ struct VZVirtualMachineConfiguration
     QList<VZVirtioGraphicsDeviceConfiguration> graphicsDevices;
     QList<VZUSBScreenCoordinatePointingDeviceConfiguration> pointingDevices;
     QList<VZUSBKeyboardConfiguration> keyboards;
+    QUrl controlSocket; ///< where the emulator listens; made at the start, gone after the end
 
     bool operator==(const VZVirtualMachineConfiguration &) const = default;
 

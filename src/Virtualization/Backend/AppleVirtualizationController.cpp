@@ -65,10 +65,51 @@ void AppleVirtualizationController::configure(const VMConfiguration &configurati
 void AppleVirtualizationController::configure(const VZVirtualMachineConfiguration &configuration)
 {
     requireNoGuest();
-    m_virtualMachine = m_makeMachine(configuration);
+    adopt(m_makeMachine(configuration));
+}
+
+void AppleVirtualizationController::adopt(std::unique_ptr<VZVirtualMachine> machine)
+{
+    m_virtualMachine = std::move(machine);
+    m_standstill.clear();
     m_virtualMachine->setDelegate(this);
     connect(m_virtualMachine.get(), &VZVirtualMachine::emulatorMessage, this,
             [](const QString &line) { log(line, LogLevel::warning); });
+    connect(m_virtualMachine.get(), &VZVirtualMachine::statusSeen, this,
+            &AppleVirtualizationController::noteStatus);
+}
+
+QCoro::Task<GuestTakeUp> AppleVirtualizationController::takeUp(VMConfiguration configuration)
+{
+    requireIdle();
+    requireNoGuest();
+    const QPointer<AppleVirtualizationController> self(this);
+    const BusyMark busy(this);
+    std::unique_ptr<VZVirtualMachine> machine =
+        m_makeMachine(m_configurationBuilder.describeRunning(configuration));
+    const QCoro::Task<GuestTakeUp> search = machine->takeUp();
+    const GuestTakeUp result = co_await search;
+    if (!self || result.outcome != GuestTakeUp::Outcome::takenUp)
+        co_return result;
+    const bool runs = machine->state() == VZVirtualMachine::State::running;
+    adopt(std::move(machine));
+    m_standstill = result.reason;
+    m_stateMachine.forceSet(runs ? VMState::running : VMState::paused);
+    log(u"VM is running already"_s);
+    co_return result;
+}
+
+/// Another hand may have paused or resumed the guest.
+void AppleVirtualizationController::noteStatus(const QString &reason)
+{
+    const bool isUp = state() == VMState::running || state() == VMState::paused;
+    const VMState seen =
+        m_virtualMachine->state() == VZVirtualMachine::State::running ? VMState::running : VMState::paused;
+    if (!isUp || m_operationInProgress || (seen == state() && reason == m_standstill))
+        return;
+    m_standstill = reason;
+    m_stateMachine.forceSet(seen);
+    tellOfUnaskedChange(reason);
 }
 
 QCoro::Task<> AppleVirtualizationController::start()
@@ -183,6 +224,7 @@ QCoro::Task<> AppleVirtualizationController::resume()
     if (!self)
         co_return;
     m_stateMachine.transition(VMState::running);
+    m_standstill.clear();
     log(u"VM resumed"_s);
 }
 

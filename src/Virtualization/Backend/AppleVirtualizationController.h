@@ -39,6 +39,7 @@ public:
     [[nodiscard]] QCoro::Task<> pause() override;
     [[nodiscard]] QCoro::Task<> resume() override;
     void resetStateMachine(VMState to) override { m_stateMachine.forceSet(to); }
+    [[nodiscard]] QCoro::Task<GuestTakeUp> takeUp(VMConfiguration configuration) override;
 
     void guestDidStop(VZVirtualMachine &machine) override;
     void virtualMachineDidStopWithError(VZVirtualMachine &machine, const VZError &error) override;
@@ -55,6 +56,8 @@ private:
     [[nodiscard]] QCoro::Task<> boot();
     [[nodiscard]] QCoro::Task<> shutDown();
     [[nodiscard]] QCoro::Task<> call(MachineCall operation);
+    void adopt(std::unique_ptr<VZVirtualMachine> machine);
+    void noteStatus(const QString &reason);
     void requireIdle() const;
     void requireNoGuest() const;
     void fail(const std::exception_ptr &failure);
@@ -63,6 +66,7 @@ private:
     std::unique_ptr<VZVirtualMachine> m_virtualMachine;
     VMStateMachine m_stateMachine;
     bool m_operationInProgress = false;
+    QString m_standstill; ///< why the guest stands still, where nobody has asked for that
     VMConfigurationBuilder m_configurationBuilder;
     VZVirtualMachineStartOptions m_startOptions;
 };

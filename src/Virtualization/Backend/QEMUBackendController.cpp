@@ -1,5 +1,6 @@
 #include "Virtualization/Backend/QEMUBackendController.h"
 
+#include "Platform/FileLock.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
 #include "Virtualization/Backend/KelvoError.h"
@@ -84,7 +85,8 @@ void QEMUBackendController::configure(const VMConfiguration &configuration, VMBu
     prepareUEFIVariables(dependencies.uefiVarsTemplate, paths.uefiVars);
     m_fileManager->createDirectory(FileUrl::path(configuration.storageDirectory));
     m_fileManager->createDirectory(FileUrl::path(paths.tpmDirectory));
-    QEMUGuest::removeSocket(paths.qmpSocket);
+    if (const UniqueDescriptor lock = FileLock::take(FileUrl::path(paths.uefiVars)); lock.isValid())
+        QEMUGuest::removeSocket(paths.qmpSocket);
     const QEMUCommandBuilder builder(dependencies, *m_fileManager);
     const QStringList arguments = builder.buildArguments(configuration, mode, attachISO, paths.uefiVars,
                                                          paths.tpmSocket, paths.qmpSocket);
@@ -123,4 +125,17 @@ QCoro::Task<> QEMUBackendController::resume()
 void QEMUBackendController::resetStateMachine(VMState to)
 {
     m_guest->resetStateMachine(to);
+}
+QCoro::Task<GuestTakeUp> QEMUBackendController::takeUp(VMConfiguration configuration)
+{
+    const QEMURuntimePaths paths = QEMURuntimePaths::forConfiguration(configuration);
+    BundleFiles::requireOrdinary({paths.uefiVars}, *m_fileManager);
+    BundleFiles::requireOrdinaryFolder(paths.tpmDirectory, *m_fileManager);
+    return m_guest->takeUp({
+        .configuration = configuration,
+        .runtimePaths = paths,
+        .dependencies = {},
+        .arguments = {},
+        .qmpClient = QMPClient(paths.qmpSocket, m_timeouts.qmp),
+    });
 }

@@ -31,6 +31,7 @@ public:
     [[nodiscard]] QCoro::Task<> pause() override;
     [[nodiscard]] QCoro::Task<> resume() override;
     void resetStateMachine(VMState to) override;
+    [[nodiscard]] QCoro::Task<GuestTakeUp> takeUp(VMConfiguration configuration) override;
 
 private:
     void prepareUEFIVariables(const QUrl &uefiVarsTemplate, const QUrl &destination);

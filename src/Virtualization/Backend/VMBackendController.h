@@ -2,6 +2,7 @@
 
 #include "Models/VMConfiguration.h"
 #include "Models/VMState.h"
+#include "Platform/GuestTakeUp.h"
 
 #include <QCoroTask>
 
@@ -51,6 +52,10 @@ public:
     [[nodiscard]] virtual QCoro::Task<> pause() = 0;
     [[nodiscard]] virtual QCoro::Task<> resume() = 0;
     virtual void resetStateMachine(VMState to) = 0;
+    /// Goes on with the guest that an earlier run of the application, or another one of the same user, has
+    /// started for the machine, or clears away what such a guest has left. Only for a machine without a guest
+    /// of this controller.
+    [[nodiscard]] virtual QCoro::Task<GuestTakeUp> takeUp(VMConfiguration configuration) = 0;
 
     /// `reason`: why the guest did not end in order; empty where it did.
     using ChangeHandler = std::function<void(const QString &reason)>;

@@ -1,37 +1,23 @@
 #include "Virtualization/QEMU/QEMUGuest.h"
 
+#include "Platform/FileLock.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
 #include "Platform/OwnThread.h"
+#include "Platform/PlatformError.h"
+#include "Platform/UnixSocket.h"
 #include "Services/DiagnosticLogger.h"
 #include "Virtualization/Backend/KelvoError.h"
-#include "Virtualization/QEMU/UnixSocketConnection.h"
 
 #include <QCoreApplication>
 #include <QCoroFuture>
+#include <QCoroTimer>
 #include <QDeadlineTimer>
 
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
-
-/// The busy flag, for its own lifetime.
-class QEMUGuest::BusyMark
-{
-public:
-    explicit BusyMark(QEMUGuest &guest)
-        : m_guest(guest)
-    {
-        m_guest.m_operationInProgress = true;
-    }
-    BusyMark(const BusyMark &) = delete;
-    BusyMark &operator=(const BusyMark &) = delete;
-    ~BusyMark() { m_guest.m_operationInProgress = false; }
-
-private:
-    QEMUGuest &m_guest;
-};
 
 QEMUGuest::QEMUGuest(const QEMUTimeouts &timeouts)
     : m_timeouts(timeouts)
@@ -82,10 +68,10 @@ QCoro::Task<> QEMUGuest::performLifecycleOperation(VMState targetState, Operatio
         if (failure) {
             const QCoro::Task<> qemuEnded = m_qemu.forceStop();
             co_await qemuEnded;
-            const QCoro::Task<> swtpmEnded = m_swtpm.stop();
-            co_await swtpmEnded;
-            cleanupSockets();
+            const QCoro::Task<> cleared = clearAway();
+            co_await cleared;
         }
+        m_lock.reset();
     }
     scheduleProcessExit();
     if (!failure)
@@ -106,6 +92,7 @@ QCoro::Task<> QEMUGuest::boot()
     const QEMULaunchPlan plan = *m_plan;
     const quint64 launch = ++m_launch;
     m_exitToHandle.reset();
+    m_failure.clear();
     const QCoro::Task<> alone = refuseForeignGuest();
     co_await alone;
 
@@ -116,11 +103,12 @@ QCoro::Task<> QEMUGuest::boot()
         if (const auto living = guest.lock())
             living->noteProcessExit(launch);
     });
-    const QCoro::Task<> qemu =
-        m_qemu.start(plan.dependencies.qemuBinary, plan.arguments, plan.configuration.storageDirectory);
+    const QCoro::Task<> qemu = m_qemu.start(plan.dependencies.qemuBinary, plan.arguments,
+                                            plan.configuration.storageDirectory, {m_lock.get()});
     co_await qemu;
     const QCoro::Task<> display = waitForVNCPort(m_timeouts.display);
     co_await display;
+    follow();
     DiagnosticLogger::shared().log(
         u"QEMU VM running on VNC port "_s + QString::number(plan.configuration.vncPort), LogLevel::info);
 }
@@ -136,8 +124,24 @@ QCoro::Task<> QEMUGuest::refuseForeignGuest()
     const bool isOpen = co_await probe;
     if (isOpen || !m_portClaim)
         throw KelvoError::internalError(u"VNC port %1 is already in use."_s.arg(port));
-    if (UnixSocketConnection::hasListener(qmpSocket))
+    m_lock = takeLock();
+    // Others have it for a moment while they clear away.
+    for (int left = 40; !m_lock.isValid() && left > 0 && !UnixSocket::hasListener(qmpSocket); --left) {
+        co_await QCoro::sleepFor(50ms);
+        m_lock = takeLock();
+    }
+    if (!m_lock.isValid() || UnixSocket::hasListener(qmpSocket))
         throw KelvoError::internalError(u"This virtual machine is already running outside Kelvo."_s);
+}
+
+/// Whoever has it may start the machine's guest, has one, or may clear away what one has left.
+UniqueDescriptor QEMUGuest::takeLock() const
+{
+    try {
+        return FileLock::take(FileUrl::path(m_plan->runtimePaths.uefiVars));
+    } catch (const PlatformError &) {
+        return {}; // the machine was moved, or never started
+    }
 }
 
 QCoro::Task<> QEMUGuest::waitForVNCPort(std::chrono::milliseconds timeout)
@@ -170,19 +174,23 @@ QCoro::Task<bool> QEMUGuest::isPortOpen(qint64 port)
 
 QCoro::Task<> QEMUGuest::shutDown()
 {
+    m_poll.reset();
     if (m_plan && m_qemu.isRunning()) {
         try {
             const QCoro::Task<> quit = m_plan->qmpClient.quit();
             co_await quit;
+            // A signal meanwhile would look like somebody else's to those who watch.
+            const QCoro::Task<bool> end =
+                m_qemu.waitForExit(std::min<std::chrono::milliseconds>(m_timeouts.grace, 2s));
+            co_await end;
         } catch (const std::exception &) {
             // The processes are ended by signal in any case.
         }
     }
     const QCoro::Task<> qemuEnded = m_qemu.stop();
     co_await qemuEnded;
-    const QCoro::Task<> swtpmEnded = m_swtpm.stop();
-    co_await swtpmEnded;
-    cleanupSockets();
+    const QCoro::Task<> cleared = clearAway();
+    co_await cleared;
     DiagnosticLogger::shared().log(u"QEMU VM stopped"_s, LogLevel::info);
 }
 
@@ -198,6 +206,8 @@ QCoro::Task<> QEMUGuest::pause()
     m_stateMachine.transition(VMState::paused);
     const QCoro::Task<> command = m_plan->qmpClient.pause();
     co_await command;
+    if (m_poll)
+        m_poll->restart(); // an answer that is on its way is older
 }
 
 QCoro::Task<> QEMUGuest::resume()
@@ -212,6 +222,9 @@ QCoro::Task<> QEMUGuest::resume()
     const QCoro::Task<> command = m_plan->qmpClient.resume();
     co_await command;
     m_stateMachine.transition(VMState::running);
+    m_standstill.clear();
+    if (m_poll)
+        m_poll->restart();
 }
 
 void QEMUGuest::requireIdle() const
@@ -222,7 +235,10 @@ void QEMUGuest::requireIdle() const
 
 void QEMUGuest::noteProcessExit(quint64 launch)
 {
+    if (launch != m_launch)
+        return;
     m_exitToHandle = launch;
+    m_poll.reset();
     // A start that is under way ends by itself and cleans up after itself; the state is settled after that.
     if (state() != VMState::starting)
         scheduleProcessExit();
@@ -245,33 +261,48 @@ QCoro::Task<> QEMUGuest::handleProcessExit(quint64 launch)
     const auto keepAlive = shared_from_this();
     if (launch != m_launch)
         co_return;
-    const QCoro::Task<> swtpmEnded = m_swtpm.stop();
-    co_await swtpmEnded;
+    const QString reason = m_failure.isEmpty()
+                               ? m_qemu.endReason(m_plan->runtimePaths.qmpSocket).value_or(QString())
+                               : m_failure;
+    const QCoro::Task<> cleared = clearAway();
+    co_await cleared;
     if (launch != m_launch)
         co_return;
-    cleanupSockets();
     if (state() == VMState::stopping || state() == VMState::poweredOff)
         co_return;
     const bool wasUp = state() == VMState::running || state() == VMState::paused;
-    m_stateMachine.forceSet(VMState::poweredOff);
-    if (wasUp && m_changeHandler)
-        m_changeHandler(m_qemu.endReason().value_or(QString()));
+    m_stateMachine.forceSet(m_failure.isEmpty() ? VMState::poweredOff : VMState::error);
+    if (wasUp)
+        tell(reason);
 }
 
-void QEMUGuest::cleanupSockets()
+/// Ends the guest's TPM emulator, whoever has started it, and removes the sockets, unless the next guest is
+/// on its way elsewhere.
+QCoro::Task<> QEMUGuest::clearAway()
 {
     m_portClaim.reset();
+    const QCoro::Task<> ours = m_swtpm.stop();
+    co_await ours;
     if (!m_plan)
-        return;
+        co_return;
+    if (!m_lock.isValid())
+        m_lock = takeLock();
+    if (!m_lock.isValid())
+        co_return;
+    if (m_swtpm.takeUp(m_plan->runtimePaths.tpmSocket)) {
+        const QCoro::Task<> others = m_swtpm.stop();
+        co_await others;
+    }
     removeSocket(m_plan->runtimePaths.qmpSocket);
     removeSocket(m_plan->runtimePaths.tpmSocket);
+    m_lock.reset();
 }
 
 void QEMUGuest::removeSocket(const QUrl &path)
 {
     const QString name = FileUrl::path(path);
     try {
-        if (FileManager::defaultManager().fileExists(name) && !UnixSocketConnection::hasListener(name))
+        if (FileManager::defaultManager().fileExists(name) && !UnixSocket::hasListener(name))
             FileManager::defaultManager().removeItem(name);
     } catch (const LocalizedError &) {
         // What is left over is removed before the next start, or makes that fail with its own text.

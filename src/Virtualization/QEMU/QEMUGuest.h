@@ -2,6 +2,9 @@
 
 #include "Models/VMConfiguration.h"
 #include "Models/VMState.h"
+#include "Platform/EmulatorPoll.h"
+#include "Platform/GuestTakeUp.h"
+#include "Platform/RunningEmulator.h"
 #include "Services/QEMUDependencyService.h"
 #include "Virtualization/QEMU/LoopbackPort.h"
 #include "Virtualization/QEMU/QEMUProcessRunner.h"
@@ -15,6 +18,7 @@ struct QEMUTimeouts
     std::chrono::milliseconds display = std::chrono::seconds(10);
     std::chrono::milliseconds displayPoll = std::chrono::milliseconds(100); ///< at most
     std::chrono::milliseconds grace = ChildSupervision::defaultGrace;       ///< after SIGTERM
+    std::chrono::milliseconds poll = EmulatorPoll::defaultInterval;
     SWTPMTimeouts swtpm = {};
     QMPTimeouts qmp = {};
 };
@@ -40,7 +44,8 @@ public:
     void resetStateMachine(VMState to) { m_stateMachine.forceSet(to); }
     [[nodiscard]] const std::optional<QEMULaunchPlan> &plan() const { return m_plan; }
     void setPlan(const QEMULaunchPlan &plan) { m_plan = plan; }
-    /// Called after the end of a guest that nobody has stopped, with the reason where it was not in order.
+    /// Called after each change of the state that no operation has asked for, with the reason where something
+    /// went wrong.
     void onUnaskedChange(std::function<void(const QString &reason)> handler)
     {
         m_changeHandler = std::move(handler);
@@ -50,26 +55,50 @@ public:
     [[nodiscard]] QCoro::Task<> stop();
     [[nodiscard]] QCoro::Task<> pause();
     [[nodiscard]] QCoro::Task<> resume();
+    /// See VMBackendController::takeUp(); the machine's port becomes the one that the guest really has.
+    [[nodiscard]] QCoro::Task<GuestTakeUp> takeUp(QEMULaunchPlan plan);
 
     /// Removes what stands at `path` unless a process listens there: a guest that outlived an earlier run of
     /// the application keeps its control channel.
     static void removeSocket(const QUrl &path);
 
 private:
-    class BusyMark;
+    /// The busy flag, for its own lifetime.
+    class BusyMark
+    {
+    public:
+        explicit BusyMark(QEMUGuest &guest)
+            : m_guest(guest)
+        {
+            m_guest.m_operationInProgress = true;
+        }
+        BusyMark(const BusyMark &) = delete;
+        BusyMark &operator=(const BusyMark &) = delete;
+        ~BusyMark() { m_guest.m_operationInProgress = false; }
+
+    private:
+        QEMUGuest &m_guest;
+    };
     using Operation = QCoro::Task<> (QEMUGuest::*)();
 
     [[nodiscard]] QCoro::Task<> performLifecycleOperation(VMState targetState, Operation operation);
     [[nodiscard]] QCoro::Task<> boot();
     [[nodiscard]] QCoro::Task<> shutDown();
     [[nodiscard]] QCoro::Task<> refuseForeignGuest();
+    [[nodiscard]] QCoro::Task<GuestTakeUp> takeUp(RunningEmulator emulator);
+    [[nodiscard]] QCoro::Task<GuestTakeUp> clearRemains();
+    void follow();
+    void noteStatus(const EmulatorStatus &status);
+    [[nodiscard]] QCoro::Task<> endFailedGuest();
+    void tell(const QString &reason);
     [[nodiscard]] QCoro::Task<> waitForVNCPort(std::chrono::milliseconds timeout);
     [[nodiscard]] static QCoro::Task<bool> isPortOpen(qint64 port);
     void requireIdle() const;
     void noteProcessExit(quint64 launch);
     void scheduleProcessExit();
     [[nodiscard]] QCoro::Task<> handleProcessExit(quint64 launch);
-    void cleanupSockets();
+    [[nodiscard]] QCoro::Task<> clearAway();
+    [[nodiscard]] UniqueDescriptor takeLock() const;
 
     QEMUTimeouts m_timeouts;
     VMStateMachine m_stateMachine;
@@ -80,5 +109,9 @@ private:
     QEMUProcessRunner m_qemu;
     quint64 m_launch = 0; ///< counts the starts, so that the end of an earlier process is told apart
     std::optional<quint64> m_exitToHandle;
+    std::unique_ptr<EmulatorPoll> m_poll; ///< while a guest runs
+    QString m_standstill;                 ///< why the guest stands still, where nobody has asked for that
+    QString m_failure;                    ///< why the host could run it no further
+    UniqueDescriptor m_lock;              ///< of the variable store, until QEMU has it, too
     std::function<void(const QString &reason)> m_changeHandler;
 };

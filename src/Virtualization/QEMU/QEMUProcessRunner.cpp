@@ -25,7 +25,8 @@ void QEMUProcessRunner::onTermination(TerminationHandler handler)
     m_terminationHandler = std::move(handler);
 }
 
-QCoro::Task<> QEMUProcessRunner::start(QUrl qemuBinary, QStringList arguments, QUrl workingDirectory)
+QCoro::Task<> QEMUProcessRunner::start(QUrl qemuBinary, QStringList arguments, QUrl workingDirectory,
+                                       QList<int> inheritedDescriptors)
 {
     const QCoro::Task<> earlier = stop();
     co_await earlier;
@@ -37,10 +38,21 @@ QCoro::Task<> QEMUProcessRunner::start(QUrl qemuBinary, QStringList arguments, Q
         .workingDirectory = FileUrl::path(workingDirectory),
         .standardInput = ChildProcess::StandardInput::inherited,
         .standardOutput = ChildProcess::StandardOutput::discarded,
-        .inheritedDescriptors = {},
+        .inheritedDescriptors = inheritedDescriptors,
     };
     const auto process = std::make_shared<ChildProcess>(options);
     ChildSupervision::logStandardError(*process, name);
+    follow(process);
+    DiagnosticLogger::shared().log(u"QEMU started: "_s + name, LogLevel::info);
+}
+
+void QEMUProcessRunner::takeUp(const std::shared_ptr<ChildProcess> &process)
+{
+    follow(process);
+}
+
+void QEMUProcessRunner::follow(const std::shared_ptr<ChildProcess> &process)
+{
     const auto left = std::make_shared<End>();
     m_end = left;
     QObject::connect(process.get(), &ChildProcess::standardErrorLine, process.get(),
@@ -52,7 +64,6 @@ QCoro::Task<> QEMUProcessRunner::start(QUrl qemuBinary, QStringList arguments, Q
                          [handler](const ChildExit &exit) { handler(exit.value); });
     }
     m_process = process;
-    DiagnosticLogger::shared().log(u"QEMU started: "_s + name, LogLevel::info);
 }
 
 QCoro::Task<> QEMUProcessRunner::stop()
@@ -80,9 +91,11 @@ bool QEMUProcessRunner::isRunning() const
     return m_process && m_process->isRunning();
 }
 
-std::optional<QString> QEMUProcessRunner::endReason() const
+std::optional<QString> QEMUProcessRunner::endReason(const QUrl &controlSocket) const
 {
-    return m_end && m_end->exit ? EmulatorEnd::reason(*m_end->exit, m_end->lastLine) : std::nullopt;
+    if (!m_end || !m_end->exit)
+        return std::nullopt;
+    return EmulatorEnd::reason(*m_end->exit, m_end->lastLine, FileUrl::path(controlSocket));
 }
 
 QCoro::Task<bool> QEMUProcessRunner::waitForExit(std::chrono::milliseconds timeout)

@@ -23,21 +23,26 @@ public:
     /// For processes that are started afterwards: called once on the main thread when one has ended, with its
     /// exit status or the number of the signal that ended it.
     void onTermination(TerminationHandler handler);
-    /// Ends an earlier process first. Throws PlatformError when QEMU cannot be launched.
-    [[nodiscard]] QCoro::Task<> start(QUrl qemuBinary, QStringList arguments, QUrl workingDirectory);
+    /// Ends an earlier process first. QEMU has `inheritedDescriptors` for as long as it lives. Throws
+    /// PlatformError when it cannot be launched.
+    [[nodiscard]] QCoro::Task<> start(QUrl qemuBinary, QStringList arguments, QUrl workingDirectory,
+                                      QList<int> inheritedDescriptors = {});
+    /// Goes on with a process that was started elsewhere; only while none runs.
+    void takeUp(const std::shared_ptr<ChildProcess> &process);
     /// Asks QEMU to terminate and waits; kills one that does not within the grace period.
     [[nodiscard]] QCoro::Task<> stop();
     /// Kills and waits.
     [[nodiscard]] QCoro::Task<> forceStop();
     [[nodiscard]] bool isRunning() const;
     /// Of the last process, see EmulatorEnd; nothing while it runs.
-    [[nodiscard]] std::optional<QString> endReason() const;
+    [[nodiscard]] std::optional<QString> endReason(const QUrl &controlSocket) const;
     /// True when no process runs (any more), false when the time is over.
     [[nodiscard]] QCoro::Task<bool> waitForExit(std::chrono::milliseconds timeout);
 
 private:
     struct End;
 
+    void follow(const std::shared_ptr<ChildProcess> &process);
     void forget(const std::shared_ptr<ChildProcess> &process);
 
     std::chrono::milliseconds m_grace;

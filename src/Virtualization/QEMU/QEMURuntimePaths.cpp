@@ -2,8 +2,8 @@
 
 #include "Models/VMConfiguration.h"
 #include "Platform/FileUrl.h"
+#include "Platform/UnixSocket.h"
 #include "Virtualization/Backend/KelvoError.h"
-#include "Virtualization/QEMU/UnixSocketConnection.h"
 
 using namespace Qt::StringLiterals;
 
@@ -23,10 +23,10 @@ void QEMURuntimePaths::requireAddressableSockets() const
 {
     for (const QUrl &socket : {qmpSocket, tpmSocket}) {
         const QString path = FileUrl::path(socket);
-        if (UnixSocketConnection::fitsAddress(path))
+        if (UnixSocket::fitsAddress(path))
             continue;
         throw KelvoError::configurationInvalid(
             u"Its folder has too long a path. The socket “%1” must have at most %2 bytes."_s.arg(path).arg(
-                UnixSocketConnection::maximumPathBytes));
+                UnixSocket::maximumPathBytes));
     }
 }

@@ -2,45 +2,30 @@
 
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
-#include "Platform/OwnThread.h"
+#include "Platform/QMPError.h"
+#include "Platform/UnixSocket.h"
 #include "Virtualization/Backend/KelvoError.h"
-#include "Virtualization/QEMU/QMPExchange.h"
-#include "Virtualization/QEMU/UnixSocketConnection.h"
 
-#include <QCoroCore>
+#include <QCoroTimer>
 #include <QDeadlineTimer>
-
-#include <algorithm>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
 
-constexpr qsizetype readBytes = 4096;
-
-std::chrono::milliseconds remaining(const QDeadlineTimer &deadline)
+QString textOf(const QMPError &error)
 {
-    return std::chrono::milliseconds(deadline.remainingTime());
-}
-
-void runExchange(const QString &path, const QString &command, const QMPTimeouts &timeouts)
-{
-    const QDeadlineTimer deadline(timeouts.exchange);
-    UnixSocketConnection connection(path, timeouts.exchange);
-    QMPExchange exchange(command);
-    if (!connection.waitUntilReadable(std::min(timeouts.greeting, remaining(deadline))))
-        connection.write(exchange.beginWithoutGreeting());
-    while (!exchange.isFinished()) {
-        if (deadline.hasExpired() || !connection.waitUntilReadable(remaining(deadline)))
-            throw KelvoError::internalError(u"Failed to read from QMP socket."_s);
-        const QByteArray bytes = connection.read(readBytes);
-        if (bytes.isEmpty()) {
-            exchange.endOfStream();
-        } else if (const QByteArray reply = exchange.receive(bytes); !reply.isEmpty()) {
-            connection.write(reply);
-        }
+    switch (error.errorCase()) {
+    case QMPError::Case::unreachable:
+        return u"Could not connect to QMP socket."_s;
+    case QMPError::Case::silent:
+    case QMPError::Case::ended:
+        return u"Failed to read from QMP socket."_s;
+    case QMPError::Case::refused:
+        return error.localizedDescription();
     }
+    Q_UNREACHABLE();
 }
 
 } // namespace
@@ -70,13 +55,17 @@ QCoro::Task<> QMPClient::resume() const
 
 QCoro::Task<> QMPClient::exchange(QString path, QString command, QMPTimeouts timeouts)
 {
+    if (!UnixSocket::fitsAddress(path))
+        throw KelvoError::internalError(u"Unix socket path is too long."_s);
     const QCoro::Task<> socketFile = waitForSocket(path, timeouts.socketFile);
     co_await socketFile;
-    const auto work = [path, command, timeouts] {
-        runExchange(path, command, timeouts);
-    };
-    const QFuture<void> answer = runOnOwnThread(work);
-    co_await answer;
+    try {
+        const QCoro::Task<QJsonValue> asked =
+            QMPChannel::ask(path, command, QJsonObject(), timeouts.exchange);
+        co_await asked;
+    } catch (const QMPError &error) {
+        throw KelvoError::internalError(textOf(error));
+    }
 }
 
 QCoro::Task<> QMPClient::waitForSocket(QString path, std::chrono::milliseconds timeout)

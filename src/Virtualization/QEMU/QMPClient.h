@@ -1,19 +1,17 @@
 #pragma once
 
-#include <QCoroTask>
-#include <QUrl>
+#include "Platform/QMPChannel.h"
 
-#include <chrono>
+#include <QUrl>
 
 struct QMPTimeouts
 {
     std::chrono::milliseconds socketFile = std::chrono::seconds(5);
-    std::chrono::milliseconds greeting = std::chrono::milliseconds(500);
-    std::chrono::milliseconds exchange = std::chrono::seconds(5); ///< from connecting to the answer
+    std::chrono::milliseconds exchange = std::chrono::seconds(5); ///< for connecting and for each answer
 };
 
-/// Sends commands to one QEMU, each over a connection of its own that lives for one exchange, on a thread of
-/// its own. A value; may be destroyed while a task runs. Failures are KelvoError::internalError. Main thread.
+/// Sends commands to one QEMU, each in a conversation of its own. A value; may be destroyed while a task
+/// runs. Failures are KelvoError::internalError. Main thread.
 class QMPClient
 {
 public:

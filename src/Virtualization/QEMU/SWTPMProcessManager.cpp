@@ -3,12 +3,11 @@
 #include "Platform/ChildProcess.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
-#include "Platform/OwnThread.h"
+#include "Platform/PlatformError.h"
+#include "Platform/UnixSocket.h"
 #include "Services/DiagnosticLogger.h"
 #include "Virtualization/Backend/KelvoError.h"
-#include "Virtualization/QEMU/UnixSocketConnection.h"
 
-#include <QCoroFuture>
 #include <QDeadlineTimer>
 
 #include <algorithm>
@@ -17,25 +16,6 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
-
-/// Ends an swtpm that nobody owns: one whose QEMU was killed after its application had gone waits for ever
-/// and keeps the state directory locked. Sends the control channel's CMD_SHUTDOWN (swtpm_ioctls(3)).
-void shutDownStray(const QString &socketPath, std::chrono::milliseconds patience)
-{
-    if (!UnixSocketConnection::hasListener(socketPath))
-        return;
-    try {
-        UnixSocketConnection connection(socketPath, patience);
-        const UniqueDescriptor process = connection.openPeer();
-        connection.write(QByteArrayView("\0\0\0\3", 4));
-        (void)connection.read(4);
-        // The last that it does is to remove the socket, which would be its successor's by then.
-        if (process.isValid())
-            (void)UnixSocketConnection::waitUntilReadable(process, patience);
-    } catch (const LocalizedError &) {
-        // What does not answer is no swtpm that could be told to go; the start that follows shows what it is.
-    }
-}
 
 void removeIfPresent(const QString &path)
 {
@@ -81,11 +61,11 @@ QCoro::Task<> SWTPMProcessManager::start(QUrl tpmDirectory, QUrl socketPath, QUr
     const QString directory = FileUrl::path(tpmDirectory);
     const QString socket = FileUrl::path(socketPath);
     FileManager::defaultManager().createDirectory(directory);
-    const auto work = [socket, patience = m_timeouts.socket] {
-        shutDownStray(socket, patience);
-    };
-    const QFuture<void> strayEnded = runOnOwnThread(work);
-    co_await strayEnded;
+    // One whose QEMU has gone waits for ever and keeps the state directory locked.
+    if (takeUp(socketPath)) {
+        const QCoro::Task<> strayEnded = stop();
+        co_await strayEnded;
+    }
     removeIfPresent(socket);
 
     const ChildProcess::LaunchOptions options = launchOptions(directory, socketPath, swtpmBinary);
@@ -99,6 +79,20 @@ QCoro::Task<> SWTPMProcessManager::start(QUrl tpmDirectory, QUrl socketPath, QUr
     });
     DiagnosticLogger::shared().log(u"swtpm started for "_s + FileUrl::lastComponent(tpmDirectory),
                                    LogLevel::info);
+}
+
+bool SWTPMProcessManager::takeUp(const QUrl &socketPath)
+{
+    try {
+        const UniqueDescriptor connection = UnixSocket::connect(FileUrl::path(socketPath));
+        UnixSocket::Peer peer = UnixSocket::peerOf(connection);
+        if (!peer.isOurUser || !peer.runsProgram(u"swtpm"))
+            return false;
+        m_process = std::make_shared<ChildProcess>(std::move(peer.process), peer.identifier);
+        return true;
+    } catch (const PlatformError &) {
+        return false; // nobody listens
+    }
 }
 
 QCoro::Task<> SWTPMProcessManager::stop()

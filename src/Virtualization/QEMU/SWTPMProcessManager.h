@@ -26,6 +26,8 @@ public:
     /// `tpmDirectory`. Throws PlatformError when the directory cannot be made or swtpm not be launched, and
     /// KelvoError::internalError when the socket does not appear; swtpm may then still be running.
     [[nodiscard]] QCoro::Task<> start(QUrl tpmDirectory, QUrl socketPath, QUrl swtpmBinary);
+    /// Goes on with the one that listens at the control socket; false where none does.
+    bool takeUp(const QUrl &socketPath);
     /// Asks swtpm to terminate and waits; kills one that does not within the grace period.
     [[nodiscard]] QCoro::Task<> stop();
 

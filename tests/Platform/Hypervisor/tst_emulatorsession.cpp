@@ -1,3 +1,4 @@
+#include "Platform/FileManager.h"
 #include "Platform/Hypervisor/EmulatorInstallation.h"
 #include "Platform/Hypervisor/EmulatorSession.h"
 #include "guest/GuestBundle.h"
@@ -17,13 +18,14 @@ class EmulatorSessionTest : public QObject
 private Q_SLOTS:
     void copesWithAnyEmulator_data();
     void copesWithAnyEmulator();
+    void endsAGuestThatTheHostCannotRun();
 };
 
 namespace {
 
-constexpr EmulatorTimeouts patient = {.boot = 60s, .quit = 20s, .kill = 30s, .answer = 60s};
+constexpr EmulatorTimeouts patient = {.boot = 60s, .quit = 20s, .kill = 30s, .answer = 60s, .poll = 1h};
 /// For emulators that answer late or never.
-constexpr EmulatorTimeouts hurried = {.boot = 300ms, .quit = 200ms, .kill = 30s, .answer = 1s};
+constexpr EmulatorTimeouts hurried = {.boot = 300ms, .quit = 200ms, .kill = 30s, .answer = 1s, .poll = 1h};
 
 const QString silent = u"The emulator does not answer."_s;
 
@@ -39,6 +41,11 @@ public:
             m_bundle.configuration, EmulatorInstallation{.emulator = m_emulator, .firmwareCode = u"/code"_s},
             timeouts);
         QObject::connect(session.get(), &EmulatorSession::ended, session.get(), [this] { ++ends; });
+    }
+
+    void setStatus(const QByteArray &status) const
+    {
+        FileManager::defaultManager().writeAtomically(m_emulator + u".status"_s, status);
     }
 
     std::unique_ptr<EmulatorSession> session;
@@ -62,19 +69,20 @@ void EmulatorSessionTest::copesWithAnyEmulator_data()
     row("refuses its arguments", u"stderr no such machine; exit 1"_s, {u"no such machine"_s});
     row("exits without a word", u"exit 3"_s, {u"The emulator ended with exit status 3."_s});
     row("crashes after many words", u"flood 100; stderr out of memory; crash"_s, {u"out of memory"_s});
-    row("crashes when it is to run", u"serve-control 2; crash"_s,
-        {u"The emulator was killed by signal 6."_s});
-    row("ignores everything", u"ignore-term; serve-control 1; hang"_s, {silent});
-    row("rubbish", u"serve-control 0; send rubbish; hang"_s, {silent});
-    row("closes the connection", u"serve-control 1; shut; hang"_s, {silent});
+    row("crashes when it is to run", u"serve-qmp 2; crash"_s, {u"The emulator was killed by signal 6."_s});
+    row("ignores everything", u"ignore-term; hang"_s, {silent});
+    row("rubbish", u"serve-qmp 1; send rubbish; hang"_s, {silent});
+    row("closes the connection", u"serve-qmp 1; shut; hang"_s, {silent});
 
-    const QString booted = u"serve-control 3; "_s; // qmp_capabilities, cont, query-status
-    row("does everything", u"serve-control 100"_s, {QString(), QString(), QString()});
+    const QString booted = u"serve-qmp 3; "_s; // qmp_capabilities, cont, query-status
+    row("does everything", u"serve-qmp 100"_s, {QString(), QString(), QString()});
     row("hangs while it runs", booted + u"ignore-term; hang"_s, {QString(), silent, silent});
-    row("crashes when it is to pause", booted + u"read-line; crash"_s,
+    row("crashes when it is to pause", booted + u"accept; read-line; crash"_s,
         {QString(), u"The emulator ended."_s, u"The emulator cannot be reached."_s});
-    row("floods the control connection", booted + uR"(repeat {"event": "E"})"_s, {QString(), silent, silent});
-    row("floods standard error", u"serve-control 4; flood 100000"_s, {QString(), QString(), silent});
+    row("floods the control connection",
+        booted + uR"(accept; repeat {"event": "E"}; accept; repeat {"event": "E"}; hang)"_s,
+        {QString(), silent, silent});
+    row("floods standard error", u"serve-qmp 5; flood 100000"_s, {QString(), QString(), silent});
 }
 
 /// Booting, pausing and resuming fail in time and say why, and it can always be ended.
@@ -92,6 +100,8 @@ void EmulatorSessionTest::copesWithAnyEmulator()
         QStringList actual = {QCoro::waitFor(outcomeOf(stage.session->boot()))};
         if (actual.first().isEmpty()) {
             actual.append(QCoro::waitFor(outcomeOf(stage.session->pause())));
+            if (actual.last() == u"The emulator ended."_s)
+                QTRY_COMPARE(stage.ends, 1); // its socket outlives the conversation by a moment
             actual.append(QCoro::waitFor(outcomeOf(stage.session->resume())));
             QCoro::waitFor(stage.session->quit());
         }
@@ -101,6 +111,26 @@ void EmulatorSessionTest::copesWithAnyEmulator()
         QCOMPARE(ProcessCensus::take().children, before.children);
     }
     QTRY_COMPARE(ProcessCensus::take(), before);
+}
+
+void EmulatorSessionTest::endsAGuestThatTheHostCannotRun()
+{
+    EmulatorTimeouts timeouts = patient;
+    timeouts.poll = 10ms;
+    const QString words = u"error: kvm run failed Bad address"_s;
+    Stage stage(u"stderr "_s + words + u"; stderr PC=0000000040000000; serve-qmp"_s, timeouts);
+    QList<EmulatorStatus::Guest> seen;
+    connect(stage.session.get(), &EmulatorSession::statusSeen, this,
+            [&](const EmulatorStatus &status) { seen.append(status.guest); });
+    QCOMPARE(QCoro::waitFor(outcomeOf(stage.session->boot())), QString());
+    QTRY_COMPARE(seen.value(0), EmulatorStatus::Guest::running);
+    stage.setStatus("internal-error");
+    QTRY_COMPARE(stage.ends, 1);
+    QCOMPARE(stage.session->endReason(), std::optional(words));
+
+    Stage refused(u"stderr "_s + words + u"; stderr PC=0000000040000000; serve-qmp"_s, timeouts);
+    refused.setStatus("internal-error");
+    QCOMPARE(QCoro::waitFor(outcomeOf(refused.session->boot())), words);
 }
 
 KELVO_TEST_MAIN(EmulatorSessionTest)

@@ -1,7 +1,7 @@
 #include "Platform/ChildProcess.h"
 #include "Platform/FileUrl.h"
+#include "Platform/UnixSocket.h"
 #include "Services/DiagnosticLogger.h"
-#include "Virtualization/QEMU/UnixSocketConnection.h"
 #include "support/EventLoopBeat.h"
 #include "support/Expectations.h"
 #include "support/ProcessCensus.h"
@@ -35,6 +35,7 @@ private Q_SLOTS:
     void stopsAfterItsBundleHasGone();
     void stopsWhateverQEMUDoes();
     void reportsWhatQEMURefuses();
+    void followsWhatItsGuestDoes();
     void letsOperationsEndWithoutTheController();
     void leavesGuestsAloneWhenTheApplicationQuits();
     void runsManyMachinesAtOnce();
@@ -52,8 +53,9 @@ constexpr QEMUTimeouts timeoutsOf(std::chrono::milliseconds start, std::chrono::
     return {.display = start,
             .displayPoll = 10ms,
             .grace = grace,
+            .poll = 1h,
             .swtpm = {.socket = start, .grace = grace},
-            .qmp = {.socketFile = exchange / 4, .greeting = exchange, .exchange = exchange}};
+            .qmp = {.socketFile = exchange / 4, .exchange = exchange}};
 }
 
 constexpr QEMUTimeouts patient = timeoutsOf(60s, 30s, 30s);
@@ -288,12 +290,12 @@ void TestQEMUBackendController::neverTakesAForeignGuestForItsOwn()
         options.program = ScriptedChild::program();
         options.arguments = {u"--script"_s, script};
         ChildProcess foreign(options);
-        QTRY_VERIFY(UnixSocketConnection::hasListener(socket));
+        QTRY_VERIFY(UnixSocket::hasListener(socket));
         QCOMPARE(machine.configureAndStart(), failure);
         QCOMPARE(machine.state(), VMState::error);
         QVERIFY(!QFile::exists(machine.stage.tpm() + u".received"_s));
         QCOMPARE(machine.stage.emulatorProcesses(), QList<pid_t>());
-        QVERIFY2(UnixSocketConnection::hasListener(socket), "the foreign guest lost its control channel");
+        QVERIFY2(UnixSocket::hasListener(socket), "the foreign guest lost its control channel");
         foreign.kill();
         QVERIFY(QCoro::waitFor(foreign.waitForExit()));
     }
@@ -320,8 +322,8 @@ void TestQEMUBackendController::neverSharesAPort()
 /// QEMU obeys some commands and dies of the next.
 void TestQEMUBackendController::losesItsEmulatorAtAnyStep()
 {
-    const QString meet = uR"(accept; send {"QMP": {}}; read-line; send {"return": {}}; read-line; )"_s;
-    const QString obey = meet + uR"(send {"return": {}}; )"_s;
+    const QString obey = u"serve-qmp 2; "_s; // the negotiation is the first
+    const QString meet = u"serve-qmp 1; read-line; "_s;
     const QString lost = u"Failed to read from QMP socket."_s;
     for (int obeyed = 0; obeyed < 3; ++obeyed) {
         Machine machine(QEMUStage(u"open-port; open-socket; "_s + obey.repeated(obeyed) + meet + u"crash"_s));
@@ -392,6 +394,46 @@ void TestQEMUBackendController::reportsWhatQEMURefuses()
     QCOMPARE(machine.stop(), QString());
 }
 
+/// Another hand pauses and resumes it, the host's disk runs full, and in the end the host cannot run it.
+void TestQEMUBackendController::followsWhatItsGuestDoes()
+{
+    QEMUTimeouts timeouts = patient;
+    timeouts.poll = 10ms;
+    Machine machine(QEMUStage(), timeouts);
+    QStringList told;
+    machine.controller->onUnaskedChange([&](const QString &reason) { told.append(reason); });
+    const auto setStatus = [&](const QByteArray &status) {
+        FileManager::defaultManager().writeAtomically(machine.stage.emulator() + u".status"_s, status);
+    };
+    QCOMPARE(machine.configureAndStart(), QString());
+    const QMPClient other(machine.stage.configuration.qmpSocketURL());
+    QCOMPARE(QCoro::waitFor(outcomeOf(other.pause())), QString());
+    QTRY_COMPARE(machine.state(), VMState::paused);
+    QCOMPARE(QCoro::waitFor(outcomeOf(other.resume())), QString());
+    QTRY_COMPARE(machine.state(), VMState::running);
+    QCOMPARE(told, (QStringList{QString(), QString()}));
+
+    const QString full = u"The host has no space left for the virtual disk. Make room, then resume."_s;
+    setStatus("io-error");
+    QTRY_COMPARE(machine.state(), VMState::paused);
+    QCOMPARE(told.last(), full);
+    told.clear();
+    QCOMPARE(machine.resume(), QString());
+    QTRY_COMPARE(told, QStringList(full)); // there is still none
+    QCOMPARE(machine.state(), VMState::paused);
+    setStatus("running");
+    QTRY_COMPARE(machine.state(), VMState::running);
+
+    setStatus("internal-error");
+    QTRY_COMPARE(machine.state(), VMState::error);
+    QCOMPARE(told.last(), u"The host cannot run the guest any further."_s);
+    QCOMPARE(childCount(), 0);
+    QCOMPARE(machine.stage.sockets(), QStringList());
+    QFile::remove(machine.stage.emulator() + u".status"_s);
+    QCOMPARE(machine.configureAndStart(), QString());
+    QCOMPARE(machine.stop(), QString());
+}
+
 void TestQEMUBackendController::letsOperationsEndWithoutTheController()
 {
     Machine machine;
@@ -452,8 +494,10 @@ void TestQEMUBackendController::leavesGuestsAloneWhenTheApplicationQuits()
     QTRY_VERIFY(!isAlive(running));
     ::kill(processOf(u"starting"_s), SIGKILL);
     for (const auto &name : {u"running"_s, u"starting"_s}) {
-        UnixSocketConnection tpm(folder.filePath(name + u"/Windows 11.vm/tpm/swtpm.sock"_s), 1s);
-        tpm.write(QByteArrayView("\0\0\0\3", 4));
+        SWTPMProcessManager tpm;
+        const QString socket = folder.filePath(name + u"/Windows 11.vm/tpm/swtpm.sock"_s);
+        QVERIFY(tpm.takeUp(FileUrl::file(socket)));
+        QCoro::waitFor(tpm.stop());
     }
 }
 

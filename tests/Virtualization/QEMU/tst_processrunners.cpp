@@ -34,7 +34,7 @@ constexpr SWTPMTimeouts patientTPM = {.socket = 30s};
 struct Stage
 {
     explicit Stage(const QString &script, const QString &machineName = u"machine"_s)
-        : program(folder.filePath(u"bin/child"_s))
+        : program(folder.filePath(u"bin/swtpm"_s))
         , tpmDirectory(folder.filePath(machineName + u"/tpm"_s))
         , socket(tpmDirectory + u"/swtpm.sock"_s)
     {
@@ -89,8 +89,6 @@ void TestProcessRunners::removesWhatAnEarlierTPMLeft()
         SWTPMProcessManager manager(patientTPM);
         QCOMPARE(stage.startTPM(manager), QString());
         QVERIFY(QCoro::waitFor(stray.waitForExit(30s)));
-        QCOMPARE(ScriptedChild::received(earlier.program),
-                 isAlive ? QStringList{u"shutdown"_s} : QStringList());
         QVERIFY(QFile::exists(stage.socket));
         QCoro::waitFor(manager.stop());
     }
