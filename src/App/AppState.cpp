@@ -199,6 +199,7 @@ void AppState::showConsole(VirtualMachine *vm)
 
 QString AppState::quitNotice() const
 {
+    constexpr qsizetype mostNames = 6;
     QStringList names;
     for (const VirtualMachine *vm : m_vmManager->virtualMachines())
         if (isAtWork(vm) || vm->state() == VMState::paused)
@@ -206,11 +207,14 @@ QString AppState::quitNotice() const
     if (names.isEmpty())
         return {};
     if (names.size() == 1)
-        return tr("“%1” keeps running. Kelvo cannot show or stop it again until it has shut itself down.")
+        return tr("“%1” keeps running. It will be here again when Kelvo is next opened.")
             .arg(names.constFirst());
-    return tr("%n virtual machines keep running. Kelvo cannot show or stop them again until they have shut "
-              "themselves down.",
-              nullptr, static_cast<int>(names.size()));
+    QString list = names.first(std::min(mostNames, names.size())).join(u", ");
+    if (names.size() > mostNames)
+        //: The names of some virtual machines, and how many more there are.
+        list = tr("%1 and %2 more").arg(list, QString::number(names.size() - mostNames));
+    return tr("These virtual machines keep running, and will be here again when Kelvo is next opened: %1.")
+        .arg(list);
 }
 
 void AppState::confirmQuit()

@@ -133,15 +133,17 @@
 <context>
     <name>AppState</name>
     <message>
-        <source>“%1” keeps running. Kelvo cannot show or stop it again until it has shut itself down.</source>
-        <translation>„%1“ läuft weiter. Kelvo kann sie erst wieder anzeigen oder ausschalten, wenn sie sich selbst heruntergefahren hat.</translation>
+        <source>“%1” keeps running. It will be here again when Kelvo is next opened.</source>
+        <translation>„%1“ läuft weiter und ist wieder da, wenn Kelvo das nächste Mal geöffnet wird.</translation>
     </message>
-    <message numerus="yes">
-        <source>%n virtual machines keep running. Kelvo cannot show or stop them again until they have shut themselves down.</source>
-        <translation>
-            <numerusform>%n virtuelle Maschine läuft weiter. Kelvo kann sie erst wieder anzeigen oder ausschalten, wenn sie sich selbst heruntergefahren hat.</numerusform>
-            <numerusform>%n virtuelle Maschinen laufen weiter. Kelvo kann sie erst wieder anzeigen oder ausschalten, wenn sie sich selbst heruntergefahren haben.</numerusform>
-        </translation>
+    <message>
+        <source>%1 and %2 more</source>
+        <extracomment>The names of some virtual machines, and how many more there are.</extracomment>
+        <translation>%1 und %2 weitere</translation>
+    </message>
+    <message>
+        <source>These virtual machines keep running, and will be here again when Kelvo is next opened: %1.</source>
+        <translation>Diese virtuellen Maschinen laufen weiter und sind wieder da, wenn Kelvo das nächste Mal geöffnet wird: %1.</translation>
     </message>
 </context>
 <context>
