@@ -30,9 +30,9 @@ GuestBundle::GuestBundle(const QString &script)
     configuration.controlSocket = FileUrl::file(m_folder.filePath(u"control.sock"_s));
 }
 
-void GuestBundle::addScript(const QString &disk, const QString &script) const
+void GuestBundle::addScript(const QString &disk, const QString &script)
 {
-    const QString file = m_folder.filePath(u"startup.nsh"_s);
+    const QString file = disk + u".nsh"_s;
     FileManager::defaultManager().writeAtomically(file, script.toUtf8());
     QCOMPARE(QProcess::execute(u"mformat"_s, {u"-i"_s, disk, u"-F"_s, u"::"_s}), 0);
     QCOMPARE(QProcess::execute(u"mcopy"_s, {u"-i"_s, disk, file, u"::/startup.nsh"_s}), 0);

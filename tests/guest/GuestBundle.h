@@ -13,8 +13,9 @@ public:
 
     VZVirtualMachineConfiguration configuration;
 
-private:
-    void addScript(const QString &disk, const QString &script) const;
+    /// Formats a disk image as one file system with a script that the firmware's shell runs.
+    static void addScript(const QString &disk, const QString &script);
 
+private:
     QTemporaryDir m_folder;
 };

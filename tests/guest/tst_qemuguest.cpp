@@ -1,6 +1,7 @@
 #include "Platform/FileUrl.h"
 #include "Services/DiagnosticLogger.h"
 #include "Virtualization/Backend/QEMUBackendController.h"
+#include "guest/GuestBundle.h"
 #include "support/Expectations.h"
 #include "support/ProcessCensus.h"
 #include "support/QEMUStage.h"
@@ -9,6 +10,7 @@
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QProcess>
 
 #include <csignal>
 
@@ -28,6 +30,7 @@ private Q_SLOTS:
     void oneDiskImageServesOneMachine();
     void takesUpWhatSomebodyElseHasStarted();
     void clearsAwayWhatEndedMeanwhile();
+    void disconnectsTheNetwork();
 };
 
 namespace {
@@ -258,6 +261,26 @@ void TestQEMUGuest::clearsAwayWhatEndedMeanwhile()
         QCOMPARE(controller->state(), VMState::poweredOff);
         QCOMPARE(ProcessCensus::take().children, before.children);
         QVERIFY(!machine.hasSockets());
+    }
+}
+
+/// As the guest itself sees it: the firmware's shell writes it to the disk.
+void TestQEMUGuest::disconnectsTheNetwork()
+{
+    for (const VMNetworkMode mode : {VMNetworkMode::nat, VMNetworkMode::disconnected}) {
+        Machine machine(u"Network"_s);
+        machine.configuration.networkMode = mode;
+        GuestBundle::addScript(machine.diskPath(),
+                               u"connect -r\r\nfs0:\r\nifconfig -l >a network.txt\r\nreset -s\r\n"_s);
+        const auto controller = makeController();
+        QVERIFY2(machine.start(*controller).isNull(), qPrintable(log()));
+        QTRY_COMPARE_WITH_TIMEOUT(controller->state(), VMState::poweredOff, 90'000);
+        QProcess reader;
+        reader.start(u"mtype"_s, {u"-i"_s, machine.diskPath(), u"::/network.txt"_s});
+        QVERIFY(reader.waitForFinished());
+        const QByteArray text = reader.readAllStandardOutput();
+        QVERIFY2(text.contains("Media State"), text.constData());
+        QCOMPARE(text.contains("Media disconnected"), mode == VMNetworkMode::disconnected);
     }
 }
 

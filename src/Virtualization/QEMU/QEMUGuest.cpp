@@ -108,6 +108,11 @@ QCoro::Task<> QEMUGuest::boot()
     co_await qemu;
     const QCoro::Task<> display = waitForVNCPort(m_timeouts.display);
     co_await display;
+    if (plan.configuration.networkMode == VMNetworkMode::disconnected) {
+        // The command line always connects it; the firmware has not looked yet.
+        const QCoro::Task<> disconnection = plan.qmpClient.disconnectNetwork(u"net0"_s);
+        co_await disconnection;
+    }
     follow();
     DiagnosticLogger::shared().log(
         u"QEMU VM running on VNC port "_s + QString::number(plan.configuration.vncPort), LogLevel::info);

@@ -35,9 +35,9 @@ QMPClient::QMPClient(const QUrl &socketPath, const QMPTimeouts &timeouts)
     , m_timeouts(timeouts)
 {}
 
-QCoro::Task<> QMPClient::send(const QString &command) const
+QCoro::Task<> QMPClient::send(const QString &command, const QJsonObject &arguments) const
 {
-    return exchange(FileUrl::path(m_socketPath), command, m_timeouts);
+    return exchange(FileUrl::path(m_socketPath), command, arguments, m_timeouts);
 }
 
 QCoro::Task<> QMPClient::quit() const
@@ -53,15 +53,19 @@ QCoro::Task<> QMPClient::resume() const
     return send(u"cont"_s);
 }
 
-QCoro::Task<> QMPClient::exchange(QString path, QString command, QMPTimeouts timeouts)
+QCoro::Task<> QMPClient::disconnectNetwork(const QString &networkDevice) const
+{
+    return send(u"set_link"_s, {{"name"_L1, networkDevice}, {"up"_L1, false}});
+}
+
+QCoro::Task<> QMPClient::exchange(QString path, QString command, QJsonObject arguments, QMPTimeouts timeouts)
 {
     if (!UnixSocket::fitsAddress(path))
         throw KelvoError::internalError(u"Unix socket path is too long."_s);
     const QCoro::Task<> socketFile = waitForSocket(path, timeouts.socketFile);
     co_await socketFile;
     try {
-        const QCoro::Task<QJsonValue> asked =
-            QMPChannel::ask(path, command, QJsonObject(), timeouts.exchange);
+        const QCoro::Task<QJsonValue> asked = QMPChannel::ask(path, command, arguments, timeouts.exchange);
         co_await asked;
     } catch (const QMPError &error) {
         throw KelvoError::internalError(textOf(error));

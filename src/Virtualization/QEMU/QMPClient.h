@@ -20,13 +20,16 @@ public:
     [[nodiscard]] const QUrl &socketPath() const { return m_socketPath; }
 
     /// Waits until the socket's file exists, then sends and waits for the answer.
-    [[nodiscard]] QCoro::Task<> send(const QString &command) const;
+    [[nodiscard]] QCoro::Task<> send(const QString &command, const QJsonObject &arguments = {}) const;
     [[nodiscard]] QCoro::Task<> quit() const;
     [[nodiscard]] QCoro::Task<> pause() const;
     [[nodiscard]] QCoro::Task<> resume() const;
+    /// As if the cable of the guest's network device were pulled out.
+    [[nodiscard]] QCoro::Task<> disconnectNetwork(const QString &networkDevice) const;
 
 private:
-    [[nodiscard]] static QCoro::Task<> exchange(QString path, QString command, QMPTimeouts timeouts);
+    [[nodiscard]] static QCoro::Task<> exchange(QString path, QString command, QJsonObject arguments,
+                                                QMPTimeouts timeouts);
     [[nodiscard]] static QCoro::Task<> waitForSocket(QString path, std::chrono::milliseconds timeout);
 
     QUrl m_socketPath;
