@@ -5,6 +5,23 @@
 #include <QString>
 #include <QTemporaryDir>
 
+/// While this lives, temporary folders are made on a file system with little space. Needs root.
+class SmallFileSystem
+{
+public:
+    SmallFileSystem();
+    ~SmallFileSystem();
+
+    void grow() const;
+
+    /// For the firmware's shell: writes more than there is space for, then powers off. Needs addLargeFile().
+    static const QString fillingScript;
+    static void addLargeFile(const QString &disk);
+
+private:
+    QTemporaryDir m_place;
+};
+
 /// A machine in a folder of its own that has nothing to boot but, perhaps, a script for the firmware's shell.
 class GuestBundle
 {
@@ -15,6 +32,8 @@ public:
 
     /// Formats a disk image as one file system with a script that the firmware's shell runs.
     static void addScript(const QString &disk, const QString &script);
+    /// To such a file system.
+    static void addFile(const QString &disk, const QString &name, const QByteArray &bytes);
 
 private:
     QTemporaryDir m_folder;

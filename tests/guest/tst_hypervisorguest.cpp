@@ -38,6 +38,7 @@ private Q_SLOTS:
     void takesUpWhatItsLauncherHasLeftStandingStill();
     void followsItsMovedFolder();
     void clearsAwayWhatWasKilledMeanwhile();
+    void waitsForSpaceOnAFullDisk();
 };
 
 namespace {
@@ -328,6 +329,32 @@ void HypervisorGuestTest::clearsAwayWhatWasKilledMeanwhile()
     QCOMPARE(found.reason, u"The emulator ended unexpectedly."_s);
     QVERIFY(!QFile::exists(socket));
     QCOMPARE(finish(machine.takeUp()).reason, QString());
+}
+
+void HypervisorGuestTest::waitsForSpaceOnAFullDisk()
+{
+    if (::geteuid() != 0)
+        QSKIP("mounts a file system");
+    const SmallFileSystem disk;
+    const GuestBundle bundle(SmallFileSystem::fillingScript);
+    SmallFileSystem::addLargeFile(
+        FileUrl::path(attachmentOf(bundle.configuration.storageDevices.first()).url()));
+    Owner owner;
+    VZVirtualMachine machine(bundle.configuration);
+    machine.setDelegate(&owner);
+    QStringList reasons;
+    connect(&machine, &VZVirtualMachine::statusSeen, this, [&](const QString &reason) {
+        if (!reason.isEmpty())
+            reasons.append(reason);
+    });
+    QCOMPARE(start(machine), QString());
+    QTRY_COMPARE_WITH_TIMEOUT(machine.state(), VZVirtualMachine::State::paused, 90'000);
+    QTRY_COMPARE(reasons.value(0),
+                 u"The host has no space left for the virtual disk. Make room, then resume."_s);
+    disk.grow();
+    QCOMPARE(perform([&](const auto &handler) { machine.resume(handler); }), QString());
+    QTRY_COMPARE_WITH_TIMEOUT(owner.told, QStringList{u"guest did stop"_s}, 90'000);
+    QCOMPARE(machine.state(), VZVirtualMachine::State::stopped);
 }
 
 KELVO_TEST_MAIN(HypervisorGuestTest)

@@ -31,6 +31,7 @@ private Q_SLOTS:
     void takesUpWhatSomebodyElseHasStarted();
     void clearsAwayWhatEndedMeanwhile();
     void disconnectsTheNetwork();
+    void waitsForSpaceOnAFullDisk();
 };
 
 namespace {
@@ -282,6 +283,30 @@ void TestQEMUGuest::disconnectsTheNetwork()
         QVERIFY2(text.contains("Media State"), text.constData());
         QCOMPARE(text.contains("Media disconnected"), mode == VMNetworkMode::disconnected);
     }
+}
+
+void TestQEMUGuest::waitsForSpaceOnAFullDisk()
+{
+    if (::geteuid() != 0)
+        QSKIP("mounts a file system");
+    const SmallFileSystem disk;
+    const Machine machine(u"Full"_s);
+    GuestBundle::addScript(machine.diskPath(), SmallFileSystem::fillingScript);
+    SmallFileSystem::addLargeFile(machine.diskPath());
+    // An empty store is all zeros, which take space when they are copied.
+    const QString store = FileUrl::path(machine.configuration.uefiVarsURL());
+    FileManager::defaultManager().createFile(store);
+    FileManager::defaultManager().truncateFile(store, quint64(64) << 20);
+    const auto controller = makeController();
+    QString told;
+    controller->onUnaskedChange([&told](const QString &reason) { told = reason; });
+    QVERIFY2(machine.start(*controller).isNull(), qPrintable(log()));
+    QTRY_COMPARE_WITH_TIMEOUT(controller->state(), VMState::paused, 90'000);
+    QCOMPARE(told, u"The host has no space left for the virtual disk. Make room, then resume."_s);
+    disk.grow();
+    QCOMPARE(QCoro::waitFor(outcomeOf(controller->resume())), QString());
+    QTRY_COMPARE_WITH_TIMEOUT(controller->state(), VMState::poweredOff, 90'000);
+    QCOMPARE(told, QString());
 }
 
 KELVO_TEST_MAIN(TestQEMUGuest)
