@@ -94,9 +94,15 @@ class Kelvo(Application):
         window.wait_gone("Kelvo", "dialog")
 
     def stop(self, name):
-        """Presses the console's Stop and waits until the machine is off."""
+        """Presses the console's Stop, insists where Kelvo asks back, and waits until the machine is off."""
         console = self.console(name)
+        question = f"Stop “{name}”?"
         console.find("Stop", "push button").press()
+        wait_until(lambda: console.has(question, "dialog") or console.has("Powered Off", "label"), 30,
+                   "the machine to stop, or a question")
+        alert = console.find_now(question, "dialog")
+        if alert is not None:
+            alert.find("Stop", "push button").press()
         console.find("Powered Off", "label", timeout=30)
 
     def crash(self):

@@ -146,7 +146,7 @@ void AppState::showSettings(VirtualMachine *vm)
 
 void AppState::perform(VirtualMachine *vm, VMCommand command)
 {
-    QCoro::connect(run(vm, command, Asker::mainWindow), this, [] {});
+    begin(vm, command, Asker::mainWindow);
 }
 
 void AppState::performOnSelectedVM(VMCommand command)
@@ -167,7 +167,15 @@ void AppState::finishInstallation(VirtualMachine *vm)
 
 void AppState::performInConsole(VirtualMachine *vm, VMCommand command)
 {
-    QCoro::connect(run(vm, command, Asker::console), this, [] {});
+    begin(vm, command, Asker::console);
+}
+
+void AppState::begin(VirtualMachine *vm, VMCommand command, Asker asker)
+{
+    if (command == VMCommand::Stop && m_vmManager->mayLoseWork(*vm))
+        Q_EMIT stopQuestioned(vm, asker == Asker::console);
+    else
+        QCoro::connect(run(vm, command, asker), this, [] {});
 }
 
 void AppState::finishInstallationInConsole(VirtualMachine *vm)
@@ -247,7 +255,10 @@ QCoro::Task<> AppState::operation(VirtualMachine *vm, VMCommand command)
         return m_vmManager->beginInstallation(vm);
     case VMCommand::Start:
         return m_vmManager->start(vm);
+    case VMCommand::ShutDown:
+        return m_vmManager->requestShutDown(vm);
     case VMCommand::Stop:
+    case VMCommand::ForceStop:
         return m_vmManager->stop(vm);
     case VMCommand::Pause:
         return m_vmManager->pause(vm);

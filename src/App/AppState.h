@@ -107,6 +107,8 @@ Q_SIGNALS:
     void loaded();
     /// Each time somebody asks for the machine's console window, also when it is open already.
     void consoleRequested(const QUuid &id);
+    /// The person has to decide whether the machine is stopped, where they asked for it.
+    void stopQuestioned(VirtualMachine *vm, bool inConsole);
     /// Not where the console shows it anyway, as the reason of a failed machine.
     void consoleFailed(VirtualMachine *vm, const QString &message);
 
@@ -119,6 +121,7 @@ private:
         console
     };
 
+    void begin(VirtualMachine *vm, VMCommand command, Asker asker);
     [[nodiscard]] QCoro::Task<> run(QPointer<VirtualMachine> vm, VMCommand command, Asker asker);
     void complete(VirtualMachine *vm, Asker asker);
     void tellOfFailure(VirtualMachine *vm, const QString &message, Asker asker);

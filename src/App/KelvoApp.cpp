@@ -33,9 +33,19 @@ KelvoApp::KelvoApp(std::unique_ptr<AppState> state, const QString &windowFile, Q
         m_state->vmManager()->listNewBundles();
         m_state->vmManager()->lookForGuests();
     });
-    connect(m_state.get(), &AppState::consoleRequested, this, &KelvoApp::showConsole);
+    connect(m_state.get(), &AppState::consoleRequested, this, [this](const QUuid &id) { showConsole(id); });
+    connect(m_state.get(), &AppState::stopQuestioned, this, [this](VirtualMachine *vm, bool inConsole) {
+        askToStop(vm, inConsole ? consoleWindow(vm->id()) : nullptr, false);
+    });
+    connect(m_state->vmManager(), &VMManager::shutDownOverdue, this,
+            [this](VirtualMachine *vm) { askToStop(vm, consoleWindow(vm->id()), true); });
     connect(m_state.get(), &AppState::showingConsoleChanged, this, &KelvoApp::handleConsoleRequest);
     connect(m_state.get(), &AppState::showingAppSettingsChanged, this, &KelvoApp::handleSettingsRequest);
+    connect(m_state->vmManager(), &VMManager::guestStoodStill, this, &KelvoApp::noteStandstill);
+    connect(m_state->vmManager(), &VMManager::machineStateChanged, this, [this](VirtualMachine *vm) {
+        if (vm->state() == VMState::running)
+            Q_EMIT newsOutdated(vm->id().toString());
+    });
     connect(m_state->vmManager(), &VMManager::virtualMachinesChanged, this, &KelvoApp::updateConsoleMachines);
 }
 
@@ -64,7 +74,7 @@ void KelvoApp::open(const QList<QUrl> &documents, const std::optional<QString> &
     m_opener.open(documents);
 }
 
-void KelvoApp::showConsole(const QUuid &id)
+void KelvoApp::showConsole(const QUuid &id, const std::optional<QString> &activationToken)
 {
     QQuickWindow *window = m_consoleWindows.value(id);
     if (!window) {
@@ -79,7 +89,7 @@ void KelvoApp::showConsole(const QUuid &id)
                 forgetConsole(id);
         });
     }
-    raise(window);
+    raise(window, activationToken);
 }
 
 /// A closed console goes, with its picture and the connection that brought it.
@@ -184,6 +194,26 @@ void KelvoApp::updateConsoleMachines()
     for (auto console = m_consoleWindows.cbegin(); console != m_consoleWindows.cend(); ++console)
         console.value()->setProperty(
             "vm", QVariant::fromValue(m_state->vmManager()->virtualMachine(console.key())));
+}
+
+void KelvoApp::noteStandstill(VirtualMachine *vm, const QString &reason)
+{
+    const QQuickWindow *console = consoleWindow(vm->id());
+    if (!console || !console->isActive())
+        Q_EMIT newsArrived(vm->id().toString(), vm->name(),
+                           reason.isEmpty() ? tr("The virtual machine has shut down.") : reason);
+}
+
+/// In the main window where the given one is not open.
+void KelvoApp::askToStop(VirtualMachine *vm, QQuickWindow *window, bool isOverdue)
+{
+    if (!window)
+        window = m_mainWindow;
+    if (!window->isVisible())
+        raise(window);
+    window->setProperty("isShutDownOverdue", isOverdue);
+    window->setProperty("vmToStop", QVariant::fromValue(vm));
+    window->alert(0);
 }
 
 void KelvoApp::raise(QQuickWindow *window, const std::optional<QString> &activationToken) const

@@ -36,7 +36,7 @@ public:
     /// with what another process asks for, see WindowActivation.
     void open(const QList<QUrl> &documents, const std::optional<QString> &activationToken = std::nullopt);
     /// A window that is open already is raised.
-    void showConsole(const QUuid &id);
+    void showConsole(const QUuid &id, const std::optional<QString> &activationToken = std::nullopt);
     void showSettings(const std::optional<QString> &activationToken = std::nullopt);
     /// Ends the application; while machines run only once that has been confirmed.
     void quit();
@@ -47,6 +47,12 @@ public:
 
     /// The last open window's closing is a way to quit.
     bool eventFilter(QObject *object, QEvent *event) override;
+
+Q_SIGNALS:
+    /// Something has happened to a guest that no window in front shows; `subject`: the machine's identifier.
+    void newsArrived(const QString &subject, const QString &title, const QString &text);
+    /// A machine's guest runs (again).
+    void newsOutdated(const QString &subject);
 
 private:
     /// `name`: for the window's memory.
@@ -59,6 +65,8 @@ private:
     void handleConsoleRequest();
     void handleSettingsRequest();
     void updateConsoleMachines();
+    void noteStandstill(VirtualMachine *vm, const QString &reason);
+    void askToStop(VirtualMachine *vm, QQuickWindow *window, bool isOverdue);
     void raise(QQuickWindow *window, const std::optional<QString> &activationToken = std::nullopt) const;
 
     std::unique_ptr<AppState> m_state;

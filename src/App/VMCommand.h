@@ -10,7 +10,9 @@ enum class VMCommand
 {
     Install,
     Start,
-    Stop,
+    ShutDown,  ///< asks the guest
+    Stop,      ///< asks the person first where something may be lost
+    ForceStop, ///< asks nobody
     Pause,
     Resume
 };

@@ -3,6 +3,8 @@
 #include "App/PromptDrawing.h"
 #include "App/Translations.h"
 #include "Platform/Desktop/ApplicationService.h"
+#include "Platform/Desktop/Notifications.h"
+#include "Platform/Desktop/ProcessScope.h"
 #include "Platform/Desktop/SleepInhibitor.h"
 #include "UI/Components/AppearancePortal.h"
 #include "UI/Components/SymbolCatalogue.h"
@@ -44,6 +46,22 @@ void connectService(ApplicationService &service, KelvoApp &kelvo)
                      [&kelvo](const QString &token) { kelvo.open({}, token); });
     QObject::connect(&service, &ApplicationService::openRequested, &kelvo, &KelvoApp::open);
     QObject::connect(&service, &ApplicationService::actionRequested, &kelvo, &KelvoApp::perform);
+}
+
+void connectNotifications(Notifications &notifications, KelvoApp &kelvo)
+{
+    QObject::connect(&kelvo, &KelvoApp::newsArrived, &notifications, &Notifications::show);
+    QObject::connect(&kelvo, &KelvoApp::newsOutdated, &notifications, &Notifications::withdraw);
+    QObject::connect(&notifications, &Notifications::chosen, &kelvo,
+                     [&kelvo](const QString &subject, const QString &token) {
+                         kelvo.showConsole(QUuid::fromString(subject), token);
+                     });
+}
+
+/// A guest does not end with the application, whatever ends that.
+void giveScope(VirtualMachine *vm, const QList<pid_t> &processes)
+{
+    ProcessScope::make(QDBusConnection::sessionBus(), identifier, vm->name(), processes);
 }
 
 void useReadableFont()
@@ -114,6 +132,9 @@ int main(int argc, char *argv[])
     SleepInhibitor inhibitor(identifier, QCoreApplication::translate("main", "A virtual machine is running."),
                              QDBusConnection::sessionBus());
     QObject::connect(&kelvo.state(), &AppState::machineAtWorkChanged, &inhibitor, &SleepInhibitor::setActive);
+    QObject::connect(kelvo.state().vmManager(), &VMManager::guestLaunched, &kelvo, &giveScope);
+    Notifications notifications(identifier, QDBusConnection::sessionBus());
+    connectNotifications(notifications, kelvo);
     if (!kelvo.start())
         return EXIT_FAILURE;
     if (!commandLine.documents.isEmpty())

@@ -4,6 +4,7 @@ struct VirtualMachine::Commands
 {
     bool start;
     bool stop;
+    bool shutDown;
     bool pause;
     bool resume;
     bool install;
@@ -23,7 +24,7 @@ VirtualMachine::VirtualMachine(const VMConfiguration &configuration, VMState sta
 
 VirtualMachine::Commands VirtualMachine::commands() const
 {
-    return {canStart(), canStop(), canPause(), canResume(), canInstall(), needsInstallation()};
+    return {canStart(), canStop(), canShutDown(), canPause(), canResume(), canInstall(), needsInstallation()};
 }
 
 template<typename Value>
@@ -48,6 +49,8 @@ void VirtualMachine::setConfiguration(const VMConfiguration &configuration)
 
 void VirtualMachine::setState(VMState state)
 {
+    if (state != VMState::running)
+        setShuttingDown(false);
     assign(m_state, state, &VirtualMachine::stateChanged);
 }
 
@@ -71,6 +74,11 @@ void VirtualMachine::setOperationInProgress(bool inProgress)
     assign(m_operationInProgress, inProgress, &VirtualMachine::operationInProgressChanged);
 }
 
+void VirtualMachine::setShuttingDown(bool shuttingDown)
+{
+    assign(m_isShuttingDown, shuttingDown, &VirtualMachine::shuttingDownChanged);
+}
+
 bool VirtualMachine::canStart() const
 {
     return !m_operationInProgress && ::canStart(m_state);
@@ -79,6 +87,11 @@ bool VirtualMachine::canStart() const
 bool VirtualMachine::canStop() const
 {
     return !m_operationInProgress && ::canStop(m_state);
+}
+
+bool VirtualMachine::canShutDown() const
+{
+    return !m_operationInProgress && !m_isShuttingDown && m_state == VMState::running;
 }
 
 bool VirtualMachine::canPause() const

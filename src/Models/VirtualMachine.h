@@ -16,6 +16,7 @@ class VirtualMachine : public QObject
     Q_PROPERTY(bool operationInProgress READ operationInProgress NOTIFY operationInProgressChanged)
     Q_PROPERTY(bool canStart READ canStart NOTIFY commandsChanged)
     Q_PROPERTY(bool canStop READ canStop NOTIFY commandsChanged)
+    Q_PROPERTY(bool canShutDown READ canShutDown NOTIFY commandsChanged)
     Q_PROPERTY(bool canPause READ canPause NOTIFY commandsChanged)
     Q_PROPERTY(bool canResume READ canResume NOTIFY commandsChanged)
     Q_PROPERTY(bool canInstall READ canInstall NOTIFY commandsChanged)
@@ -43,11 +44,15 @@ public:
     /// True while the manager works on this machine; a second operation is refused.
     [[nodiscard]] bool operationInProgress() const { return m_operationInProgress; }
     void setOperationInProgress(bool inProgress);
+    /// True while its guest, which runs, has been asked to shut down and is given time for that.
+    [[nodiscard]] bool isShuttingDown() const { return m_isShuttingDown; }
+    void setShuttingDown(bool shuttingDown);
 
     [[nodiscard]] const QString &name() const { return m_configuration.name; }
     [[nodiscard]] GuestOperatingSystem guestOS() const { return m_configuration.guestOS; }
     [[nodiscard]] bool canStart() const;
     [[nodiscard]] bool canStop() const;
+    [[nodiscard]] bool canShutDown() const;
     [[nodiscard]] bool canPause() const;
     [[nodiscard]] bool canResume() const;
     [[nodiscard]] bool hasInstallationMedia() const;
@@ -61,6 +66,7 @@ Q_SIGNALS:
     void lastErrorChanged();
     void actualDiskUsageBytesChanged();
     void operationInProgressChanged();
+    void shuttingDownChanged();
     void nameChanged();
     /// At least one of the questions canStart() to canInstall() has another answer.
     void commandsChanged();
@@ -79,4 +85,5 @@ private:
     std::optional<QString> m_lastError;
     std::optional<quint64> m_actualDiskUsageBytes;
     bool m_operationInProgress = false;
+    bool m_isShuttingDown = false;
 };

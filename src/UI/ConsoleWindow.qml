@@ -8,6 +8,9 @@ T.ApplicationWindow {
     id: root
 
     property bool asksToQuit: false
+    /// The machine while its Stop is in question.
+    property VirtualMachine vmToStop: null
+    property bool isShutDownOverdue: false
     /// What failed in here; empty when nothing has.
     property string errorMessage: ""
     property VirtualMachine vm: null
@@ -42,7 +45,7 @@ T.ApplicationWindow {
         onActivated: root.toggleFullScreen()
     }
     Shortcut {
-        enabled: root.isFullScreen && !root.asksToQuit && root.errorMessage === ""
+        enabled: root.isFullScreen && !root.asksToQuit && !root.vmToStop && root.errorMessage === ""
         sequence: "Esc"
         onActivated: root.toggleFullScreen()
     }
@@ -76,6 +79,13 @@ T.ApplicationWindow {
         sheet: "QuitAlert.qml"
         shown: root.asksToQuit
         onDismissed: root.asksToQuit = false
+    }
+
+    SheetLoader {
+        sheet: "StopAlert.qml"
+        shown: root.vmToStop !== null
+        onLoaded: (item as StopAlert).ask(root.vmToStop, root.isShutDownOverdue, true)
+        onDismissed: root.vmToStop = null
     }
 
     function toggleFullScreen(): void {

@@ -58,6 +58,11 @@ MenuBar {
             enabled: root.vm?.canStart ?? false
         }
         CommandItem {
+            text: qsTr("Shut &Down")
+            command: VMCommand.ShutDown
+            enabled: root.vm?.canShutDown ?? false
+        }
+        CommandItem {
             text: qsTr("S&top")
             command: VMCommand.Stop
             enabled: root.vm?.canStop ?? false

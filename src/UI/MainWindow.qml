@@ -7,6 +7,9 @@ T.ApplicationWindow {
     id: root
 
     property bool asksToQuit: false
+    /// The machine whose Stop is in question; null when none is.
+    property VirtualMachine vmToStop: null
+    property bool isShutDownOverdue: false
 
     title: AppState.detailContent === DetailContent.MachineList ? AppState.sectionTitle : "Kelvo"
     width: Math.min(1120, Screen.desktopAvailableWidth)
@@ -42,5 +45,12 @@ T.ApplicationWindow {
         sheet: "QuitAlert.qml"
         shown: root.asksToQuit
         onDismissed: root.asksToQuit = false
+    }
+
+    SheetLoader {
+        sheet: "StopAlert.qml"
+        shown: root.vmToStop !== null
+        onLoaded: (item as StopAlert).ask(root.vmToStop, root.isShutDownOverdue, false)
+        onDismissed: root.vmToStop = null
     }
 }

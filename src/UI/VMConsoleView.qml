@@ -86,6 +86,14 @@ Item {
             }
             PushButton {
                 small: true
+                symbol: "power"
+                enabled: presenter.shown.shutDownEnabled
+                disabledReason: presenter.shown.shutDownHint
+                text: qsTr("Shut Down")
+                onClicked: AppState.performInConsole(root.vm, VMCommand.ShutDown)
+            }
+            PushButton {
+                small: true
                 symbol: "stop"
                 enabled: presenter.shown.stopEnabled
                 disabledReason: presenter.shown.stopHint

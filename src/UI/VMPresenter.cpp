@@ -20,6 +20,13 @@ QString startHint(const VirtualMachine &vm)
     return hint(vm, VMPresenter::tr("The virtual machine is already running."));
 }
 
+QString shutDownHint(const VirtualMachine &vm)
+{
+    if (vm.isShuttingDown())
+        return VMPresenter::tr("The virtual machine has been asked to shut down.");
+    return hint(vm, VMPresenter::tr("The virtual machine is not running."));
+}
+
 } // namespace
 
 VMPresentation presentationOf(const VirtualMachine &vm)
@@ -41,22 +48,26 @@ VMPresentation presentationOf(const VirtualMachine &vm)
         shown.installationText = localizedName(installation);
     shown.backendText = displayName(configuration.backend);
     shown.backendSymbol = configuration.backend == VMBackendType::qemuHVF ? u"terminal"_s : u"apple.logo"_s;
-    shown.stateText = localizedName(vm.state());
-    shown.badgeTone = int(badgeTone(vm.state()));
+    shown.stateText = vm.isShuttingDown() ? VMPresenter::tr("Shutting Down") : localizedName(vm.state());
+    shown.badgeTone = int(badgeTone(vm.isShuttingDown() ? VMState::stopping : vm.state()));
 
     shown.showsInstall = vm.canInstall();
     shown.startEnabled = vm.canStart() && !vm.needsInstallation();
+    shown.shutDownEnabled = vm.canShutDown();
     shown.stopEnabled = vm.canStop();
     shown.pauseEnabled = vm.canPause();
     shown.resumeEnabled = vm.canResume();
     if (!shown.startEnabled)
         shown.startHint = startHint(vm);
+    if (!shown.shutDownEnabled)
+        shown.shutDownHint = shutDownHint(vm);
     if (!shown.stopEnabled)
         shown.stopHint = hint(vm, VMPresenter::tr("The virtual machine is not running."));
     if (!shown.pauseEnabled)
         shown.pauseHint = hint(vm, VMPresenter::tr("The virtual machine is not running."));
     if (!shown.resumeEnabled)
         shown.resumeHint = hint(vm, VMPresenter::tr("The virtual machine is not paused."));
+    shown.showsShutDown = vm.state() == VMState::running;
     shown.showsFinishInstall =
         installation == VMInstallationState::inProgress && vm.state() == VMState::poweredOff;
     return shown;
@@ -95,6 +106,7 @@ void VMPresenter::setVM(VirtualMachine *vm)
         connect(m_vm, &VirtualMachine::actualDiskUsageBytesChanged, this, &VMPresenter::update);
         connect(m_vm, &VirtualMachine::lastErrorChanged, this, &VMPresenter::update);
         connect(m_vm, &VirtualMachine::operationInProgressChanged, this, &VMPresenter::update);
+        connect(m_vm, &VirtualMachine::shuttingDownChanged, this, &VMPresenter::update);
         connect(m_vm, &QObject::destroyed, this, &VMPresenter::update);
     }
     Q_EMIT vmChanged();

@@ -27,13 +27,16 @@ struct VMPresentation
     Q_PROPERTY(int badgeTone MEMBER badgeTone)
     Q_PROPERTY(bool showsInstall MEMBER showsInstall)
     Q_PROPERTY(bool startEnabled MEMBER startEnabled)
+    Q_PROPERTY(bool shutDownEnabled MEMBER shutDownEnabled)
     Q_PROPERTY(bool stopEnabled MEMBER stopEnabled)
     Q_PROPERTY(bool pauseEnabled MEMBER pauseEnabled)
     Q_PROPERTY(bool resumeEnabled MEMBER resumeEnabled)
     Q_PROPERTY(QString startHint MEMBER startHint)
+    Q_PROPERTY(QString shutDownHint MEMBER shutDownHint)
     Q_PROPERTY(QString stopHint MEMBER stopHint)
     Q_PROPERTY(QString pauseHint MEMBER pauseHint)
     Q_PROPERTY(QString resumeHint MEMBER resumeHint)
+    Q_PROPERTY(bool showsShutDown MEMBER showsShutDown)
     Q_PROPERTY(bool showsFinishInstall MEMBER showsFinishInstall)
 
 public:
@@ -52,13 +55,16 @@ public:
     int badgeTone = int(BadgeTone::Tone::Neutral);
     bool showsInstall = false;
     bool startEnabled = false; ///< a pending installation comes before an ordinary start
+    bool shutDownEnabled = false;
     bool stopEnabled = false;
     bool pauseEnabled = false;
     bool resumeEnabled = false;
     QString startHint; ///< each says why its button is disabled, and is empty while it is not
+    QString shutDownHint;
     QString stopHint;
     QString pauseHint;
     QString resumeHint;
+    bool showsShutDown = false; ///< where there is no room for a disabled button
     bool showsFinishInstall = false;
 
     bool operator==(const VMPresentation &) const = default;

@@ -41,6 +41,8 @@ public:
         ControllerFactory makeController;
         /// See GuestWatch.
         QString sharedFolder = {};
+        /// For a guest to shut itself down.
+        std::chrono::milliseconds shutDownPatience = std::chrono::seconds(30);
     };
 
     explicit VMManager(const Collaborators &collaborators, QObject *parent = nullptr);
@@ -92,6 +94,12 @@ public:
     /// anything is touched, apart from the machine's state, which is put right.
     QCoro::Task<> start(VirtualMachine *vm, std::optional<QUrl> attachISO = std::nullopt);
     QCoro::Task<> stop(VirtualMachine *vm);
+    /// Asks the guest to shut itself down; done when it has been asked. The machine is then shutting down
+    /// until its guest has ended, or else for a while, after which shutDownOverdue() is sent.
+    QCoro::Task<> requestShutDown(VirtualMachine *vm);
+    /// False where stop() would end nothing that anybody could miss: no guest, or an installer that has just
+    /// been booted.
+    [[nodiscard]] bool mayLoseWork(const VirtualMachine &vm) const;
     QCoro::Task<> pause(VirtualMachine *vm);
     QCoro::Task<> resume(VirtualMachine *vm);
     /// `isoURL` goes before the configuration's own image.
@@ -103,6 +111,13 @@ Q_SIGNALS:
     /// Any listed machine's; a connection to each machine would cost thousands of them a megabyte.
     void machineStateChanged(VirtualMachine *vm);
     void activeVMIDChanged();
+    /// A guest of ours runs, in these processes.
+    void guestLaunched(VirtualMachine *vm, const QList<pid_t> &processes);
+    /// Its guest has ended or come to a standstill though nobody asked for that here. `reason`: why; empty
+    /// where it has ended in order.
+    void guestStoodStill(VirtualMachine *vm, const QString &reason);
+    /// The guest goes on as if it had not been asked.
+    void shutDownOverdue(VirtualMachine *vm);
 
 private:
     class Operation;
@@ -110,6 +125,8 @@ private:
 
     [[nodiscard]] QCoro::Task<> performOnController(VirtualMachine *vm, ControllerOperation operation);
 
+    void noteLaunch(VirtualMachine *vm, VMBackendController &backend);
+    void waitForShutDown(VirtualMachine *vm);
     [[nodiscard]] QCoro::Task<> bootInstaller(VMConfiguration configuration, QUrl image,
                                               VMBackendController &backend);
     void setState(VirtualMachine *vm, VMState state);
@@ -139,6 +156,7 @@ private:
     QEMUDependencyService m_qemuDependencyService;
     ControllerFactory m_makeController;
     SystemCapabilities m_systemCapabilities;
+    std::chrono::milliseconds m_shutDownPatience;
     QList<VirtualMachine *> m_virtualMachines;
     std::map<QUuid, std::unique_ptr<VMBackendController>> m_controllers;
     QHash<QUuid, VMPersistedMetadata> m_metadataByVMID;

@@ -4,9 +4,13 @@
 #include "Virtualization/VMManager.h"
 #include "Virtualization/VMManagerOperation.h"
 
+#include <QTimer>
+
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr std::chrono::seconds installersFirstMoments(60);
 
 QDateTime now()
 {
@@ -99,8 +103,7 @@ QCoro::Task<> VMManager::start(VirtualMachine *vm, std::optional<QUrl> attachISO
         if (!self || !machine)
             co_return;
         setState(machine, backend.state());
-        setActive(&backend, machine->id());
-        m_guestWatch.announceStart();
+        noteLaunch(machine, backend);
         updateMetadata(*machine, [](VMPersistedMetadata &metadata) { metadata.lastBootedAt = now(); });
     } catch (...) {
         if (self && machine)
@@ -132,6 +135,46 @@ QCoro::Task<> VMManager::stop(VirtualMachine *vm)
     setState(machine, backend.state());
     if (m_activeVMID == machine->id())
         setActive(nullptr, std::nullopt);
+}
+
+void VMManager::noteLaunch(VirtualMachine *vm, VMBackendController &backend)
+{
+    setActive(&backend, vm->id());
+    m_guestWatch.announceStart();
+    Q_EMIT guestLaunched(vm, backend.processIdentifiers());
+}
+
+bool VMManager::mayLoseWork(const VirtualMachine &vm) const
+{
+    if (vm.state() != VMState::running && vm.state() != VMState::paused)
+        return false;
+    if (vm.installationState() != VMInstallationState::inProgress)
+        return true;
+    const std::optional<QDateTime> boot = m_metadataByVMID.value(vm.id()).lastBootedAt;
+    return !boot || *boot < now().addSecs(-installersFirstMoments.count());
+}
+
+QCoro::Task<> VMManager::requestShutDown(VirtualMachine *vm)
+{
+    const QPointer<VMManager> self(this);
+    const QPointer<VirtualMachine> machine(vm);
+    const QCoro::Task<> request = performOnController(vm, &VMBackendController::requestShutDown);
+    co_await request;
+    if (self && machine && machine->state() == VMState::running)
+        waitForShutDown(machine);
+}
+
+void VMManager::waitForShutDown(VirtualMachine *vm)
+{
+    vm->setShuttingDown(true);
+    auto *patience = new QTimer(vm);
+    patience->setSingleShot(true);
+    connect(vm, &VirtualMachine::shuttingDownChanged, patience, &QObject::deleteLater);
+    connect(patience, &QTimer::timeout, this, [this, vm] {
+        vm->setShuttingDown(false);
+        Q_EMIT shutDownOverdue(vm);
+    });
+    patience->start(m_shutDownPatience);
 }
 
 QCoro::Task<> VMManager::pause(VirtualMachine *vm)
@@ -194,8 +237,7 @@ QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUr
         if (!self || !machine)
             co_return;
         setState(machine, backend.state());
-        setActive(&backend, machine->id());
-        m_guestWatch.announceStart();
+        noteLaunch(machine, backend);
         updateMetadata(*machine, [](VMPersistedMetadata &metadata) {
             metadata.installationState = VMInstallationState::inProgress;
             metadata.lastBootedAt = now();
@@ -248,8 +290,11 @@ void VMManager::noteUnaskedChange(const QUuid &id, const QString &reason)
         vm->setLastError(reason);
     else if (state == VMState::running)
         vm->setLastError(std::nullopt); // another hand has resumed it
-    if (!vm->operationInProgress())     // whose end reads the state
+    if (!vm->operationInProgress()) {   // whose end reads the state
         setState(vm, state);
+        if (!reason.isEmpty() || state == VMState::poweredOff)
+            Q_EMIT guestStoodStill(vm, reason);
+    }
     if (!guestState(id))
         m_guestWatch.lookAgainSoon(); // it may have been started again before its end was seen
 }

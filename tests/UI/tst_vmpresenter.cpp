@@ -34,6 +34,7 @@ QString buttons(const VMPresentation &shown)
         add(isEnabled != hint.isEmpty(), name + u'?');
     };
     addButton(shown.startEnabled, shown.startHint, u"Start"_s);
+    addButton(shown.shutDownEnabled, shown.shutDownHint, u"ShutDown"_s);
     addButton(shown.stopEnabled, shown.stopHint, u"Stop"_s);
     addButton(shown.pauseEnabled, shown.pauseHint, u"Pause"_s);
     addButton(shown.resumeEnabled, shown.resumeHint, u"Resume"_s);
@@ -63,7 +64,7 @@ void VMPresenterTest::buttonsFollowStateAndInstallation()
           {VMState::poweredOff, Installation::inProgress, true, u"Install Finish"_s},
           {VMState::poweredOff, Installation::inProgress, false, u"Start Finish"_s},
           {VMState::error, Installation::inProgress, true, u"Install"_s},
-          {VMState::running, Installation::inProgress, true, u"Stop Pause"_s},
+          {VMState::running, Installation::inProgress, true, u"ShutDown Stop Pause"_s},
           {VMState::starting, Installation::completed, true, u"Stop"_s},
           {VMState::stopping, Installation::completed, true, QString()},
           {VMState::paused, Installation::completed, true, u"Start Stop Resume"_s},

@@ -95,6 +95,7 @@ private Q_SLOTS:
     void wizardTakesAnImageByItsPath();
     void alertShowsTheTextUntilItIsAnswered();
     void consoleFollowsItsMachine();
+    void stoppingIsQuestionedWhereItWasAskedFor();
     void consoleOfAnUnknownMachineSaysSo();
     void cardsAreSelectedAndCommanded();
     void hintsExplainWhatNeedsThem();
@@ -125,7 +126,8 @@ void WindowsTest::initTestCase()
 void WindowsTest::init()
 {
     warnings.clear();
-    m_stage = std::make_unique<AppStage>();
+    m_stage = std::make_unique<AppStage>(
+        [](VMManager::Collaborators &collaborators) { collaborators.shutDownPatience = 500ms; });
     m_stage->host.write(u"setup.iso"_s, "image");
     m_stage->add(u"first"_s);
     m_stage->add(u"second"_s, m_stage->host.path(u"setup.iso"_s));
@@ -246,13 +248,57 @@ void WindowsTest::consoleFollowsItsMachine()
     click(console, u"OK"_s);
     QTRY_VERIFY(!findItem(console, u"pause failed."_s));
     controller.failingCall.clear();
-    click(console, u"Stop"_s);
+    QSignalSpy news(m_app.get(), &KelvoApp::newsArrived);
+    controller.change(VMState::poweredOff);
     QTRY_VERIFY(findItem(console, u"Virtual Machine is Off"_s));
+    QCOMPARE(news.count(), 0); // it is in front
+    mainWindow()->requestActivate();
+    QVERIFY(QTest::qWaitForWindowActive(mainWindow(), patience));
+    click(console, u"Start"_s);
+    QTRY_COMPARE(vm->state(), VMState::running);
+    controller.change(VMState::error, u"It crashed."_s);
+    QCOMPARE(news.value(0).mid(1), QVariantList({vm->name(), u"It crashed."_s}));
 
     m_app->state().load(); // other objects for the same machines
     QTest::qWait(20);
     machine(0)->setLastError(u"it broke"_s);
     QTRY_VERIFY(findItem(console, u"it broke"_s));
+}
+
+void WindowsTest::stoppingIsQuestionedWhereItWasAskedFor()
+{
+    VirtualMachine *vm = machine(0);
+    auto &controller = dynamic_cast<FakeController &>(m_app->state().vmManager()->controller(*vm));
+    const QString question = u"Stop “first”?"_s;
+    const QString overdue = u"“first” Has Not Shut Down"_s;
+    click(mainWindow(), u"Start"_s);
+    QTRY_COMPARE(vm->state(), VMState::running);
+    click(mainWindow(), u"Stop"_s);
+    QTRY_VERIFY(findItem(mainWindow(), question));
+    QTest::keyClick(mainWindow(), Qt::Key_Return); // keeps what may be lost
+    QTRY_VERIFY(!findItem(mainWindow(), question));
+    QCOMPARE(vm->state(), VMState::running);
+
+    m_app->state().showConsole(vm);
+    QQuickWindow *console = m_app->consoleWindow(vm->id());
+    click(console, u"Stop"_s);
+    QTRY_VERIFY(findItem(console, question));
+    QVERIFY(!findItem(mainWindow(), question));
+    controller.change(VMState::poweredOff); // which answers it
+    QTRY_VERIFY(!findItem(console, question));
+
+    click(console, u"Start"_s);
+    click(console, u"Shut Down"_s);
+    QTRY_VERIFY(findItem(console, u"Shutting Down"_s));
+    QTRY_VERIFY(findItem(console, overdue));
+    console->close();
+    click(mainWindow(), u"Shut Down"_s);
+    QTRY_VERIFY(findItem(mainWindow(), overdue));
+    QTest::keyClick(mainWindow(), Qt::Key_Tab);
+    QTest::keyClick(mainWindow(), Qt::Key_Return);
+    QTRY_COMPARE(vm->state(), VMState::poweredOff);
+    QCOMPARE(controller.calls.count(u"request shut down"_s), 2);
+    QCOMPARE(controller.calls.count(u"stop"_s), 1);
 }
 
 void WindowsTest::consoleOfAnUnknownMachineSaysSo()

@@ -8,8 +8,15 @@
 #include "support/TestMain.h"
 
 #include <QDir>
+#include <QSignalSpy>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr std::chrono::milliseconds shutDownPatience(100);
+
+} // namespace
 
 class VMManagerTest : public QObject
 {
@@ -29,6 +36,8 @@ private Q_SLOTS:
     void failedStepsLeaveTheirTexts();
     void busyMachineRefusesEverything();
     void startsNeverTouchALivingGuest();
+    void guestsAreGivenTimeToShutDown();
+    void workIsLostUnlessAnInstallerHasJustBegun();
     void stopForgetsOnlyItsOwnActivity();
     void installationTakesTheRightImage();
     void failedInstallationCanBeRepeated();
@@ -96,6 +105,7 @@ std::unique_ptr<VMManager> VMManagerTest::makeManager()
         return std::make_unique<FakeController>();
     });
     collaborators.sharedFolder = m_host->path(u"shared"_s);
+    collaborators.shutDownPatience = shutDownPatience;
     QDir().mkpath(collaborators.sharedFolder);
     return std::make_unique<VMManager>(collaborators);
 }
@@ -345,6 +355,60 @@ void VMManagerTest::startsNeverTouchALivingGuest()
     finish(m_manager->stop(vm));
     finish(m_manager->start(vm));
     QCOMPARE(vm->state(), VMState::running);
+}
+
+void VMManagerTest::guestsAreGivenTimeToShutDown()
+{
+    VirtualMachine *vm = addMachine(u"a"_s);
+    const QSignalSpy overdue(m_manager.get(), &VMManager::shutDownOverdue);
+    const QSignalSpy standstills(m_manager.get(), &VMManager::guestStoodStill);
+    for (const VMState end : {VMState::poweredOff, VMState::paused, VMState::running}) {
+        if (!vm->canResume())
+            finish(m_manager->start(vm));
+        else
+            finish(m_manager->resume(vm));
+        QVERIFY(vm->canShutDown());
+        finish(m_manager->requestShutDown(vm));
+        QVERIFY(vm->isShuttingDown() && !vm->canShutDown() && vm->canStop());
+        QCOMPARE(vm->state(), VMState::running);
+        if (end == VMState::running) {
+            QTRY_VERIFY(!vm->isShuttingDown());
+            QCOMPARE(overdue.count(), 1);
+        } else {
+            controllerOf(vm)->change(end);
+            QVERIFY(!vm->isShuttingDown());
+        }
+    }
+    QTest::qWait(2 * static_cast<int>(shutDownPatience.count()));
+    QCOMPARE(overdue.count(), 1); // none for those who obeyed
+    QCOMPARE(standstills.count(), 1);
+    QVERIFY(vm->canShutDown());
+}
+
+void VMManagerTest::workIsLostUnlessAnInstallerHasJustBegun()
+{
+    VirtualMachine *vm = addMachine(u"a"_s, u"own.iso"_s);
+    QVERIFY(!m_manager->mayLoseWork(*vm));
+    finish(m_manager->beginInstallation(vm));
+    QVERIFY(!m_manager->mayLoseWork(*vm));
+    VMPersistedMetadata metadata = storedMetadata(vm);
+    metadata.lastBootedAt = metadata.lastBootedAt->addSecs(-61);
+    storage().saveMetadata(metadata, vm->configuration());
+    m_host->write(u"Virtual Machines/a.vm/qmp.sock"_s, "");
+
+    m_manager = makeManager(); // an hour later, say
+    finish(m_manager->loadVirtualMachines());
+    vm = m_manager->virtualMachines().constFirst();
+    controllerOf(vm)->guest.outcome = GuestTakeUp::Outcome::takenUp;
+    m_manager->lookForGuests();
+    QTRY_COMPARE(vm->state(), VMState::running);
+    QVERIFY(m_manager->mayLoseWork(*vm));
+    finish(m_manager->pause(vm));
+    QVERIFY(m_manager->mayLoseWork(*vm));
+    finish(m_manager->stop(vm));
+    m_manager->completeInstallation(*vm);
+    finish(m_manager->start(vm));
+    QVERIFY(m_manager->mayLoseWork(*vm));
 }
 
 void VMManagerTest::stopForgetsOnlyItsOwnActivity()

@@ -76,6 +76,10 @@ QCoro::Task<> FakeController::stop()
 {
     return operate(u"stop"_s, VMState::poweredOff);
 }
+QCoro::Task<> FakeController::requestShutDown()
+{
+    return operate(u"request shut down"_s, currentState);
+}
 QCoro::Task<> FakeController::pause()
 {
     return operate(u"pause"_s, VMState::paused);

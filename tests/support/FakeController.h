@@ -17,6 +17,7 @@ public:
     bool holdsOperations = false; ///< an operation waits until release()
     std::optional<qint64> port;   ///< set by configure()
     GuestTakeUp guest;            ///< what takeUp() finds; a guest that it takes up runs
+    QList<pid_t> processes;
     VMDisplayKind display = VMDisplayKind::vnc;
     VZVirtualMachine *machine = nullptr; ///< not owned
 
@@ -37,9 +38,11 @@ public:
                    const std::optional<QUrl> &attachISO) override;
     [[nodiscard]] QCoro::Task<> start() override;
     [[nodiscard]] QCoro::Task<> stop() override;
+    [[nodiscard]] QCoro::Task<> requestShutDown() override;
     [[nodiscard]] QCoro::Task<> pause() override;
     [[nodiscard]] QCoro::Task<> resume() override;
     void resetStateMachine(VMState to) override { currentState = to; }
+    [[nodiscard]] QList<pid_t> processIdentifiers() const override { return processes; }
     [[nodiscard]] QCoro::Task<GuestTakeUp> takeUp(VMConfiguration configuration) override;
 
 private:

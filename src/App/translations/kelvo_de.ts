@@ -596,6 +596,13 @@
     </message>
 </context>
 <context>
+    <name>KelvoApp</name>
+    <message>
+        <source>The virtual machine has shut down.</source>
+        <translation>Die virtuelle Maschine hat sich ausgeschaltet.</translation>
+    </message>
+</context>
+<context>
     <name>MainMenuBar</name>
     <message>
         <source>&amp;File</source>
@@ -652,6 +659,10 @@
     <message>
         <source>S&amp;ettings…</source>
         <translation>&amp;Einstellungen …</translation>
+    </message>
+    <message>
+        <source>Shut &amp;Down</source>
+        <translation>&amp;Herunterfahren</translation>
     </message>
 </context>
 <context>
@@ -736,6 +747,41 @@
     </message>
 </context>
 <context>
+    <name>StopAlert</name>
+    <message>
+        <source>Stopping is like pulling the plug: what the guest has not saved is lost.</source>
+        <translation>Ausschalten ist, als zöge man den Stecker: Was der Gast nicht gespeichert hat, geht verloren.</translation>
+    </message>
+    <message>
+        <source>“%1” Has Not Shut Down</source>
+        <translation>„%1“ fährt nicht herunter</translation>
+    </message>
+    <message>
+        <source>Stop “%1”?</source>
+        <translation>„%1“ ausschalten?</translation>
+    </message>
+    <message>
+        <source>It was asked to 30 seconds ago. It may still be busy, or wait for an answer on its screen.</source>
+        <translation>Der Gast soll es seit 30 Sekunden. Vielleicht ist er noch beschäftigt, oder er wartet auf seinem Bildschirm auf eine Antwort.</translation>
+    </message>
+    <message>
+        <source>Shut Down asks it to end by itself.</source>
+        <translation>„Herunterfahren“ bittet ihn, sich selbst zu beenden.</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>Ausschalten</translation>
+    </message>
+    <message>
+        <source>Keep Running</source>
+        <translation>Weiterlaufen lassen</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+</context>
+<context>
     <name>VMCardButtons</name>
     <message>
         <source>Install</source>
@@ -764,6 +810,10 @@
     <message>
         <source>Finish Install</source>
         <translation>Installation abschließen</translation>
+    </message>
+    <message>
+        <source>Shut Down</source>
+        <translation>Herunterfahren</translation>
     </message>
 </context>
 <context>
@@ -815,6 +865,10 @@
     <message>
         <source>Show Diagnostics</source>
         <translation>Diagnose anzeigen</translation>
+    </message>
+    <message>
+        <source>Shut Down</source>
+        <translation>Herunterfahren</translation>
     </message>
 </context>
 <context>
@@ -884,6 +938,14 @@
     <message>
         <source>The virtual machine is not paused.</source>
         <translation>Die virtuelle Maschine ist nicht angehalten.</translation>
+    </message>
+    <message>
+        <source>The virtual machine has been asked to shut down.</source>
+        <translation>Die virtuelle Maschine soll bereits herunterfahren.</translation>
+    </message>
+    <message>
+        <source>Shutting Down</source>
+        <translation>Fährt herunter</translation>
     </message>
 </context>
 <context>

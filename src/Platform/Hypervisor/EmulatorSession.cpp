@@ -185,6 +185,13 @@ QCoro::Task<> EmulatorSession::resume()
                   status.reason.isEmpty() ? u"The guest does not run."_s : status.reason);
 }
 
+QCoro::Task<> EmulatorSession::requestStop()
+{
+    const QCoro::Task<QJsonValue> asked =
+        QMPChannel::ask(m_controlSocket, u"system_powerdown"_s, QJsonObject(), m_timeouts.answer);
+    co_await asked;
+}
+
 QCoro::Task<> EmulatorSession::quit()
 {
     const QPointer<EmulatorSession> self(this);
@@ -260,6 +267,11 @@ void EmulatorSession::noteStatus(const EmulatorStatus &status)
     m_guestFailure = m_acceleratorLine.isEmpty() ? status.reason : m_acceleratorLine;
     if (!m_isBooting)
         QCoro::connect(quit(), this, [] {});
+}
+
+QList<pid_t> EmulatorSession::processIdentifiers() const
+{
+    return {m_process->processIdentifier()};
 }
 
 void EmulatorSession::noteExit(const ChildExit &exit)

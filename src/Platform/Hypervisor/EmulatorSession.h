@@ -39,12 +39,17 @@ public:
     [[nodiscard]] QCoro::Task<> boot();
     [[nodiscard]] QCoro::Task<> pause();
     [[nodiscard]] QCoro::Task<> resume();
+    /// Presses the guest's power button.
+    [[nodiscard]] QCoro::Task<> requestStop();
     /// Ends the process: politely, then by force. Done when it is gone.
     [[nodiscard]] QCoro::Task<> quit();
     /// SIGKILL.
     void kill();
     /// See VZVirtualMachine::openDisplay().
     [[nodiscard]] UniqueDescriptor openDisplay();
+
+    /// Those that live and end with the guest.
+    [[nodiscard]] QList<pid_t> processIdentifiers() const;
 
     /// ended() has been sent.
     [[nodiscard]] bool hasEnded() const { return m_hasEnded; }

@@ -69,6 +69,11 @@ void VZVirtualMachine::stop(const CompletionHandler &handler)
     run(performStop(), handler);
 }
 
+void VZVirtualMachine::requestStop(const CompletionHandler &handler)
+{
+    run(performRequestStop(), handler);
+}
+
 void VZVirtualMachine::pause(const CompletionHandler &handler)
 {
     run(performPause(), handler);
@@ -77,6 +82,11 @@ void VZVirtualMachine::pause(const CompletionHandler &handler)
 void VZVirtualMachine::resume(const CompletionHandler &handler)
 {
     run(performResume(), handler);
+}
+
+QList<pid_t> VZVirtualMachine::processIdentifiers() const
+{
+    return m_session ? m_session->processIdentifiers() : QList<pid_t>();
 }
 
 UniqueDescriptor VZVirtualMachine::openDisplay()
@@ -122,6 +132,14 @@ QCoro::Task<> VZVirtualMachine::performStop()
         throwGone();
     m_session.reset();
     setState(State::stopped);
+}
+
+QCoro::Task<> VZVirtualMachine::performRequestStop()
+{
+    requireState({State::running}, u"asked to stop"_s);
+    const auto session = m_session;
+    const QCoro::Task<> request = session->requestStop();
+    co_await request;
 }
 
 QCoro::Task<> VZVirtualMachine::performPause()

@@ -7,6 +7,8 @@
 #include <QCoroTask>
 #include <QObject>
 
+#include <sys/types.h>
+
 #include <exception>
 #include <functional>
 #include <memory>
@@ -72,16 +74,21 @@ public:
     /// killed has left behind. Only for a machine that is stopped.
     [[nodiscard]] QCoro::Task<GuestTakeUp> takeUp();
 
-    // Errors of the four operations: VZError, QMPError or PlatformError.
+    // Errors of the operations: VZError, QMPError or PlatformError.
 
     /// Completes when the guest runs. A configuration that the emulator refuses fails with its last line of
     /// standard error.
     virtual void start(const VZVirtualMachineStartOptions &options, const CompletionHandler &handler);
     /// Ends the guest at once, like pulling the plug.
     virtual void stop(const CompletionHandler &handler);
+    /// Asks the guest to end by itself, as its power button would; completes when it has been asked.
+    virtual void requestStop(const CompletionHandler &handler);
     virtual void pause(const CompletionHandler &handler);
     /// Also of a guest that runs: a pause that was given up may still have come about.
     virtual void resume(const CompletionHandler &handler);
+
+    /// Those of a guest that this object has started, which live and end with it.
+    [[nodiscard]] virtual QList<pid_t> processIdentifiers() const;
 
     /// A new connection to the screen, keyboard and pointer of a guest that runs or is paused: a stream
     /// socket on which the emulator speaks RFB (RFC 6143) without authentication. The peer closes it when it
@@ -99,6 +106,7 @@ Q_SIGNALS:
 private:
     [[nodiscard]] QCoro::Task<> performStart();
     [[nodiscard]] QCoro::Task<> performStop();
+    [[nodiscard]] QCoro::Task<> performRequestStop();
     [[nodiscard]] QCoro::Task<> performPause();
     [[nodiscard]] QCoro::Task<> performResume();
     void requireState(std::initializer_list<State> allowed, const QString &action) const;

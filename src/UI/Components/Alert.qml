@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Templates as T
 
-/// Says something until it is answered: with the first button or Return, which accept it, or with Escape.
+/// Says something until it is answered: with the button at its end or Return, which accept it, or with Escape.
 Sheet {
     id: root
 
@@ -9,6 +9,8 @@ Sheet {
     property string acceptText: qsTr("OK")
     /// A second way out; none when empty.
     property string secondaryText: ""
+    /// Accepting it loses something, so that Return takes the second way out.
+    property bool isDestructive: false
 
     signal secondaryChosen
 
@@ -55,6 +57,7 @@ Sheet {
             PushButton {
                 visible: root.secondaryText !== ""
                 text: root.secondaryText
+                focus: root.isDestructive
                 onClicked: {
                     root.close();
                     root.secondaryChosen();
@@ -63,8 +66,9 @@ Sheet {
             PushButton {
                 width: Math.max(implicitWidth, 88)
                 text: root.acceptText
-                prominent: true
-                focus: true
+                prominent: !root.isDestructive
+                destructive: root.isDestructive
+                focus: !root.isDestructive
                 onClicked: root.accept()
             }
         }

@@ -19,6 +19,7 @@ const QHash<QString, QStringList> &catalogue()
         {u"play.circle"_s, {u"media-playback-start-symbolic"_s, u"media-playback-start"_s}},
         {u"play"_s, {u"media-playback-start-symbolic"_s, u"media-playback-start"_s}},
         {u"pause"_s, {u"media-playback-pause-symbolic"_s, u"media-playback-pause"_s}},
+        {u"power"_s, {u"system-shutdown-symbolic"_s, u"system-shutdown"_s}},
         {u"stop"_s, {u"media-playback-stop-symbolic"_s, u"media-playback-stop"_s}},
         {u"arrow.down.circle"_s, {u"folder-download-symbolic"_s, u"download"_s}},
         {u"arrow.up.left.and.arrow.down.right"_s, {u"view-fullscreen-symbolic"_s, u"view-fullscreen"_s}},

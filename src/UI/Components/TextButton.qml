@@ -6,11 +6,13 @@ T.Button {
     id: root
 
     property bool prominent: false
+    /// It loses something.
+    property bool destructive: false
     property bool small: false
     /// Why the button is disabled, while it is; a tool tip says it.
     property string disabledReason: ""
 
-    readonly property color foreground: !enabled ? Theme.disabledText : prominent ? Theme.accentText : Theme.text
+    readonly property color foreground: !enabled ? Theme.disabledText : prominent ? Theme.accentText : destructive ? Theme.redTone : Theme.text
 
     /// Beside the content; less where the button is made narrow.
     readonly property real usualPadding: small ? 10 : 14

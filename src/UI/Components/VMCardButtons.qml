@@ -67,6 +67,15 @@ Column {
         }
         TextButton {
             small: true
+            visible: root.presenter.shown.showsShutDown
+            enabled: root.presenter.shown.shutDownEnabled
+            disabledReason: root.presenter.shown.shutDownHint
+            focusPolicy: root.focusPolicy
+            text: qsTr("Shut Down")
+            onClicked: AppState.perform(root.vm, VMCommand.ShutDown)
+        }
+        TextButton {
+            small: true
             visible: root.presenter.shown.showsFinishInstall
             focusPolicy: root.focusPolicy
             text: qsTr("Finish Install")

@@ -194,6 +194,25 @@ QCoro::Task<> AppleVirtualizationController::shutDown()
     log(u"VM stopped"_s);
 }
 
+QList<pid_t> AppleVirtualizationController::processIdentifiers() const
+{
+    return m_virtualMachine ? m_virtualMachine->processIdentifiers() : QList<pid_t>();
+}
+
+QCoro::Task<> AppleVirtualizationController::requestShutDown()
+{
+    if (state() != VMState::running)
+        throw VMStateTransitionError::invalidTransition(state(), u"shut down"_s);
+    requireIdle();
+    if (!m_virtualMachine)
+        co_return;
+    const BusyMark busy(this);
+    const MachineCall request = &VZVirtualMachine::requestStop;
+    const QCoro::Task<> requested = call(request);
+    co_await requested;
+    log(u"VM asked to shut down"_s);
+}
+
 QCoro::Task<> AppleVirtualizationController::pause()
 {
     if (!canPause(state()))

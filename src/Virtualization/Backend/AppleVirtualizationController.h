@@ -36,9 +36,11 @@ public:
     [[nodiscard]] QCoro::Task<> start() override;
     [[nodiscard]] QCoro::Task<> start(VZVirtualMachineStartOptions options);
     [[nodiscard]] QCoro::Task<> stop() override;
+    [[nodiscard]] QCoro::Task<> requestShutDown() override;
     [[nodiscard]] QCoro::Task<> pause() override;
     [[nodiscard]] QCoro::Task<> resume() override;
     void resetStateMachine(VMState to) override { m_stateMachine.forceSet(to); }
+    [[nodiscard]] QList<pid_t> processIdentifiers() const override;
     [[nodiscard]] QCoro::Task<GuestTakeUp> takeUp(VMConfiguration configuration) override;
 
     void guestDidStop(VZVirtualMachine &machine) override;

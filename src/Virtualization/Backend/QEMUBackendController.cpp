@@ -114,6 +114,10 @@ QCoro::Task<> QEMUBackendController::stop()
 {
     return m_guest->stop();
 }
+QCoro::Task<> QEMUBackendController::requestShutDown()
+{
+    return m_guest->requestShutDown();
+}
 QCoro::Task<> QEMUBackendController::pause()
 {
     return m_guest->pause();

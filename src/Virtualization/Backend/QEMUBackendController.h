@@ -28,9 +28,11 @@ public:
                    const std::optional<QUrl> &attachISO) override;
     [[nodiscard]] QCoro::Task<> start() override;
     [[nodiscard]] QCoro::Task<> stop() override;
+    [[nodiscard]] QCoro::Task<> requestShutDown() override;
     [[nodiscard]] QCoro::Task<> pause() override;
     [[nodiscard]] QCoro::Task<> resume() override;
     void resetStateMachine(VMState to) override;
+    [[nodiscard]] QList<pid_t> processIdentifiers() const override { return m_guest->processIdentifiers(); }
     [[nodiscard]] QCoro::Task<GuestTakeUp> takeUp(VMConfiguration configuration) override;
 
 private:

@@ -5,6 +5,9 @@
 #include "Platform/GuestTakeUp.h"
 
 #include <QCoroTask>
+#include <QList>
+
+#include <sys/types.h>
 
 #include <functional>
 
@@ -49,9 +52,13 @@ public:
     [[nodiscard]] virtual QCoro::Task<> start() = 0;
     /// Done when it has stopped.
     [[nodiscard]] virtual QCoro::Task<> stop() = 0;
+    /// Asks a guest that runs to shut itself down, as its power button would; done when it has been asked.
+    [[nodiscard]] virtual QCoro::Task<> requestShutDown() = 0;
     [[nodiscard]] virtual QCoro::Task<> pause() = 0;
     [[nodiscard]] virtual QCoro::Task<> resume() = 0;
     virtual void resetStateMachine(VMState to) = 0;
+    /// Those of a guest that this controller has started, which live and end with it.
+    [[nodiscard]] virtual QList<pid_t> processIdentifiers() const = 0;
     /// Goes on with the guest that an earlier run of the application, or another one of the same user, has
     /// started for the machine, or clears away what such a guest has left. Only for a machine without a guest
     /// of this controller.

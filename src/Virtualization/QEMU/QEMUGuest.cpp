@@ -199,6 +199,24 @@ QCoro::Task<> QEMUGuest::shutDown()
     DiagnosticLogger::shared().log(u"QEMU VM stopped"_s, LogLevel::info);
 }
 
+QList<pid_t> QEMUGuest::processIdentifiers() const
+{
+    return m_qemu.processIdentifiers() + m_swtpm.processIdentifiers();
+}
+
+QCoro::Task<> QEMUGuest::requestShutDown()
+{
+    if (state() != VMState::running)
+        throw VMStateTransitionError::invalidTransition(state(), u"shut down"_s);
+    requireIdle();
+    if (!m_plan)
+        co_return;
+    const auto keepAlive = shared_from_this();
+    const BusyMark busy(*this);
+    const QCoro::Task<> command = m_plan->qmpClient.powerDown();
+    co_await command;
+}
+
 QCoro::Task<> QEMUGuest::pause()
 {
     if (!canPause(state()))

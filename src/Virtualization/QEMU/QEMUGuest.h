@@ -51,8 +51,11 @@ public:
         m_changeHandler = std::move(handler);
     }
 
+    /// See VMBackendController::processIdentifiers().
+    [[nodiscard]] QList<pid_t> processIdentifiers() const;
     [[nodiscard]] QCoro::Task<> start();
     [[nodiscard]] QCoro::Task<> stop();
+    [[nodiscard]] QCoro::Task<> requestShutDown();
     [[nodiscard]] QCoro::Task<> pause();
     [[nodiscard]] QCoro::Task<> resume();
     /// See VMBackendController::takeUp(); the machine's port becomes the one that the guest really has.

@@ -91,6 +91,14 @@ bool QEMUProcessRunner::isRunning() const
     return m_process && m_process->isRunning();
 }
 
+QList<pid_t> QEMUProcessRunner::processIdentifiers() const
+{
+    QList<pid_t> identifiers;
+    if (m_process)
+        identifiers.append(m_process->processIdentifier());
+    return identifiers;
+}
+
 std::optional<QString> QEMUProcessRunner::endReason(const QUrl &controlSocket) const
 {
     if (!m_end || !m_end->exit)

@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <QUrl>
 
+#include <sys/types.h>
+
 #include <functional>
 
 /// Owns at most one QEMU process and can be used again for the next. Destroying it leaves the process
@@ -34,7 +36,10 @@ public:
     /// Kills and waits.
     [[nodiscard]] QCoro::Task<> forceStop();
     [[nodiscard]] bool isRunning() const;
-    /// Of the last process, see EmulatorEnd; nothing while it runs.
+    /// Those that were started here, which live and end together.
+    [[nodiscard]] QList<pid_t> processIdentifiers() const;
+    /// Of the last process, see EmulatorEnd; nothing while it runs. The working directory is that of the
+    /// control socket.
     [[nodiscard]] std::optional<QString> endReason(const QUrl &controlSocket) const;
     /// True when no process runs (any more), false when the time is over.
     [[nodiscard]] QCoro::Task<bool> waitForExit(std::chrono::milliseconds timeout);

@@ -52,6 +52,10 @@ QCoro::Task<> QMPClient::resume() const
 {
     return send(u"cont"_s);
 }
+QCoro::Task<> QMPClient::powerDown() const
+{
+    return send(u"system_powerdown"_s);
+}
 
 QCoro::Task<> QMPClient::disconnectNetwork(const QString &networkDevice) const
 {

@@ -24,6 +24,8 @@ public:
     [[nodiscard]] QCoro::Task<> quit() const;
     [[nodiscard]] QCoro::Task<> pause() const;
     [[nodiscard]] QCoro::Task<> resume() const;
+    /// Presses the guest's power button.
+    [[nodiscard]] QCoro::Task<> powerDown() const;
     /// As if the cable of the guest's network device were pulled out.
     [[nodiscard]] QCoro::Task<> disconnectNetwork(const QString &networkDevice) const;
 

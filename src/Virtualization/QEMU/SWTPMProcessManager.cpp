@@ -121,3 +121,8 @@ QCoro::Task<> SWTPMProcessManager::waitForSocket(QString path)
     }
     throw KelvoError::internalError(u"Timed out waiting for swtpm socket."_s);
 }
+
+QList<pid_t> SWTPMProcessManager::processIdentifiers() const
+{
+    return m_process ? QList<pid_t>{m_process->processIdentifier()} : QList<pid_t>();
+}

@@ -5,6 +5,8 @@
 #include <QCoroTask>
 #include <QUrl>
 
+#include <sys/types.h>
+
 struct SWTPMTimeouts
 {
     std::chrono::milliseconds socket = std::chrono::seconds(5);
@@ -30,6 +32,8 @@ public:
     bool takeUp(const QUrl &socketPath);
     /// Asks swtpm to terminate and waits; kills one that does not within the grace period.
     [[nodiscard]] QCoro::Task<> stop();
+
+    [[nodiscard]] QList<pid_t> processIdentifiers() const;
 
 private:
     [[nodiscard]] QCoro::Task<> waitForSocket(QString path);

@@ -1,0 +1,63 @@
+#!/usr/bin/python3
+"""Guests that shut down when they are asked to and one that does not: shut_down_test.py PROGRAM KEPT_FOLDER IMAGE KIND NAME"""
+
+import sys
+from pathlib import Path
+
+from firmware import shows_firmware
+from installer import TIMEOUT
+from stage import check, run
+
+KIND, NAME = sys.argv[4:]
+GREY = (170, 170, 170)
+
+
+def is_ready(picture):
+    """The obedient guest listens."""
+    return picture.share(GREY, (0.2, 0.2, 0.8, 0.8)) > 0.98
+
+
+def guests_shut_down(stage):
+    image = stage.home / "obedient.iso"
+    image.symlink_to(Path(sys.argv[3]).resolve())
+    with stage.kelvo() as kelvo:
+        kelvo.create_machine(image, KIND)
+        console = kelvo.console(NAME, timeout=30)
+        kelvo.wait_for_picture(NAME, is_ready, TIMEOUT, "the guest to listen to its power button")
+        console.find("Shut Down", "push button").press()
+        console.find("Shutting Down", "label")
+        console.find("Powered Off", "label", timeout=60)
+        stage.check_nothing_left()
+
+        # An empty disk: the firmware stays in its shell, and does not care.
+        console.find("Finish Install", "push button").press()
+        console.find("Start", "push button").press()
+        kelvo.wait_for_picture(NAME, shows_firmware, 60, "the firmware's screen")
+        card = kelvo.card(NAME)
+        card.find("Shut Down", "push button").press()
+        card.find("Shutting Down", "label")
+        overdue = f"“{NAME}” Has Not Shut Down"
+        alert = console.find(overdue, "dialog", timeout=60)
+        card.find("Running", "label")
+        alert.find("Keep Running", "push button").press()
+        console.wait_gone(overdue, "dialog")
+        console.find("Shut Down", "push button").press()
+        console.find(overdue, "dialog", timeout=60).find("Stop", "push button").press()
+        console.find("Powered Off", "label", timeout=30)
+        stage.check_nothing_left()
+
+        # A machine that was installed is not stopped by one hasty press.
+        console.find("Start", "push button").press()
+        console.find("Running", "label", timeout=30)
+        card.find("Stop", "push button").press()
+        main = kelvo.window("Virtual Machines")
+        main.find(f"Stop “{NAME}”?", "dialog").find("Cancel", "push button").press()
+        main.wait_gone(f"Stop “{NAME}”?", "dialog")
+        check(console.has("Running", "label"), "the machine was stopped all the same")
+        kelvo.stop(NAME)
+        stage.check_nothing_left()
+        kelvo.quit()
+
+
+if __name__ == "__main__":
+    run(guests_shut_down, TIMEOUT + 240)
