@@ -43,7 +43,7 @@ KelvoApp::KelvoApp(std::unique_ptr<AppState> state, const QString &windowFile, Q
     connect(m_state.get(), &AppState::showingAppSettingsChanged, this, &KelvoApp::handleSettingsRequest);
     connect(m_state->vmManager(), &VMManager::guestStoodStill, this, &KelvoApp::noteStandstill);
     connect(m_state->vmManager(), &VMManager::machineStateChanged, this, [this](VirtualMachine *vm) {
-        if (vm->state() == VMState::running)
+        if (vm->operationInProgress() || vm->state() == VMState::running)
             Q_EMIT newsOutdated(vm->id().toString());
     });
     connect(m_state->vmManager(), &VMManager::virtualMachinesChanged, this, &KelvoApp::updateConsoleMachines);
@@ -196,10 +196,11 @@ void KelvoApp::updateConsoleMachines()
             "vm", QVariant::fromValue(m_state->vmManager()->virtualMachine(console.key())));
 }
 
-void KelvoApp::noteStandstill(VirtualMachine *vm, const QString &reason)
+/// Who has asked for it watches, in whatever window.
+void KelvoApp::noteStandstill(VirtualMachine *vm, const QString &reason, bool wasAsked)
 {
-    const QQuickWindow *console = consoleWindow(vm->id());
-    if (!console || !console->isActive())
+    const QWindow *front = QGuiApplication::focusWindow();
+    if (!front || (front != consoleWindow(vm->id()) && !(wasAsked && reason.isEmpty())))
         Q_EMIT newsArrived(vm->id().toString(), vm->name(),
                            reason.isEmpty() ? tr("The virtual machine has shut down.") : reason);
 }
@@ -211,8 +212,7 @@ void KelvoApp::askToStop(VirtualMachine *vm, QQuickWindow *window, bool isOverdu
         window = m_mainWindow;
     if (!window->isVisible())
         raise(window);
-    window->setProperty("isShutDownOverdue", isOverdue);
-    window->setProperty("vmToStop", QVariant::fromValue(vm));
+    QMetaObject::invokeMethod(window, "askToStop", Q_ARG(VirtualMachine *, vm), Q_ARG(bool, isOverdue));
     window->alert(0);
 }
 

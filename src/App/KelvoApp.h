@@ -49,9 +49,10 @@ public:
     bool eventFilter(QObject *object, QEvent *event) override;
 
 Q_SIGNALS:
-    /// Something has happened to a guest that no window in front shows; `subject`: the machine's identifier.
+    /// A guest has ended or come to a standstill, and no window in front shows it; `subject`: the machine's
+    /// identifier.
     void newsArrived(const QString &subject, const QString &title, const QString &text);
-    /// A machine's guest runs (again).
+    /// Somebody has done something about it since.
     void newsOutdated(const QString &subject);
 
 private:
@@ -65,7 +66,7 @@ private:
     void handleConsoleRequest();
     void handleSettingsRequest();
     void updateConsoleMachines();
-    void noteStandstill(VirtualMachine *vm, const QString &reason);
+    void noteStandstill(VirtualMachine *vm, const QString &reason, bool wasAsked);
     void askToStop(VirtualMachine *vm, QQuickWindow *window, bool isOverdue);
     void raise(QQuickWindow *window, const std::optional<QString> &activationToken = std::nullopt) const;
 

@@ -49,9 +49,9 @@ void VirtualMachine::setConfiguration(const VMConfiguration &configuration)
 
 void VirtualMachine::setState(VMState state)
 {
+    assign(m_state, state, &VirtualMachine::stateChanged);
     if (state != VMState::running)
         setShuttingDown(false);
-    assign(m_state, state, &VirtualMachine::stateChanged);
 }
 
 void VirtualMachine::setInstallationState(VMInstallationState state)

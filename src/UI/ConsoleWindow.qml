@@ -8,9 +8,7 @@ T.ApplicationWindow {
     id: root
 
     property bool asksToQuit: false
-    /// The machine while its Stop is in question.
-    property VirtualMachine vmToStop: null
-    property bool isShutDownOverdue: false
+    property int stopQuestions: 0
     /// What failed in here; empty when nothing has.
     property string errorMessage: ""
     property VirtualMachine vm: null
@@ -45,7 +43,7 @@ T.ApplicationWindow {
         onActivated: root.toggleFullScreen()
     }
     Shortcut {
-        enabled: root.isFullScreen && !root.asksToQuit && !root.vmToStop && root.errorMessage === ""
+        enabled: root.isFullScreen && !root.asksToQuit && root.stopQuestions === 0 && root.errorMessage === ""
         sequence: "Esc"
         onActivated: root.toggleFullScreen()
     }
@@ -81,11 +79,10 @@ T.ApplicationWindow {
         onDismissed: root.asksToQuit = false
     }
 
-    SheetLoader {
-        sheet: "StopAlert.qml"
-        shown: root.vmToStop !== null
-        onLoaded: (item as StopAlert).ask(root.vmToStop, root.isShutDownOverdue, true)
-        onDismissed: root.vmToStop = null
+    Component {
+        id: stopAlert
+
+        StopAlert {}
     }
 
     function toggleFullScreen(): void {
@@ -96,5 +93,20 @@ T.ApplicationWindow {
             root.visibility = Window.FullScreen;
             view.takeKeyboard();
         }
+    }
+
+    function askToStop(vm: VirtualMachine, isOverdue: bool): void {
+        if (!vm.canStop)
+            return; // its guest has just ended
+        const alert = stopAlert.createObject(root.contentItem, {
+            vm: vm,
+            isOverdue: isOverdue,
+            isInConsole: true
+        }) as StopAlert;
+        root.stopQuestions += 1;
+        alert.closed.connect(() => {
+            if (root) // which may be what closes it
+                root.stopQuestions -= 1;
+        });
     }
 }

@@ -7,9 +7,6 @@ T.ApplicationWindow {
     id: root
 
     property bool asksToQuit: false
-    /// The machine whose Stop is in question; null when none is.
-    property VirtualMachine vmToStop: null
-    property bool isShutDownOverdue: false
 
     title: AppState.detailContent === DetailContent.MachineList ? AppState.sectionTitle : "Kelvo"
     width: Math.min(1120, Screen.desktopAvailableWidth)
@@ -47,10 +44,19 @@ T.ApplicationWindow {
         onDismissed: root.asksToQuit = false
     }
 
-    SheetLoader {
-        sheet: "StopAlert.qml"
-        shown: root.vmToStop !== null
-        onLoaded: (item as StopAlert).ask(root.vmToStop, root.isShutDownOverdue, false)
-        onDismissed: root.vmToStop = null
+    Component {
+        id: stopAlert
+
+        StopAlert {}
+    }
+
+    function askToStop(vm: VirtualMachine, isOverdue: bool): void {
+        if (!vm.canStop)
+            return; // its guest has just ended
+        stopAlert.createObject(root.contentItem, {
+            vm: vm,
+            isOverdue: isOverdue,
+            isInConsole: false
+        });
     }
 }

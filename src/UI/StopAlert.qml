@@ -2,37 +2,35 @@ import QtQuick
 import Kelvo.Components
 import Kelvo.UI
 
-/// Asks before a guest loses what it has not saved, and says where it has not shut down though it was asked to.
+/// Asks before a guest loses what it has not saved, and says where it has not shut down though it was asked to. Opens by
+/// itself, and goes when it has been answered.
 Alert {
     id: root
 
-    property VirtualMachine vm: null
-    property bool isOverdue: false
-    property bool isInConsole: false
+    required property VirtualMachine vm
+    required property bool isOverdue
+    required property bool isInConsole
 
     readonly property string loss: qsTr("Stopping is like pulling the plug: what the guest has not saved is lost.")
 
     title: (isOverdue ? qsTr("“%1” Has Not Shut Down") : qsTr("Stop “%1”?")).arg(vm?.name ?? "")
-    message: isOverdue ? qsTr("It was asked to 30 seconds ago. It may still be busy, or wait for an answer on its screen.") + " " + loss
+    message: isOverdue ? qsTr("Half a minute after it was asked to, it still runs. It may be busy, or wait for an answer on its screen.") + " " + loss
                        : loss + (vm?.canShutDown ? " " + qsTr("Shut Down asks it to end by itself.") : "")
     acceptText: qsTr("Stop")
     secondaryText: isOverdue ? qsTr("Keep Running") : qsTr("Cancel")
     isDestructive: true
-    visible: true
+    isSudden: isOverdue
     onAccepted: {
+        if (!vm?.canStop)
+            return;
         if (isInConsole)
             AppState.performInConsole(vm, VMCommand.ForceStop);
         else
             AppState.perform(vm, VMCommand.ForceStop);
     }
     onVmChanged: if (!vm) close()
-
-    /// First of all.
-    function ask(machine: VirtualMachine, overdue: bool, inConsole: bool): void {
-        isOverdue = overdue;
-        isInConsole = inConsole;
-        vm = machine;
-    }
+    onClosed: destroy()
+    Component.onCompleted: open()
 
     Connections {
         target: root.vm

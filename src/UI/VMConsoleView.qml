@@ -44,14 +44,14 @@ Item {
             id: toolbarHover
         }
 
-        Row {
+        ButtonRow {
             id: buttons
 
             anchors.left: parent.left
             anchors.leftMargin: Theme.mediumSpacing
             y: Theme.smallSpacing
             height: Theme.smallControlHeight
-            spacing: Theme.smallSpacing
+            availableWidth: toolbar.width - fullScreen.width - badge.width - 5 * Theme.mediumSpacing
 
             PushButton {
                 small: true
@@ -100,18 +100,19 @@ Item {
                 text: qsTr("Stop")
                 onClicked: AppState.performInConsole(root.vm, VMCommand.Stop)
             }
-            Item {
-                width: 13
-                height: parent.height
+        }
+        Divider {
+            id: separator
 
-                Divider {
-                    anchors.centerIn: parent
-                    height: 20
-                }
-            }
+            anchors.left: buttons.right
+            anchors.leftMargin: Theme.mediumSpacing
+            anchors.verticalCenter: parent.verticalCenter
+            width: 1
+            height: 20
         }
         Label {
-            anchors.left: buttons.right
+            anchors.left: separator.right
+            anchors.leftMargin: Theme.mediumSpacing
             anchors.right: fullScreen.left
             anchors.rightMargin: Theme.spacing
             anchors.verticalCenter: parent.verticalCenter

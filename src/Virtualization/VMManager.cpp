@@ -38,7 +38,7 @@ VMManager::VMManager(const Collaborators &collaborators, QObject *parent)
     , m_qemuDependencyService(collaborators.qemuDependencyService)
     , m_makeController(collaborators.makeController)
     , m_systemCapabilities(collaborators.systemInfoService.currentCapabilities())
-    , m_shutDownPatience(collaborators.shutDownPatience)
+    , m_shutDownTimeout(collaborators.shutDownTimeout)
 {
     connect(&m_guestWatch, &GuestWatch::timeToLook, this, &VMManager::look);
 }

@@ -42,7 +42,7 @@ public:
         /// See GuestWatch.
         QString sharedFolder = {};
         /// For a guest to shut itself down.
-        std::chrono::milliseconds shutDownPatience = std::chrono::seconds(30);
+        std::chrono::milliseconds shutDownTimeout = std::chrono::seconds(30);
     };
 
     explicit VMManager(const Collaborators &collaborators, QObject *parent = nullptr);
@@ -113,9 +113,9 @@ Q_SIGNALS:
     void activeVMIDChanged();
     /// A guest of ours runs, in these processes.
     void guestLaunched(VirtualMachine *vm, const QList<pid_t> &processes);
-    /// Its guest has ended or come to a standstill though nobody asked for that here. `reason`: why; empty
-    /// where it has ended in order.
-    void guestStoodStill(VirtualMachine *vm, const QString &reason);
+    /// Its guest has ended or come to a standstill without an operation of ours. `reason`: why; empty where
+    /// it has ended in order, as it also does when it `wasAsked` to shut down.
+    void guestStoodStill(VirtualMachine *vm, const QString &reason, bool wasAsked);
     /// The guest goes on as if it had not been asked.
     void shutDownOverdue(VirtualMachine *vm);
 
@@ -156,7 +156,7 @@ private:
     QEMUDependencyService m_qemuDependencyService;
     ControllerFactory m_makeController;
     SystemCapabilities m_systemCapabilities;
-    std::chrono::milliseconds m_shutDownPatience;
+    std::chrono::milliseconds m_shutDownTimeout;
     QList<VirtualMachine *> m_virtualMachines;
     std::map<QUuid, std::unique_ptr<VMBackendController>> m_controllers;
     QHash<QUuid, VMPersistedMetadata> m_metadataByVMID;

@@ -151,7 +151,8 @@ bool VMManager::mayLoseWork(const VirtualMachine &vm) const
     if (vm.installationState() != VMInstallationState::inProgress)
         return true;
     const std::optional<QDateTime> boot = m_metadataByVMID.value(vm.id()).lastBootedAt;
-    return !boot || *boot < now().addSecs(-installersFirstMoments.count());
+    const QDateTime moment = now();
+    return !boot || *boot > moment || *boot < moment.addSecs(-installersFirstMoments.count());
 }
 
 QCoro::Task<> VMManager::requestShutDown(VirtualMachine *vm)
@@ -160,21 +161,22 @@ QCoro::Task<> VMManager::requestShutDown(VirtualMachine *vm)
     const QPointer<VirtualMachine> machine(vm);
     const QCoro::Task<> request = performOnController(vm, &VMBackendController::requestShutDown);
     co_await request;
-    if (self && machine && machine->state() == VMState::running)
+    if (self && machine && machine->state() == VMState::running && !machine->isShuttingDown())
         waitForShutDown(machine);
 }
 
 void VMManager::waitForShutDown(VirtualMachine *vm)
 {
     vm->setShuttingDown(true);
-    auto *patience = new QTimer(vm);
-    patience->setSingleShot(true);
-    connect(vm, &VirtualMachine::shuttingDownChanged, patience, &QObject::deleteLater);
-    connect(patience, &QTimer::timeout, this, [this, vm] {
+    auto *timer = new QTimer(vm);
+    timer->setSingleShot(true);
+    connect(vm, &VirtualMachine::shuttingDownChanged, timer, &QTimer::stop);
+    connect(vm, &VirtualMachine::shuttingDownChanged, timer, &QObject::deleteLater);
+    connect(timer, &QTimer::timeout, this, [this, vm] {
         vm->setShuttingDown(false);
         Q_EMIT shutDownOverdue(vm);
     });
-    patience->start(m_shutDownPatience);
+    timer->start(m_shutDownTimeout);
 }
 
 QCoro::Task<> VMManager::pause(VirtualMachine *vm)
@@ -286,6 +288,7 @@ void VMManager::noteUnaskedChange(const QUuid &id, const QString &reason)
     if (!vm || found == m_controllers.end())
         return;
     const VMState state = found->second->state();
+    const bool wasAsked = vm->isShuttingDown();
     if (!reason.isEmpty())
         vm->setLastError(reason);
     else if (state == VMState::running)
@@ -293,7 +296,7 @@ void VMManager::noteUnaskedChange(const QUuid &id, const QString &reason)
     if (!vm->operationInProgress()) {   // whose end reads the state
         setState(vm, state);
         if (!reason.isEmpty() || state == VMState::poweredOff)
-            Q_EMIT guestStoodStill(vm, reason);
+            Q_EMIT guestStoodStill(vm, reason, wasAsked);
     }
     if (!guestState(id))
         m_guestWatch.lookAgainSoon(); // it may have been started again before its end was seen

@@ -126,8 +126,7 @@ void WindowsTest::initTestCase()
 void WindowsTest::init()
 {
     warnings.clear();
-    m_stage = std::make_unique<AppStage>(
-        [](VMManager::Collaborators &collaborators) { collaborators.shutDownPatience = 500ms; });
+    m_stage = std::make_unique<AppStage>();
     m_stage->host.write(u"setup.iso"_s, "image");
     m_stage->add(u"first"_s);
     m_stage->add(u"second"_s, m_stage->host.path(u"setup.iso"_s));
@@ -287,17 +286,30 @@ void WindowsTest::stoppingIsQuestionedWhereItWasAskedFor()
     controller.change(VMState::poweredOff); // which answers it
     QTRY_VERIFY(!findItem(console, question));
 
+    const auto wait = [&] { // as the manager does
+        vm->setShuttingDown(false);
+        Q_EMIT m_app->state().vmManager()->shutDownOverdue(vm);
+    };
     click(console, u"Start"_s);
     click(console, u"Shut Down"_s);
     QTRY_VERIFY(findItem(console, u"Shutting Down"_s));
+    wait();
     QTRY_VERIFY(findItem(console, overdue));
+    QTest::keyClick(console, Qt::Key_Tab); // what was meant for the guest
+    QTest::keyClick(console, Qt::Key_Return);
+    QVERIFY(vm->canStop() && findItem(console, overdue));
     console->close();
-    click(mainWindow(), u"Shut Down"_s);
+    Q_EMIT m_app->state().stopQuestioned(machine(1), false); // which is off
+    m_app->state().perform(vm, VMCommand::Stop);
+    QTRY_VERIFY(findItem(mainWindow(), question));
+    wait(); // one more
     QTRY_VERIFY(findItem(mainWindow(), overdue));
+    click(mainWindow(), u"Keep Running"_s);
+    QTRY_VERIFY(!findItem(mainWindow(), overdue));
+    QVERIFY(findItem(mainWindow(), question));
     QTest::keyClick(mainWindow(), Qt::Key_Tab);
     QTest::keyClick(mainWindow(), Qt::Key_Return);
     QTRY_COMPARE(vm->state(), VMState::poweredOff);
-    QCOMPARE(controller.calls.count(u"request shut down"_s), 2);
     QCOMPARE(controller.calls.count(u"stop"_s), 1);
 }
 

@@ -599,7 +599,7 @@
     <name>KelvoApp</name>
     <message>
         <source>The virtual machine has shut down.</source>
-        <translation>Die virtuelle Maschine hat sich ausgeschaltet.</translation>
+        <translation>Die virtuelle Maschine ist heruntergefahren.</translation>
     </message>
 </context>
 <context>
@@ -662,7 +662,7 @@
     </message>
     <message>
         <source>Shut &amp;Down</source>
-        <translation>&amp;Herunterfahren</translation>
+        <translation>He&amp;runterfahren</translation>
     </message>
 </context>
 <context>
@@ -761,10 +761,6 @@
         <translation>„%1“ ausschalten?</translation>
     </message>
     <message>
-        <source>It was asked to 30 seconds ago. It may still be busy, or wait for an answer on its screen.</source>
-        <translation>Der Gast soll es seit 30 Sekunden. Vielleicht ist er noch beschäftigt, oder er wartet auf seinem Bildschirm auf eine Antwort.</translation>
-    </message>
-    <message>
         <source>Shut Down asks it to end by itself.</source>
         <translation>„Herunterfahren“ bittet ihn, sich selbst zu beenden.</translation>
     </message>
@@ -779,6 +775,10 @@
     <message>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>Half a minute after it was asked to, it still runs. It may be busy, or wait for an answer on its screen.</source>
+        <translation>Eine halbe Minute nach der Aufforderung läuft der Gast noch. Vielleicht ist er beschäftigt, oder er wartet auf seinem Bildschirm auf eine Antwort.</translation>
     </message>
 </context>
 <context>

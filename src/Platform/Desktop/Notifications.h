@@ -1,8 +1,11 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusServiceWatcher>
 #include <QHash>
 #include <QObject>
+
+#include <optional>
 
 class QDBusPendingCallWatcher;
 
@@ -33,10 +36,27 @@ private Q_SLOTS:
     void noteClosed(uint number, uint reason);
 
 private:
-    void noteShown(const QString &subject, QDBusPendingCallWatcher *watcher);
+    struct Content
+    {
+        QString title;
+        QString text;
+
+        bool operator==(const Content &) const = default;
+    };
+    struct Notification
+    {
+        std::optional<Content> wanted; ///< none: nothing is to be shown (any more)
+        uint number = 0;               ///< the service's; 0 for none
+        bool isBeingSent = false;
+        QString activationToken;
+    };
+
+    void update(const QString &subject);
+    void noteShown(const QString &subject, const Content &content, QDBusPendingCallWatcher *watcher);
+    [[nodiscard]] QString subjectOf(uint number) const;
 
     const QString m_identifier;
     QDBusConnection m_bus;
-    QHash<QString, uint> m_shown; ///< the service's number for each subject
-    QHash<uint, QString> m_tokens;
+    QDBusServiceWatcher m_service;
+    QHash<QString, Notification> m_notifications; ///< by subject
 };

@@ -11,12 +11,22 @@ Sheet {
     property string secondaryText: ""
     /// Accepting it loses something, so that Return takes the second way out.
     property bool isDestructive: false
+    /// Nobody has asked for it: what people are just typing must not answer it.
+    property bool isSudden: false
 
     signal secondaryChosen
 
     preferredWidth: Theme.scaled(400)
     preferredHeight: content.implicitHeight + 2 * Theme.largeSpacing
     padding: Theme.largeSpacing
+    dismissible: !typing.running
+
+    Timer {
+        id: typing
+
+        interval: 1000
+        running: root.isSudden && root.visible
+    }
 
     Column {
         id: content
@@ -52,6 +62,7 @@ Sheet {
         }
         Row {
             anchors.right: parent.right
+            enabled: !typing.running
             spacing: Theme.smallSpacing
 
             PushButton {
