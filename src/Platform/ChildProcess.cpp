@@ -180,6 +180,23 @@ void ChildProcess::follow(ChildProcessWatch *watch)
 
 ChildProcess::~ChildProcess() = default;
 
+UniqueDescriptor ChildProcess::openStandardError() const
+{
+    return m_watch ? m_watch->openStandardError() : UniqueDescriptor();
+}
+
+void ChildProcess::atEnd(std::function<void()> step)
+{
+    if (m_watch)
+        m_watch->atEnd(std::move(step));
+}
+
+void ChildProcess::endNow()
+{
+    if (m_watch)
+        m_watch->endNow();
+}
+
 void ChildProcess::terminate()
 {
     if (m_watch)

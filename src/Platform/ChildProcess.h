@@ -10,6 +10,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -75,10 +76,18 @@ public:
     /// No value while it runs.
     [[nodiscard]] std::optional<ChildExit> exit() const { return *m_exit; }
 
+    /// The pipe that its standard error goes to, for somebody else to read; invalid where none is read here.
+    [[nodiscard]] UniqueDescriptor openStandardError() const;
+
+    /// Called at its end before anybody is told, also when this object has gone by then.
+    void atEnd(std::function<void()> step);
+
     /// SIGTERM; nothing once it has ended.
     void terminate();
     /// SIGKILL; nothing once it has ended.
     void kill();
+    /// Kills and waits here for a moment: for a program that does nothing but wait itself.
+    void endNow();
     /// True when it has ended, false when the time is over. The object may be destroyed meanwhile.
     [[nodiscard]] QCoro::Task<bool> waitForExit(std::chrono::milliseconds timeout = forever);
 

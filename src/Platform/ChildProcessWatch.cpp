@@ -2,16 +2,20 @@
 
 #include <QTimer>
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 
 namespace {
 
 constexpr std::size_t readBytes = 65536;
 constexpr std::chrono::milliseconds reapInterval(50);
+constexpr int killMilliseconds = 100;
 
 /// A pipe's largest capacity for an unprivileged process (pipe(7)): no child leaves more behind when it ends.
 constexpr qint64 maximumPipeBytes = 1 << 20;
@@ -49,6 +53,23 @@ void ChildProcessWatch::sendSignal(int signal)
     // It can only fail when the child has ended, which is what was wanted.
     if (!m_exit->has_value())
         ::syscall(SYS_pidfd_send_signal, m_process.get(), signal, nullptr, 0);
+}
+
+UniqueDescriptor ChildProcessWatch::openStandardError() const
+{
+    // Anew and not as a duplicate, which would return EAGAIN to somebody who expects to wait.
+    const QByteArray path = "/proc/self/fd/" + QByteArray::number(m_standardError.descriptor.get());
+    return UniqueDescriptor(::open(path.constData(), O_RDONLY | O_CLOEXEC));
+}
+
+void ChildProcessWatch::endNow()
+{
+    if (m_exit->has_value())
+        return;
+    sendSignal(SIGKILL);
+    pollfd end = {.fd = m_process.get(), .events = POLLIN, .revents = 0};
+    if (::poll(&end, 1, killMilliseconds) > 0)
+        reap();
 }
 
 QFuture<void> ChildProcessWatch::exitOrTimeout(std::chrono::milliseconds timeout)
@@ -118,6 +139,8 @@ void ChildProcessWatch::reap()
 
     const ChildExit exit = result == 0 ? exitOf(info) : ChildExit{ChildExit::Kind::unknown, 0};
     *m_exit = exit;
+    for (const auto &step : m_stepsAtEnd)
+        step();
     for (const auto &promise : m_waiting)
         promise->finish();
     deleteLater();

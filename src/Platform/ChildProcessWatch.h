@@ -25,6 +25,10 @@ public:
     [[nodiscard]] const std::shared_ptr<std::optional<ChildExit>> &exit() const { return m_exit; }
     /// pidfd_send_signal(2): never reaches another process that was given the same number.
     void sendSignal(int signal);
+    /// See ChildProcess for these.
+    [[nodiscard]] UniqueDescriptor openStandardError() const;
+    void atEnd(std::function<void()> step) { m_stepsAtEnd.push_back(std::move(step)); }
+    void endNow();
     /// Finishes at the child's end or when the time is over.
     [[nodiscard]] QFuture<void> exitOrTimeout(std::chrono::milliseconds timeout);
 
@@ -52,6 +56,7 @@ private:
     Pipe m_standardOutput;
     Pipe m_standardError;
     BoundedLines m_lines;
+    std::vector<std::function<void()>> m_stepsAtEnd;
     std::shared_ptr<std::optional<ChildExit>> m_exit = std::make_shared<std::optional<ChildExit>>();
     std::vector<std::shared_ptr<QPromise<void>>> m_waiting;
 };

@@ -1,5 +1,7 @@
 #include "Platform/EmulatorEnd.h"
 
+#include "Platform/EmulatorLog.h"
+
 #include <QFile>
 
 #include <csignal>
@@ -7,11 +9,10 @@
 using namespace Qt::StringLiterals;
 
 std::optional<QString> EmulatorEnd::reason(const ChildExit &exit, const QString &lastLine,
-                                           const QString &controlSocket)
+                                           const QString &controlSocket, const QString &folder)
 {
     if (exit.kind == ChildExit::Kind::unknown)
-        return QFile::exists(controlSocket) ? std::optional(u"The emulator ended unexpectedly."_s)
-                                            : std::nullopt;
+        return QFile::exists(controlSocket) ? std::optional(unwatchedReason(folder)) : std::nullopt;
     if (exit == ChildExit{ChildExit::Kind::exited, 0}) {
         if (lastLine.contains("terminating on signal"_L1))
             return u"The emulator was ended from outside."_s;
@@ -23,4 +24,11 @@ std::optional<QString> EmulatorEnd::reason(const ChildExit &exit, const QString 
     return (exit.kind == ChildExit::Kind::signalled ? u"The emulator was killed by signal %1."_s
                                                     : u"The emulator ended with exit status %1."_s)
         .arg(exit.value);
+}
+
+QString EmulatorEnd::unwatchedReason(const QString &folder)
+{
+    const QString reason = u"The emulator ended unexpectedly."_s;
+    const QString line = EmulatorLog::lastLine(folder);
+    return line.isEmpty() ? reason : reason + u" Its last words: "_s + line;
 }

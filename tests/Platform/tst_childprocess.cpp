@@ -1,5 +1,6 @@
 #include "Platform/BoundedLines.h"
 #include "Platform/ChildProcess.h"
+#include "Platform/EmulatorLog.h"
 #include "Platform/PlatformError.h"
 #include "Platform/UniqueDescriptor.h"
 #include "support/ProcessCensus.h"
@@ -11,13 +12,15 @@
 #include <QTemporaryDir>
 
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <csignal>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-/// ChildProcess, and BoundedLines, which it reads a child's words with.
+/// ChildProcess, BoundedLines, which it reads a child's words with, and EmulatorLog.
 class TestChildProcess : public QObject
 {
     Q_OBJECT
@@ -29,6 +32,7 @@ private Q_SLOTS:
     void leavesNoZombieOfAChildThatNobodyHolds();
     void survivesItsOwnEndDuringAWait();
     void restsWhileATracerHoldsAnEndedChild();
+    void keepsTheEmulatorLogOfAChildThatOutlivesUs();
     void cutsWordsIntoLinesWhereverTheyAreSplit();
     void letsTheFirstAndTheNewestLinesThrough();
     void keepsLittleOfAnEndlessLine();
@@ -150,6 +154,36 @@ void TestChildProcess::restsWhileATracerHoldsAnEndedChild()
     QVERIFY2(turns < 100, qPrintable(QString::number(turns)));
     QVERIFY(QCoro::waitFor(child.waitForExit(30s)));
     QCOMPARE(*child.exit(), (ChildExit{ChildExit::Kind::signalled, SIGKILL}));
+}
+
+void TestChildProcess::keepsTheEmulatorLogOfAChildThatOutlivesUs()
+{
+    const QTemporaryDir folder;
+    const QByteArray gate = QFile::encodeName(folder.filePath(u"gate"_s));
+    QCOMPARE(::mkfifo(gate.constData(), 0600), 0);
+    const QString file = folder.filePath(EmulatorLog::fileName);
+    for (const QString &words : {u"yes flood | head -c 1000000"_s, u"true"_s}) {
+        const pid_t application = ::fork();
+        if (application == 0) {
+            ChildProcess::LaunchOptions options;
+            options.program = u"/bin/sh"_s;
+            options.arguments = {u"-c"_s, u"read x <gate; { %1; echo last words; } >&2"_s.arg(words)};
+            options.workingDirectory = folder.path();
+            try {
+                ChildProcess child(options);
+                ::_exit(EmulatorLog::keep(child, folder.path()) ? EXIT_SUCCESS : EXIT_FAILURE);
+            } catch (const PlatformError &) {
+                ::_exit(EXIT_FAILURE);
+            }
+        }
+        int status = -1;
+        QCOMPARE(::waitpid(application, &status, 0), application);
+        QCOMPARE(status, 0);
+        QVERIFY(!QFile::exists(file)); // none of another run
+        UniqueDescriptor(::open(gate.constData(), O_WRONLY | O_CLOEXEC));
+        QTRY_COMPARE(EmulatorLog::lastLine(folder.path()), u"last words"_s);
+        QCOMPARE(QFileInfo(file).size(), words == "true"_L1 ? 11 : EmulatorLog::maximumBytes);
+    }
 }
 
 void TestChildProcess::cutsWordsIntoLinesWhereverTheyAreSplit()

@@ -10,6 +10,7 @@ from contextlib import contextmanager
 from itertools import islice
 from pathlib import Path
 
+from application import wait_until
 from desktop import Desktop
 from kelvo import Kelvo
 
@@ -48,6 +49,11 @@ class Stage:
         """Command lines of the running emulators or TPMs."""
         return [command for command in self.desktop.processes().values() if command and Path(command[0]).name == program]
 
+    def log_writers(self):
+        """Those who wait for an emulator's application to end, and those who go on after that."""
+        waiting = [command for command in self.desktop.processes().values() if command and "emulator.log" in command[-1]]
+        return [*waiting, *self.guests("tail")]
+
     def sockets(self):
         """Names of the socket files in all machines."""
         return sorted(path.name for path in self.home.rglob("*") if path.is_socket())
@@ -62,6 +68,8 @@ class Stage:
     def check_nothing_left(self, port=None):
         """Of a stopped guest whose display was on that port, if on any."""
         check(not self.guests(EMULATOR) and not self.guests(TPM), f"left behind: {self.desktop.processes()}")
+        # Who has read what an emulator wrote since its application's end may notice that one's end a moment later.
+        wait_until(lambda: not self.log_writers(), 5, "the last process to end")
         check(not self.sockets(), f"left behind: {self.sockets()}")
         check(not port or not is_listening(port), f"something still listens on the display's port {port}")
 
@@ -101,6 +109,7 @@ def take_up(stage, name, shows, start):
             console.find("Running", "label", timeout=30)
             kelvo.card(name).find("Running", "label", timeout=2)
             other.crash()
+            wait_until(lambda: stage.guests("tail"), 5, "somebody to read what the emulator writes from now on")
         kelvo.show_console(name)
         kelvo.stop(name)
         stage.check_nothing_left()

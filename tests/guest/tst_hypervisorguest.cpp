@@ -82,14 +82,15 @@ QString stop(VZVirtualMachine &machine)
     return perform([&](const auto &handler) { machine.stop(handler); });
 }
 
-/// The process numbers of our children.
+/// The process numbers of those among our children.
 QList<pid_t> emulators()
 {
     QFile file(u"/proc/self/task/%1/children"_s.arg(::getpid()));
     QList<pid_t> result;
     if (file.open(QIODevice::ReadOnly))
         for (const QByteArray &word : file.readAll().simplified().split(' '))
-            if (!word.isEmpty())
+            if (QFile name(u"/proc/%1/comm"_s.arg(QLatin1StringView(word)));
+                name.open(QIODevice::ReadOnly) && name.read(4) == "qemu")
                 result << word.toInt();
     return result;
 }

@@ -1,3 +1,5 @@
+#include "Platform/EmulatorLog.h"
+#include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
 #include "Services/DiagnosticLogger.h"
 #include "Virtualization/Backend/QEMUBackendController.h"
@@ -246,7 +248,8 @@ void TestQEMUGuest::takesUpWhatSomebodyElseHasStarted()
 void TestQEMUGuest::clearsAwayWhatEndedMeanwhile()
 {
     for (const auto &[signal, reason] :
-         {std::pair(SIGTERM, QString()), {SIGKILL, u"The emulator ended unexpectedly."_s}}) {
+         {std::pair(SIGTERM, QString()),
+          {SIGKILL, u"The emulator ended unexpectedly. Its last words: it hurts"_s}}) {
         const Machine machine(u"Ended meanwhile"_s);
         const ProcessCensus before = ProcessCensus::take();
         auto controller = makeController();
@@ -255,6 +258,9 @@ void TestQEMUGuest::clearsAwayWhatEndedMeanwhile()
         controller.reset();
         QCOMPARE(::kill(process, signal), 0);
         QTRY_VERIFY(!QFile::exists(u"/proc/%1"_s.arg(process)));
+        const QString folder = FileUrl::path(machine.configuration.storageDirectory);
+        FileManager::defaultManager().writeAtomically(QDir(folder).filePath(EmulatorLog::fileName),
+                                                      "first\nit hurts\n");
         controller = makeController();
         const GuestTakeUp found = finish(controller->takeUp(machine.configuration));
         QCOMPARE(found.outcome, GuestTakeUp::Outcome::noGuest);

@@ -1,6 +1,7 @@
 #include "Platform/Hypervisor/EmulatorSession.h"
 
 #include "Platform/EmulatorEnd.h"
+#include "Platform/EmulatorLog.h"
 #include "Platform/FileLock.h"
 #include "Platform/FileUrl.h"
 #include "Platform/Hypervisor/EmulatorCommandLine.h"
@@ -8,7 +9,7 @@
 #include "Platform/PlatformError.h"
 
 #include <QCoroFuture>
-#include <QFile>
+#include <QFileInfo>
 #include <QPointer>
 #include <QTimer>
 
@@ -89,6 +90,13 @@ EmulatorSession::EmulatorSession(const VZVirtualMachineConfiguration &configurat
 {
     m_isBooting = true;
     m_poll.stop();
+    m_logWriter = EmulatorLog::keep(*m_process, logFolder());
+}
+
+EmulatorSession::~EmulatorSession()
+{
+    if (!m_hasEnded && !m_process->isRunning())
+        removeSocket(m_variableStore, m_controlSocket); // its end has been waited for, and is not told
 }
 
 EmulatorSession::EmulatorSession(const VZVirtualMachineConfiguration &configuration,
@@ -271,12 +279,28 @@ void EmulatorSession::noteStatus(const EmulatorStatus &status)
 
 QList<pid_t> EmulatorSession::processIdentifiers() const
 {
-    return {m_process->processIdentifier()};
+    QList<pid_t> identifiers{m_process->processIdentifier()};
+    if (m_logWriter)
+        identifiers.append(*m_logWriter);
+    return identifiers;
+}
+
+QString EmulatorSession::logFolder() const
+{
+    return QFileInfo(m_variableStore).path();
 }
 
 void EmulatorSession::noteExit(const ChildExit &exit)
 {
     m_poll.stop();
+    if (exit.kind == ChildExit::Kind::unknown && !m_isKilled)
+        QTimer::singleShot(EmulatorLog::timeout, this, [this, exit] { end(exit); });
+    else
+        end(exit);
+}
+
+void EmulatorSession::end(const ChildExit &exit)
+{
     m_endReason = reasonOf(exit);
     m_hasEnded = true;
     removeSocket(m_variableStore, m_controlSocket); // it stays where the emulator was killed
@@ -289,7 +313,7 @@ std::optional<QString> EmulatorSession::reasonOf(const ChildExit &exit) const
         return m_guestFailure;
     if (m_isKilled)
         return m_lastLine.isEmpty() ? u"The emulator does not answer."_s : m_lastLine;
-    return EmulatorEnd::reason(exit, m_lastLine, m_controlSocket);
+    return EmulatorEnd::reason(exit, m_lastLine, m_controlSocket, logFolder());
 }
 
 bool EmulatorSession::removeSocket(const QString &variableStore, const QString &controlSocket)

@@ -33,6 +33,7 @@ public:
     /// Goes on with an emulator that runs.
     EmulatorSession(const VZVirtualMachineConfiguration &configuration,
                     std::shared_ptr<ChildProcess> emulator, const EmulatorTimeouts &timeouts = {});
+    ~EmulatorSession() override;
 
     /// Sets the guest going and is done when it runs. When that fails the process has ended, and the error is
     /// its last line of standard error.
@@ -77,6 +78,8 @@ private:
     void noteLine(const QString &line);
     void noteStatus(const EmulatorStatus &status);
     void noteExit(const ChildExit &exit);
+    void end(const ChildExit &exit);
+    [[nodiscard]] QString logFolder() const;
     [[nodiscard]] std::optional<QString> reasonOf(const ChildExit &exit) const;
 
     EmulatorTimeouts m_timeouts;
@@ -84,6 +87,7 @@ private:
     QString m_controlSocket;
     QString m_variableStore;
     std::shared_ptr<ChildProcess> m_process;
+    std::optional<pid_t> m_logWriter; ///< see EmulatorLog; none where others have launched the emulator
     EmulatorPoll m_poll;
     QString m_lastLine;
     QString m_acceleratorLine; ///< the first that the host's own virtualization is complained of in

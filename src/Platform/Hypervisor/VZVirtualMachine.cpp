@@ -1,5 +1,6 @@
 #include "Platform/Hypervisor/VZVirtualMachine.h"
 
+#include "Platform/EmulatorEnd.h"
 #include "Platform/FileUrl.h"
 #include "Platform/Hypervisor/EmulatorInstallation.h"
 #include "Platform/Hypervisor/EmulatorSession.h"
@@ -8,6 +9,7 @@
 
 #include <QCoreApplication>
 #include <QCoroFuture>
+#include <QFileInfo>
 #include <QPointer>
 
 #include <algorithm>
@@ -215,7 +217,7 @@ QCoro::Task<GuestTakeUp> VZVirtualMachine::takeUp()
                                       ? FileUrl::path(m_configuration.bootLoader->variableStore->url())
                                       : QString();
             if (EmulatorSession::removeSocket(store, socket))
-                result.reason = u"The emulator ended unexpectedly."_s;
+                result.reason = EmulatorEnd::unwatchedReason(QFileInfo(store).path());
         }
     } catch (const QMPError &) {
         // Others hold the conversation.

@@ -1,5 +1,6 @@
 #include "Virtualization/QEMU/QEMUGuest.h"
 
+#include "Platform/EmulatorLog.h"
 #include "Platform/FileLock.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
@@ -282,6 +283,10 @@ void QEMUGuest::scheduleProcessExit()
 QCoro::Task<> QEMUGuest::handleProcessExit(quint64 launch)
 {
     const auto keepAlive = shared_from_this();
+    if (launch != m_launch)
+        co_return;
+    if (m_qemu.hasEndedUnwatched())
+        co_await QCoro::sleepFor(EmulatorLog::timeout);
     if (launch != m_launch)
         co_return;
     const QString reason = m_failure.isEmpty()

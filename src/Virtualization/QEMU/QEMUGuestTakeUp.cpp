@@ -1,3 +1,4 @@
+#include "Platform/EmulatorEnd.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
 #include "Platform/QMPError.h"
@@ -70,7 +71,7 @@ QCoro::Task<GuestTakeUp> QEMUGuest::clearRemains()
         co_return GuestTakeUp{GuestTakeUp::Outcome::undecided, {}};
     GuestTakeUp result;
     if (FileManager::defaultManager().fileExists(FileUrl::path(m_plan->runtimePaths.qmpSocket)))
-        result.reason = u"The emulator ended unexpectedly."_s;
+        result.reason = EmulatorEnd::unwatchedReason(FileUrl::path(m_plan->configuration.storageDirectory));
     const QCoro::Task<> cleared = clearAway();
     co_await cleared;
     co_return result;

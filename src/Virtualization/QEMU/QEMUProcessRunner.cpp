@@ -2,6 +2,7 @@
 
 #include "Platform/ChildProcess.h"
 #include "Platform/EmulatorEnd.h"
+#include "Platform/EmulatorLog.h"
 #include "Platform/FileUrl.h"
 #include "Services/DiagnosticLogger.h"
 
@@ -43,11 +44,13 @@ QCoro::Task<> QEMUProcessRunner::start(QUrl qemuBinary, QStringList arguments, Q
     const auto process = std::make_shared<ChildProcess>(options);
     ChildSupervision::logStandardError(*process, name);
     follow(process);
+    m_logWriter = EmulatorLog::keep(*process, FileUrl::path(workingDirectory));
     DiagnosticLogger::shared().log(u"QEMU started: "_s + name, LogLevel::info);
 }
 
 void QEMUProcessRunner::takeUp(const std::shared_ptr<ChildProcess> &process)
 {
+    m_logWriter.reset();
     follow(process);
 }
 
@@ -94,16 +97,25 @@ bool QEMUProcessRunner::isRunning() const
 QList<pid_t> QEMUProcessRunner::processIdentifiers() const
 {
     QList<pid_t> identifiers;
-    if (m_process)
+    if (isRunning())
         identifiers.append(m_process->processIdentifier());
+    if (m_logWriter)
+        identifiers.append(*m_logWriter);
     return identifiers;
+}
+
+bool QEMUProcessRunner::hasEndedUnwatched() const
+{
+    return m_end && m_end->exit && m_end->exit->kind == ChildExit::Kind::unknown;
 }
 
 std::optional<QString> QEMUProcessRunner::endReason(const QUrl &controlSocket) const
 {
     if (!m_end || !m_end->exit)
         return std::nullopt;
-    return EmulatorEnd::reason(*m_end->exit, m_end->lastLine, FileUrl::path(controlSocket));
+    const QUrl folder = FileUrl::deletingLastComponent(controlSocket);
+    return EmulatorEnd::reason(*m_end->exit, m_end->lastLine, FileUrl::path(controlSocket),
+                               FileUrl::path(folder));
 }
 
 QCoro::Task<bool> QEMUProcessRunner::waitForExit(std::chrono::milliseconds timeout)

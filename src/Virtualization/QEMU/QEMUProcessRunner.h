@@ -38,6 +38,8 @@ public:
     [[nodiscard]] bool isRunning() const;
     /// Those that were started here, which live and end together.
     [[nodiscard]] QList<pid_t> processIdentifiers() const;
+    /// True where the last process has ended and only its EmulatorLog can say why.
+    [[nodiscard]] bool hasEndedUnwatched() const;
     /// Of the last process, see EmulatorEnd; nothing while it runs. The working directory is that of the
     /// control socket.
     [[nodiscard]] std::optional<QString> endReason(const QUrl &controlSocket) const;
@@ -53,5 +55,6 @@ private:
     std::chrono::milliseconds m_grace;
     TerminationHandler m_terminationHandler;
     std::shared_ptr<ChildProcess> m_process;
+    std::optional<pid_t> m_logWriter; ///< see EmulatorLog
     std::shared_ptr<End> m_end;
 };

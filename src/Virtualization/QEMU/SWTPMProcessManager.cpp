@@ -124,5 +124,6 @@ QCoro::Task<> SWTPMProcessManager::waitForSocket(QString path)
 
 QList<pid_t> SWTPMProcessManager::processIdentifiers() const
 {
-    return m_process ? QList<pid_t>{m_process->processIdentifier()} : QList<pid_t>();
+    return m_process && m_process->isRunning() ? QList<pid_t>{m_process->processIdentifier()}
+                                               : QList<pid_t>();
 }

@@ -1,4 +1,5 @@
 #include "Platform/FileManager.h"
+#include "Platform/FileUrl.h"
 #include "Platform/Hypervisor/EmulatorInstallation.h"
 #include "Platform/Hypervisor/EmulatorSession.h"
 #include "guest/GuestBundle.h"
@@ -7,6 +8,10 @@
 #include "support/ProcessCensus.h"
 #include "support/ScriptedChild.h"
 #include "support/TestMain.h"
+
+#include <sys/syscall.h>
+
+#include <csignal>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -19,6 +24,7 @@ private Q_SLOTS:
     void copesWithAnyEmulator_data();
     void copesWithAnyEmulator();
     void endsAGuestThatTheHostCannotRun();
+    void clearsAwayWhatOthersHaveStarted();
 };
 
 namespace {
@@ -46,6 +52,20 @@ public:
     void setStatus(const QByteArray &status) const
     {
         FileManager::defaultManager().writeAtomically(m_emulator + u".status"_s, status);
+    }
+
+    /// As another application has it.
+    [[nodiscard]] std::unique_ptr<EmulatorSession> adopt() const
+    {
+        const pid_t emulator = session->processIdentifiers().constFirst();
+        UniqueDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, emulator, 0)));
+        return std::make_unique<EmulatorSession>(
+            m_bundle.configuration, std::make_shared<ChildProcess>(std::move(process), emulator), hurried);
+    }
+
+    [[nodiscard]] bool hasSocket() const
+    {
+        return QFile::exists(FileUrl::path(m_bundle.configuration.controlSocket));
     }
 
     std::unique_ptr<EmulatorSession> session;
@@ -131,6 +151,24 @@ void EmulatorSessionTest::endsAGuestThatTheHostCannotRun()
     Stage refused(u"stderr "_s + words + u"; stderr PC=0000000040000000; serve-qmp"_s, timeouts);
     refused.setStatus("internal-error");
     QCOMPARE(QCoro::waitFor(outcomeOf(refused.session->boot())), words);
+}
+
+/// Also where nobody waits until the reason of its end is known.
+void EmulatorSessionTest::clearsAwayWhatOthersHaveStarted()
+{
+    for (const bool isKilled : {false, true}) {
+        Stage stage(u"serve-qmp 3; ignore-term; hang"_s, patient);
+        QCOMPARE(QCoro::waitFor(outcomeOf(stage.session->boot())), QString());
+        const pid_t emulator = stage.session->processIdentifiers().constFirst();
+        std::unique_ptr<EmulatorSession> adopted = stage.adopt();
+        stage.session.reset();
+        QVERIFY(stage.hasSocket());
+        if (isKilled)
+            ::kill(emulator, SIGKILL);
+        QCoro::waitFor(adopted->quit());
+        adopted.reset();
+        QVERIFY(!stage.hasSocket());
+    }
 }
 
 KELVO_TEST_MAIN(EmulatorSessionTest)
