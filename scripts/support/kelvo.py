@@ -93,6 +93,19 @@ class Kelvo(Application):
         alert.find("OK", "push button").press()
         window.wait_gone("Kelvo", "dialog")
 
+    def answer(self, title, alert, button, timeout=60):
+        """Waits for a window's alert and presses its button until it goes: one that opens by itself is deaf at first."""
+        window = self.window(title)
+        window.find(alert, "dialog", timeout)
+
+        def press():
+            found = window.find_now(alert, "dialog")
+            shown = found and found.find_now(button, "push button")
+            if shown:
+                shown.press()
+            return not found
+        wait_until(press, 10, f"\"{alert}\" to take its answer")
+
     def stop(self, name):
         """Presses the console's Stop, insists where Kelvo asks back, and waits until the machine is off."""
         console = self.console(name)

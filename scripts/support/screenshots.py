@@ -182,9 +182,10 @@ def guests(kelvo, album):
     kelvo.console(library.LINUX).find("Pause").press()
     kelvo.console(library.LINUX).find("Paused", "label")
     album.take("console-paused", library.LINUX)
-    overdue = kelvo.console(library.INSTALLED).find(f"“{library.INSTALLED}” Has Not Shut Down", "dialog", timeout=60)
+    overdue = f"“{library.INSTALLED}” Has Not Shut Down"
+    kelvo.console(library.INSTALLED).find(overdue, "dialog", timeout=60)
     album.take("alert-shut-down", library.INSTALLED)
-    overdue.find("Keep Running", "push button").press()
+    kelvo.answer(library.INSTALLED, overdue, "Keep Running")
 
     kelvo.activate(MACHINES)
     kelvo.card(library.INSTALLED).find("Running", "label").click()

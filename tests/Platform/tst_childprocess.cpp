@@ -32,7 +32,7 @@ private Q_SLOTS:
     void leavesNoZombieOfAChildThatNobodyHolds();
     void survivesItsOwnEndDuringAWait();
     void restsWhileATracerHoldsAnEndedChild();
-    void keepsTheEmulatorLogOfAChildThatOutlivesUs();
+    void keepsTheLastWordsOfAChildThatOutlivesUs();
     void cutsWordsIntoLinesWhereverTheyAreSplit();
     void letsTheFirstAndTheNewestLinesThrough();
     void keepsLittleOfAnEndlessLine();
@@ -156,13 +156,13 @@ void TestChildProcess::restsWhileATracerHoldsAnEndedChild()
     QCOMPARE(*child.exit(), (ChildExit{ChildExit::Kind::signalled, SIGKILL}));
 }
 
-void TestChildProcess::keepsTheEmulatorLogOfAChildThatOutlivesUs()
+void TestChildProcess::keepsTheLastWordsOfAChildThatOutlivesUs()
 {
     const QTemporaryDir folder;
     const QByteArray gate = QFile::encodeName(folder.filePath(u"gate"_s));
     QCOMPARE(::mkfifo(gate.constData(), 0600), 0);
     const QString file = folder.filePath(EmulatorLog::fileName);
-    for (const QString &words : {u"yes flood | head -c 1000000"_s, u"true"_s}) {
+    for (const QString &words : {u"yes flood | head -n 200000"_s, u"true"_s}) {
         const pid_t application = ::fork();
         if (application == 0) {
             ChildProcess::LaunchOptions options;

@@ -78,7 +78,6 @@ void ProcessScope::make(const QDBusConnection &bus, const QString &identifier, c
     QDBusMessage call =
         QDBusMessage::createMethodCall(u"org.freedesktop.systemd1"_s, u"/org/freedesktop/systemd1"_s,
                                        u"org.freedesktop.systemd1.Manager"_s, u"StartTransientUnit"_s);
-    call.setAutoStartService(false);
     call << u"app-%1-%2.scope"_s.arg(identifier).arg(processes.constFirst()) << u"fail"_s
          << QVariant::fromValue(properties) << QVariant::fromValue(QList<AuxiliaryUnit>());
     bus.send(call);
