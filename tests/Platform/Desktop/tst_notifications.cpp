@@ -76,7 +76,6 @@ void NotificationsTest::showsOneForEachSubject()
                                                    u"org.freedesktop.DBus"_s, u"GetId"_s));
 
     FakeService desktop(QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"desktop"_s));
-    QTRY_COMPARE(desktop.shown.size(), 0);
     for (const QString &text : {u"1"_s, u"2"_s, u"1 < 2 & <b>3</b>"_s}) // faster than the answers come
         notifications.show(u"a"_s, u"A <1>"_s, text);
     notifications.show(u"b"_s, u"B"_s, u"other"_s);
