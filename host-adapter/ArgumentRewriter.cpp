@@ -14,6 +14,7 @@ constexpr std::string_view crbDevice = "tpm-crb-device";
 constexpr std::string_view tisDevice = "tpm-tis-device";
 constexpr std::string_view driverDisplay = "virtio-gpu-pci";
 constexpr std::string_view firmwareDisplay = "ramfb";
+constexpr std::string_view networkDevice = "virtio-net-pci";
 // More needs a version 3 interrupt controller, which the machine does not choose by itself under emulation.
 constexpr unsigned processorsOfDefaultInterruptController = 8;
 
@@ -61,6 +62,14 @@ bool isQuestion(std::string_view value)
 {
     return std::ranges::any_of(parameters(value), [](std::string_view parameter) {
         return parameter == "help" || parameter == "?";
+    });
+}
+
+/// `beginning` is a name with its "=".
+bool hasParameter(std::string_view value, std::string_view beginning)
+{
+    return std::ranges::any_of(parameters(value), [beginning](std::string_view parameter) {
+        return parameter.starts_with(beginning);
     });
 }
 
@@ -143,11 +152,19 @@ std::vector<std::string> ArgumentRewriter::rewritten(const HostOffer &offer) con
             value = withHead(value, tisDevice);
         else if (option.name == "device" && value == driverDisplay)
             value = firmwareDisplay;
+        else if (option.name == "device" && first == networkDevice && !isQuestion(value) &&
+                 !hasParameter(value, "romfile="))
+            value += ",romfile=";
         else if (option.name == "machine" && isVirtMachine(value) && !isQuestion(value))
             lastMachine = &value;
     }
     if (lastMachine != nullptr && needsInterruptControllerVersion())
         *lastMachine = withHead(*lastMachine, std::string(head(*lastMachine)).append(",gic-version=max"));
+    const bool hasClock =
+        std::ranges::any_of(m_options, [](const Option &option) { return option.name == "rtc"; });
+    // At the front, where no option without its value can take it for that.
+    if (asksForAcceleration() && !hasClock)
+        result.insert(result.begin(), {"-rtc", "base=localtime"});
     return result;
 }
 
@@ -160,10 +177,7 @@ bool ArgumentRewriter::needsInterruptControllerVersion() const
             processors = processorCount(value);
         if (option.name != "machine")
             continue;
-        const auto isVersion = [](std::string_view parameter) {
-            return parameter.starts_with("gic-version=");
-        };
-        if (std::ranges::any_of(parameters(value), isVersion))
+        if (hasParameter(value, "gic-version="))
             return false;
     }
     return processors > processorsOfDefaultInterruptController;

@@ -18,7 +18,7 @@ struct HostOffer
 /// Fits an argument list of qemu-system-aarch64 that was written for an hvf host to this one. Arguments
 /// exclude the program's name. Options are told from values as QEMU does it (one or two leading dashes, the
 /// next argument is the value whatever it looks like), so that a machine named "-accel" stays one. Pure;
-/// never fails, never adds or removes an argument: what QEMU would refuse is left for QEMU to refuse.
+/// never fails: what QEMU would refuse is left for QEMU to refuse.
 class ArgumentRewriter
 {
 public:
@@ -33,8 +33,10 @@ public:
     /// Replaces the accelerator "hvf" by "kvm" or "tcg" and, where tcg stands in for it, the processor "host"
     /// by "max,pauth=off"; "tpm-crb-device" by "tpm-tis-device" where the former is missing; a bare
     /// "virtio-gpu-pci" by "ramfb", since a guest without a driver for the former has no picture from the
-    /// moment its boot loader hands over; and gives a "virt" machine of more than eight processors
-    /// "gic-version=max" unless the list names a version.
+    /// moment its boot loader hands over; gives a "virt" machine of more than eight processors
+    /// "gic-version=max" unless the list names a version; and keeps a "virtio-net-pci" from a boot ROM that
+    /// need not be installed. Such a list is for a guest that takes the clock for local time:
+    /// "-rtc base=localtime" comes before it unless it has the option.
     [[nodiscard]] std::vector<std::string> rewritten(const HostOffer &offer) const;
 
 private:

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "ArgumentRewriter.h"
-
 #include <string>
 #include <vector>
 
@@ -14,17 +12,14 @@ public:
 
     /// The path leads to an executable file that is not this very program.
     [[nodiscard]] bool isInstalled() const;
-    /// Asks the host and the emulator for what the list depends on, and for nothing else. What cannot be
-    /// found out within two seconds counts as missing.
-    [[nodiscard]] HostOffer offerFor(const ArgumentRewriter &rewriter) const;
+    /// Why the host's processors cannot run guests; empty when they can. An emulator that takes longer than
+    /// two seconds to say what it was built with is believed to be able to use them.
+    [[nodiscard]] std::string reasonToEmulate() const;
+    /// The emulator knows the device "tpm-crb-device"; false also when it has not said so within two seconds.
+    [[nodiscard]] bool hasTpmCrbDevice() const;
     /// Becomes the emulator: same process, descriptors and environment. Returns only on failure, with errno.
     [[nodiscard]] int become(std::string programName, std::vector<std::string> arguments) const;
 
 private:
-    /// Standard output of the emulator run with these arguments; empty when it could not be run.
-    [[nodiscard]] std::string answerTo(std::vector<std::string> arguments) const;
-    [[nodiscard]] bool hasHardwareAcceleration() const;
-    [[nodiscard]] bool hasTpmCrbDevice() const;
-
     std::string m_path;
 };

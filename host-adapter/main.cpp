@@ -1,9 +1,11 @@
 #include "ArgumentRewriter.h"
 #include "Emulator.h"
+#include "Platform/Hypervisor/ProcessorKinds.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -38,8 +40,17 @@ int main(int argc, char *argv[])
 
     const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     const ArgumentRewriter rewriter(arguments);
-    const int error =
-        emulator.become(argc > 0 ? argv[0] : KELVO_EMULATOR, rewriter.rewritten(emulator.offerFor(rewriter)));
+    const bool asksForAcceleration = rewriter.asksForAcceleration();
+    const std::string obstacle = asksForAcceleration ? emulator.reasonToEmulate() : std::string();
+    if (!obstacle.empty())
+        std::fprintf(stderr, "kelvo-host-adapter: note: the guest is emulated, because %s.\n",
+                     obstacle.c_str());
+    std::optional<ProcessorKinds::StrongestOnly> oneKind;
+    if (asksForAcceleration && obstacle.empty())
+        oneKind.emplace();
+    const HostOffer offer{.hardwareAcceleration = obstacle.empty(),
+                          .tpmCrbDevice = rewriter.asksForTpmCrbDevice() && emulator.hasTpmCrbDevice()};
+    const int error = emulator.become(argc > 0 ? argv[0] : KELVO_EMULATOR, rewriter.rewritten(offer));
     std::fprintf(stderr, "kelvo-host-adapter: " KELVO_EMULATOR " could not be run: %s\n",
                  std::strerror(error));
     return error == ENOENT ? exitNotFound : exitNotRunnable;

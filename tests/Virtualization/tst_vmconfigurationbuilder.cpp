@@ -156,8 +156,8 @@ void VMConfigurationBuilderTest::machinesThatCannotRunAreRefused_data()
         QTest::newRow(name) << damage << reason;
     };
     const QString invalid = u"Virtual machine configuration is invalid. "_s;
-    row("too wide", invalid + u"A screen of 3840 × 1080 pixels cannot be shown"_s,
-        [](Bundle &bundle) { bundle.configuration.displayWidth = 3840; });
+    row("too wide", invalid + u"A screen of 6000 × 1080 pixels cannot be shown"_s,
+        [](Bundle &bundle) { bundle.configuration.displayWidth = 6000; });
     row("half a mebibyte", invalid + u"The memory size must be a multiple of 1 MB."_s,
         [](Bundle &bundle) { ++bundle.configuration.memorySizeBytes; });
     row("empty disk", u"is empty."_s, [](Bundle &bundle) { bundle.write(diskFile, {}); });

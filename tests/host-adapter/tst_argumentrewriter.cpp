@@ -54,13 +54,19 @@ void ArgumentRewriterTest::changesOnlyWhatTheHostLacks_data()
     const QString processor = u"host > max,pauth=off"_s;
     const QString accelerator = u"hvf > tcg"_s;
     const QString tpm = u"tpm-crb-device,tpmdev=tpm0 > tpm-tis-device,tpmdev=tpm0"_s;
+    const QString network = u"virtio-net-pci,netdev=net0 > virtio-net-pci,netdev=net0,romfile="_s;
     const QString display = u"virtio-gpu-pci > ramfb"_s;
-    QTest::newRow("emulated") << 8 << nothing << QStringList{processor, accelerator, tpm, display};
-    QTest::newRow("hardware") << 8 << kvm << QStringList{u"hvf > kvm"_s, tpm, display};
-    QTest::newRow("emulator with the device") << 8 << crb << QStringList{processor, accelerator, display};
+    QTest::newRow("emulated") << 8 << nothing << QStringList{processor, accelerator, tpm, network, display};
+    QTest::newRow("hardware") << 8 << kvm << QStringList{u"hvf > kvm"_s, tpm, network, display};
+    QTest::newRow("emulator with the device")
+        << 8 << crb << QStringList{processor, accelerator, network, display};
     QTest::newRow("nine processors") << 9 << nothing
                                      << QStringList{u"virt,highmem=on > virt,gic-version=max,highmem=on"_s,
-                                                    processor, accelerator, tpm, display};
+                                                    processor,
+                                                    accelerator,
+                                                    tpm,
+                                                    network,
+                                                    display};
 }
 
 void ArgumentRewriterTest::changesOnlyWhatTheHostLacks()
@@ -68,8 +74,10 @@ void ArgumentRewriterTest::changesOnlyWhatTheHostLacks()
     QFETCH(const int, processors);
     QFETCH(const HostOffer, offer);
     const Arguments given = machineArguments(processors);
-    const Arguments rewritten = ArgumentRewriter(given).rewritten(offer);
-    QCOMPARE(rewritten.size(), given.size());
+    Arguments rewritten = ArgumentRewriter(given).rewritten(offer);
+    QCOMPARE(rewritten.size(), given.size() + 2);
+    QVERIFY(rewritten[0] == "-rtc" && rewritten[1] == "base=localtime");
+    rewritten.erase(rewritten.begin(), rewritten.begin() + 2);
     QStringList changes;
     for (std::size_t i = 0; i < given.size(); ++i)
         if (rewritten[i] != given[i])
@@ -81,13 +89,18 @@ void ArgumentRewriterTest::tellsOptionsFromTheirValues_data()
 {
     QTest::addColumn<QString>("given");
     QTest::addColumn<QString>("expected");
+    const QString clock = u"-rtc base=localtime "_s;
+    QTest::newRow("network with a ROM")
+        << u"-device virtio-net-pci,romfile=a,mac=b -device virtio-net-pci,help"_s
+        << u"-device virtio-net-pci,romfile=a,mac=b -device virtio-net-pci,help"_s;
     QTest::newRow("machine named like an option")
-        << u"-name -accel hvf -accel hvf"_s << u"-name -accel hvf -accel tcg"_s;
-    QTest::newRow("machine named like a value") << u"-name hvf -accel hvf"_s << u"-name hvf -accel tcg"_s;
-    QTest::newRow("option after one without a value") << u"-S -accel hvf"_s << u"-S -accel tcg"_s;
+        << u"-rtc base=utc -name -accel hvf -accel hvf"_s << u"-rtc base=utc -name -accel hvf -accel tcg"_s;
+    QTest::newRow("machine named like a value")
+        << u"-name hvf -accel hvf"_s << clock + u"-name hvf -accel tcg"_s;
+    QTest::newRow("option after one without a value") << u"-S -accel hvf"_s << clock + u"-S -accel tcg"_s;
     QTest::newRow("further parameters stay")
         << u"-accel hvf,thread=multi -cpu host,pmu=off -device virtio-gpu-pci,id=a"_s
-        << u"-accel tcg,thread=multi -cpu max,pauth=off,pmu=off -device virtio-gpu-pci,id=a"_s;
+        << clock + u"-accel tcg,thread=multi -cpu max,pauth=off,pmu=off -device virtio-gpu-pci,id=a"_s;
     QTest::newRow("questions pass") << u"-device tpm-crb-device,help -machine virt,help -smp 9"_s
                                     << u"-device tpm-crb-device,help -machine virt,help -smp 9"_s;
     QTest::newRow("version given") << u"-machine virt,gic-version=3 -smp 9"_s

@@ -1,10 +1,13 @@
 #include "Platform/Hypervisor/EmulatorInstallation.h"
 
 #include "Platform/FileManager.h"
+#include "Platform/Hypervisor/EmulatorAnswer.h"
 #include "Platform/Hypervisor/KVMProbe.h"
 #include "Platform/Hypervisor/VZEFIVariableStore.h"
 #include "Platform/LocalizedError.h"
+#include "Platform/OwnThread.h"
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -44,9 +47,12 @@ QString codeImage(const QJsonObject &descriptor)
 {
     const QJsonObject mapping = descriptor.value("mapping"_L1).toObject();
     const QJsonObject executable = mapping.value("executable"_L1).toObject();
-    // With enrolled keys it would refuse every boot loader that is not signed.
-    const bool hasKeys = descriptor.value("features"_L1).toArray().contains(u"enrolled-keys"_s);
-    if (!runsVirtMachine(descriptor) || hasKeys || mapping.value("device"_L1).toString() != "flash"_L1 ||
+    // Keys may be enrolled, or be enrolled by a guest: then every boot loader that is not signed is refused.
+    // And such a build may lack the shell.
+    const QJsonArray features = descriptor.value("features"_L1).toArray();
+    const bool wantsSignatures = features.contains(u"enrolled-keys"_s) || features.contains(u"secure-boot"_s);
+    if (!runsVirtMachine(descriptor) || wantsSignatures ||
+        mapping.value("device"_L1).toString() != "flash"_L1 ||
         executable.value("format"_L1).toString() != "raw"_L1)
         return {};
     return executable.value("filename"_L1).toString();
@@ -100,8 +106,32 @@ std::optional<EmulatorInstallation> EmulatorInstallation::find(const FileManager
     return EmulatorInstallation{*emulator, code};
 }
 
+std::optional<EmulatorInstallation::Version> EmulatorInstallation::versionIn(const std::string &answer)
+{
+    const QStringList numbers = QString::fromStdString(answer).section(u"version "_s, 1, 1).split(u'.');
+    if (numbers.size() < 2)
+        return std::nullopt;
+    return Version{numbers[0].toInt(), numbers[1].toInt()};
+}
+
+std::optional<EmulatorInstallation::Version> EmulatorInstallation::version()
+{
+    using Answer = std::optional<Version>;
+    static QFuture<Answer> question;
+    if (question.isFinished() && question.resultCount() == 1 && question.result())
+        return question.result();
+    if (question.isFinished()) {
+        const std::optional<EmulatorInstallation> installation = find();
+        const std::string path = installation ? QFile::encodeName(installation->emulator).toStdString() : "";
+        const auto ask = [path] {
+            return versionIn(emulatorAnswer(path, {"-version"}).value_or(""));
+        };
+        question = runOnOwnThread(ask);
+    }
+    return std::nullopt;
+}
+
 EmulatorInstallation::Accelerator EmulatorInstallation::accelerator()
 {
-    static const bool isUsable = isKVMUsable();
-    return isUsable ? Accelerator::kvm : Accelerator::tcg;
+    return hostKVM().isUsable() ? Accelerator::kvm : Accelerator::tcg;
 }

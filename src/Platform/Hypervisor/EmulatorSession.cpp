@@ -5,6 +5,7 @@
 #include "Platform/FileLock.h"
 #include "Platform/FileUrl.h"
 #include "Platform/Hypervisor/EmulatorCommandLine.h"
+#include "Platform/Hypervisor/ProcessorKinds.h"
 #include "Platform/Hypervisor/VZError.h"
 #include "Platform/PlatformError.h"
 
@@ -126,10 +127,14 @@ std::shared_ptr<ChildProcess> EmulatorSession::launch(const VZVirtualMachineConf
     const UniqueDescriptor lock = lockStore(*configuration.bootLoader->variableStore);
     const QString socket = FileUrl::path(configuration.controlSocket);
     const UniqueDescriptor listener = UnixSocket::listen(socket);
+    const EmulatorInstallation::Accelerator accelerator = EmulatorInstallation::accelerator();
+    std::optional<ProcessorKinds::StrongestOnly> oneKind;
+    if (accelerator == EmulatorInstallation::Accelerator::kvm)
+        oneKind.emplace();
     ChildProcess::LaunchOptions options;
     options.program = installation.emulator;
-    options.arguments = EmulatorCommandLine::arguments(
-        configuration, installation, EmulatorInstallation::accelerator(), controlDescriptor);
+    options.arguments =
+        EmulatorCommandLine::arguments(configuration, installation, accelerator, controlDescriptor);
     options.inheritedDescriptors = {listener.get(), lock.get()};
     try {
         return std::make_shared<ChildProcess>(options);

@@ -3,6 +3,7 @@
 #include "Platform/BinaryUnits.h"
 #include "Platform/FileUrl.h"
 #include "Platform/HostFacts.h"
+#include "Platform/Hypervisor/KVMProbe.h"
 #include "Platform/Hypervisor/VZError.h"
 #include "Platform/UnixSocket.h"
 
@@ -98,7 +99,8 @@ qint64 VZVirtualMachineConfiguration::minimumAllowedCPUCount()
 
 qint64 VZVirtualMachineConfiguration::maximumAllowedCPUCount()
 {
-    return std::max<qint64>(minimumAllowedCPUCount(), HostFacts::current().processorCount());
+    return std::clamp<qint64>(HostFacts::current().processorCount(), minimumAllowedCPUCount(),
+                              hostKVM().maximumProcessors());
 }
 
 quint64 VZVirtualMachineConfiguration::minimumAllowedMemorySize()
@@ -113,17 +115,26 @@ quint64 VZVirtualMachineConfiguration::maximumAllowedMemorySize()
     return std::max(minimumAllowedMemorySize(), usable);
 }
 
+VZVirtioGraphicsScanoutConfiguration
+VZVirtualMachineConfiguration::maximumScanout(const std::optional<EmulatorInstallation::Version> &emulator)
+{
+    const bool isOld = emulator && *emulator < EmulatorInstallation::Version{9, 1};
+    return isOld ? VZVirtioGraphicsScanoutConfiguration{2560, 2048}
+                 : VZVirtioGraphicsScanoutConfiguration{5120, 2160};
+}
+
 void VZVirtualMachineConfiguration::validateScreen(const VZVirtioGraphicsScanoutConfiguration &screen)
 {
+    const VZVirtioGraphicsScanoutConfiguration maximum = maximumScanout(EmulatorInstallation::version());
     const QString size = u"%1 × %2"_s;
     require(screen.widthInPixels >= minimumScanout.widthInPixels &&
                 screen.heightInPixels >= minimumScanout.heightInPixels &&
-                screen.widthInPixels <= maximumScanout.widthInPixels &&
-                screen.heightInPixels <= maximumScanout.heightInPixels,
+                screen.widthInPixels <= maximum.widthInPixels &&
+                screen.heightInPixels <= maximum.heightInPixels,
             u"A screen of %1 pixels cannot be shown: it must have %2 to %3."_s.arg(
                 size.arg(screen.widthInPixels).arg(screen.heightInPixels),
                 size.arg(minimumScanout.widthInPixels).arg(minimumScanout.heightInPixels),
-                size.arg(maximumScanout.widthInPixels).arg(maximumScanout.heightInPixels)));
+                size.arg(maximum.widthInPixels).arg(maximum.heightInPixels)));
 }
 
 void VZVirtualMachineConfiguration::validate() const

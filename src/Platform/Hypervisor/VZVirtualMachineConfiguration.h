@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Hypervisor/EmulatorInstallation.h"
 #include "Platform/Hypervisor/VZDevices.h"
 #include "Platform/Hypervisor/VZStorageDevices.h"
 
@@ -22,15 +23,17 @@ struct VZVirtualMachineConfiguration
     bool operator==(const VZVirtualMachineConfiguration &) const = default;
 
     [[nodiscard]] static qint64 minimumAllowedCPUCount();
-    /// The host's processors that are online.
+    /// The host's processors that are online, or fewer where KVM cannot give a guest so many.
     [[nodiscard]] static qint64 maximumAllowedCPUCount();
     [[nodiscard]] static quint64 minimumAllowedMemorySize();
     /// Physical memory less 1 GiB for the host, in whole MiB, and never below the minimum.
     [[nodiscard]] static quint64 maximumAllowedMemorySize();
 
     static constexpr VZVirtioGraphicsScanoutConfiguration minimumScanout{640, 480};
-    /// What the emulator's display server shows of a screen; of a larger one it would show a part.
-    static constexpr VZVirtioGraphicsScanoutConfiguration maximumScanout{2560, 2048};
+    /// What the emulator's display server shows of a screen, which is more from QEMU 9.1 on; of a larger one
+    /// it would show a part. An emulator that has not said its version is not taken for an old one.
+    [[nodiscard]] static VZVirtioGraphicsScanoutConfiguration
+    maximumScanout(const std::optional<EmulatorInstallation::Version> &emulator);
 
     /// Refuses a screen outside of the two, as validate() does.
     static void validateScreen(const VZVirtioGraphicsScanoutConfiguration &screen);

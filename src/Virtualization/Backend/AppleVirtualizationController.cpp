@@ -1,5 +1,6 @@
 #include "Virtualization/Backend/AppleVirtualizationController.h"
 
+#include "Platform/Hypervisor/KVMProbe.h"
 #include "Platform/Hypervisor/VZError.h"
 #include "Services/DiagnosticLogger.h"
 #include "Virtualization/Backend/KelvoError.h"
@@ -174,6 +175,8 @@ QCoro::Task<> AppleVirtualizationController::boot()
     if (!m_virtualMachine)
         throw KelvoError::configurationInvalid(u"Virtual machine is not configured."_s);
     log(u"Starting VM (Apple Virtualization)"_s);
+    if (const KVMOffer host = hostKVM(); !host.isUsable())
+        log(u"The guest is emulated, because %1."_s.arg(QString::fromStdString(host.reason())));
     const MachineCall start = [options = m_startOptions](VZVirtualMachine &machine,
                                                          const CompletionHandler &handler) {
         machine.start(options, handler);

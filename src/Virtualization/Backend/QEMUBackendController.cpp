@@ -3,6 +3,7 @@
 #include "Platform/FileLock.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
+#include "Platform/Hypervisor/KVMProbe.h"
 #include "Virtualization/Backend/KelvoError.h"
 #include "Virtualization/BundleFiles.h"
 #include "Virtualization/QEMU/QEMUCommandBuilder.h"
@@ -19,6 +20,17 @@ void requireUsablePort(qint64 port)
     if (port < firstVNCPort || port > lastVNCPort) {
         throw KelvoError::configurationInvalid(
             u"The VNC port %1 is not between %2 and %3."_s.arg(port).arg(firstVNCPort).arg(lastVNCPort));
+    }
+}
+
+void requireProcessors(qint64 count)
+{
+    const qint64 maximum = hostKVM().maximumProcessors();
+    if (count > maximum) {
+        throw KelvoError::configurationInvalid(
+            u"This computer can give a machine %1 processors at most, and this one is set to %2."_s
+                .arg(maximum)
+                .arg(count));
     }
 }
 
@@ -77,6 +89,7 @@ void QEMUBackendController::configure(const VMConfiguration &configuration, VMBu
     const QEMUDependencies &dependencies = *status.dependencies;
     const QEMURuntimePaths paths = QEMURuntimePaths::forConfiguration(configuration);
     requireUsablePort(configuration.vncPort);
+    requireProcessors(configuration.cpuCount);
     paths.requireAddressableSockets();
     BundleFiles::requireOrdinary({configuration.diskURL(), paths.uefiVars, paths.serialLog}, *m_fileManager);
     BundleFiles::requireOrdinaryFolder(paths.tpmDirectory, *m_fileManager);

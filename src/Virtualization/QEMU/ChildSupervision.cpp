@@ -12,7 +12,8 @@ void logStandardError(ChildProcess &process, const QString &name)
     const QString prefix = name + u": "_s;
     QObject::connect(&process, &ChildProcess::standardErrorLine, &process, [prefix](const QString &line) {
         const QString message = line.startsWith(prefix) ? line : prefix + line;
-        DiagnosticLogger::shared().log(message, LogLevel::warning);
+        DiagnosticLogger::shared().log(message,
+                                       line.startsWith(hostNote) ? LogLevel::info : LogLevel::warning);
     });
 }
 

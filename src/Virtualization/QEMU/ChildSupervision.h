@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QCoroTask>
+#include <QString>
 
 #include <chrono>
 #include <memory>
@@ -14,7 +15,12 @@ namespace ChildSupervision {
 inline constexpr std::chrono::milliseconds defaultGrace = std::chrono::seconds(10);
 inline constexpr std::chrono::milliseconds killPatience = std::chrono::seconds(10);
 
-/// Puts what the child writes to standard error into the diagnostic log, as warnings under `name`.
+/// How the host adapter begins what it has to say before it becomes the emulator; no word of the emulator's
+/// own.
+inline constexpr QLatin1StringView hostNote{"kelvo-host-adapter: note: "};
+
+/// Puts what the child writes to standard error into the diagnostic log, as warnings under `name`; notes of
+/// the host adapter are none.
 void logStandardError(ChildProcess &process, const QString &name);
 /// SIGTERM, and kill() with a warning in the diagnostic log when that did nothing for `grace`.
 [[nodiscard]] QCoro::Task<> end(std::shared_ptr<ChildProcess> process, QString name,

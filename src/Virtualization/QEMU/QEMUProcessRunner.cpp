@@ -59,7 +59,10 @@ void QEMUProcessRunner::follow(const std::shared_ptr<ChildProcess> &process)
     const auto left = std::make_shared<End>();
     m_end = left;
     QObject::connect(process.get(), &ChildProcess::standardErrorLine, process.get(),
-                     [left](const QString &line) { left->lastLine = line; });
+                     [left](const QString &line) {
+                         if (!line.startsWith(ChildSupervision::hostNote))
+                             left->lastLine = line;
+                     });
     QObject::connect(process.get(), &ChildProcess::exited, process.get(),
                      [left](const ChildExit &exit) { left->exit = exit; });
     if (const TerminationHandler handler = m_terminationHandler) {
