@@ -9,7 +9,6 @@
 #include "ProcessUsage.h"
 #include "StandInMachine.h"
 #include "Statistics.h"
-#include "UI/Components/SymbolCatalogue.h"
 #include "Virtualization/VMManager.h"
 #include "support/EventLoopBeat.h"
 #include "support/Expectations.h"
@@ -232,7 +231,6 @@ QJsonObject runConsoleBenchmark(const QStringList &arguments)
     if (options.rate <= 0 || options.screen.isEmpty() || (!options.isVNC && view != u"hypervisor"))
         throw LocalizedError(u"There is no such view, size or rate."_s);
 
-    SymbolCatalogue::useIconThemes();
     QJsonObject result = options.isVNC ? measureVNC(options) : measureHypervisorView(options);
     if (!options.isVNC)
         result.insert(u"keyToPicture"_s, measureKeys(options));

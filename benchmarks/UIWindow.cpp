@@ -3,7 +3,6 @@
 #include "LibraryOnDisk.h"
 #include "Platform/LocalizedError.h"
 #include "ProcessUsage.h"
-#include "UI/Components/SymbolCatalogue.h"
 #include "UIBenchmark.h"
 #include "Virtualization/VMManager.h"
 
@@ -175,7 +174,6 @@ QJsonObject measure(QQuickWindow &window)
 
 QJsonObject measureShipped(const QString &home)
 {
-    SymbolCatalogue::useIconThemes();
     KelvoApp kelvo(std::make_unique<AppState>(std::make_unique<VMManager>(VMManager::defaultCollaborators())),
                    home + u"/windows.conf"_s);
     if (!kelvo.start())

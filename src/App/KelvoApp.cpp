@@ -1,7 +1,6 @@
 #include "App/KelvoApp.h"
 
 #include "Platform/Desktop/WindowActivation.h"
-#include "UI/Components/SymbolItem.h"
 #include "UI/QmlTypes.h"
 #include "Virtualization/VMManager.h"
 
@@ -63,7 +62,6 @@ bool KelvoApp::start()
     m_mainWindow = makeWindow(u"MainWindow"_s, u"Main"_s);
     if (!m_mainWindow)
         return false;
-    SymbolItem::waitForFirstFrame(*m_mainWindow); // or 10 machines take a tenth longer to come to the screen
     raise(m_mainWindow);
     return true;
 }

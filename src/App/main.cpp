@@ -7,15 +7,16 @@
 #include "Platform/Desktop/ProcessScope.h"
 #include "Platform/Desktop/SleepInhibitor.h"
 #include "UI/Components/AppearancePortal.h"
-#include "UI/Components/SymbolCatalogue.h"
 #include "Virtualization/VMManager.h"
 
 #include <QDir>
 #include <QFont>
 #include <QGuiApplication>
 #include <QIcon>
+#include <QPainter>
 #include <QQuickWindow>
 #include <QStandardPaths>
+#include <QSvgRenderer>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <sys/stat.h>
@@ -38,6 +39,21 @@ QString launchToken()
 {
     const QString token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
     return token.isEmpty() ? qEnvironmentVariable("DESKTOP_STARTUP_ID") : token;
+}
+
+/// For desktops that do not find it through the desktop entry.
+QIcon windowIcon()
+{
+    QSvgRenderer drawing(u":/vostarn.id.Kelvo.svg"_s);
+    QIcon icon;
+    for (const int extent : {16, 32, 64, 128}) {
+        QPixmap picture(extent, extent);
+        picture.fill(Qt::transparent);
+        QPainter painter(&picture);
+        drawing.render(&painter);
+        icon.addPixmap(picture);
+    }
+    return icon;
 }
 
 void connectService(ApplicationService &service, KelvoApp &kelvo)
@@ -117,8 +133,7 @@ int main(int argc, char *argv[])
     if (commandLine.isReversed)
         QGuiApplication::setLayoutDirection(Qt::RightToLeft);
     useReadableFont();
-    SymbolCatalogue::useIconThemes();
-    QGuiApplication::setWindowIcon(QIcon::fromTheme(identifier, QIcon(u":/vostarn.id.Kelvo.svg"_s)));
+    QGuiApplication::setWindowIcon(windowIcon());
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
 
     Appearance::shared().setOverride(commandLine.colorScheme);

@@ -2,7 +2,6 @@
 #include "App/KelvoApp.h"
 #include "RemoteFramebuffer/ServerStream.h"
 #include "UI/Components/FloodingServer.h"
-#include "UI/Components/SymbolCatalogue.h"
 #include "support/EventLoopBeat.h"
 #include "support/ProcessCensus.h"
 #include "support/TestMain.h"
@@ -36,7 +35,6 @@ class ConsolesTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { SymbolCatalogue::useIconThemes(); }
     void cleanup();
     void manyLeaveNothingBehind();
     void comeAndGoWhileFramesArrive();

@@ -1,12 +1,10 @@
 #include "App/AppStage.h"
 #include "App/KelvoApp.h"
 #include "UI/Components/Appearance.h"
-#include "UI/Components/SymbolCatalogue.h"
 #include "support/TestMain.h"
 
 #include <QDir>
 #include <QFontDatabase>
-#include <QIcon>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QtQml/qqmlextensionplugin.h>
@@ -89,9 +87,6 @@ private:
 void PicturesTest::initTestCase()
 {
     QVERIFY2(QFontDatabase::families().contains(u"Noto Sans"_s), "no font Noto Sans: see scripts/setup");
-    SymbolCatalogue::useIconThemes();
-    QIcon::setThemeName(u"breeze"_s);
-    QVERIFY2(QIcon::hasThemeIcon(u"monitor"_s), "no icon theme Breeze: see scripts/setup");
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
     Appearance::shared().setOverride(ColorScheme::light);
     Appearance::shared().setAnimated(false);

@@ -4,7 +4,6 @@
 #include "Platform/FileUrl.h"
 #include "UI/Components/Appearance.h"
 #include "UI/Components/HintFinder.h"
-#include "UI/Components/SymbolCatalogue.h"
 #include "support/TestMain.h"
 
 #include <QDir>
@@ -119,7 +118,6 @@ private:
 
 void WindowsTest::initTestCase()
 {
-    SymbolCatalogue::useIconThemes();
     previousHandler = qInstallMessageHandler(collectWarnings);
 }
 

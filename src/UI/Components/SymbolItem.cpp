@@ -1,14 +1,16 @@
 #include "UI/Components/SymbolItem.h"
 
 #include "UI/Components/Appearance.h"
-#include "UI/Components/SymbolCatalogue.h"
 
 #include <QCache>
 #include <QPainter>
 #include <QQuickWindow>
 #include <QSGImageNode>
+#include <QSvgRenderer>
 
 #include <utility>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -19,7 +21,6 @@ constexpr qsizetype keptPictures = 500;
 struct Key
 {
     QString name;
-    int size;
     int extent;
     QRgb color;
 
@@ -28,22 +29,18 @@ struct Key
 
 size_t qHash(const Key &key, size_t seed)
 {
-    return qHashMulti(seed, key.name, key.size, key.extent, key.color);
+    return qHashMulti(seed, key.name, key.extent, key.color);
 }
 
-QImage draw(const QString &name, int size, int extent, const QColor &color)
+QImage draw(const QString &name, int extent, const QColor &color)
 {
     QImage image(extent, extent, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
-    const QIcon icon = SymbolCatalogue::icon(name);
-    if (icon.isNull())
-        return image;
-    const int drawn = size >= 20 ? 22 : 16;
-    QPixmap pixmap = icon.pixmap(QSize(drawn, drawn), qreal(extent) / drawn);
-    pixmap.setDevicePixelRatio(1);
+    QSvgRenderer drawing(u":/qt-project.org/imports/Kelvo/Components/symbols/%1.svg"_s.arg(name));
+    if (!drawing.isValid())
+        return image; // it has said so
     QPainter painter(&image);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.drawPixmap(QRect(0, 0, extent, extent), pixmap);
+    drawing.render(&painter);
     painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
     painter.fillRect(image.rect(), color);
     return image;
@@ -87,41 +84,21 @@ void SymbolItem::setColor(const QColor &color)
     Q_EMIT colorChanged();
 }
 
-QImage SymbolItem::picture(const QString &name, int size, int extent, const QColor &color)
+QImage SymbolItem::picture(const QString &name, int extent, const QColor &color)
 {
     static QCache<Key, QImage> cache(keptPictures);
-    const Key key = {.name = name, .size = size, .extent = extent, .color = color.rgba()};
+    const Key key = {.name = name, .extent = extent, .color = color.rgba()};
     if (const QImage *known = cache.object(key))
         return *known;
-    const QImage image = draw(name, size, extent, color);
+    const QImage image = draw(name, extent, color);
     cache.insert(key, new QImage(image));
     return image;
 }
 
-void SymbolItem::waitForFirstFrame(QQuickWindow &window)
-{
-    awaited() = &window;
-    // Frames are told by the render thread where there is one.
-    connect(
-        &window, &QQuickWindow::frameSwapped, &window, [] { awaited().clear(); },
-        Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
-}
-
-QPointer<QQuickWindow> &SymbolItem::awaited()
-{
-    static QPointer<QQuickWindow> window;
-    return window;
-}
-
 void SymbolItem::updatePolish()
 {
-    if (window() && window() == awaited()) {
-        connect(window(), &QQuickWindow::frameSwapped, this, &SymbolItem::polish,
-                Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
-        return;
-    }
     const qreal scale = window() ? window()->effectiveDevicePixelRatio() : 1;
-    m_picture = m_name.isEmpty() ? QImage() : picture(m_name, m_size, qRound(m_size * scale), m_color);
+    m_picture = m_name.isEmpty() ? QImage() : picture(m_name, qRound(m_size * scale), m_color);
     m_isPictureNew = true;
     update();
 }

@@ -2,12 +2,12 @@
 
 #include <QColor>
 #include <QImage>
-#include <QPointer>
 #include <QQuickItem>
 #include <QtQml/qqmlregistration.h>
 
-/// A symbol of the catalogue in one colour, a square as large as a line of text unless it is told its size.
-/// Nothing is drawn for an unknown one.
+/// One of our own drawings (folder "symbols") in one colour, a square as large as a line of text unless it is
+/// told its size. An icon theme's would not do: in one that is in wide use "list-remove" is a cross and not a
+/// minus. Nothing but a warning comes of an unknown name.
 class SymbolItem : public QQuickItem
 {
     Q_OBJECT
@@ -27,13 +27,8 @@ public:
     [[nodiscard]] const QColor &color() const { return m_color; }
     void setColor(const QColor &color);
 
-    /// The picture, `extent` pixels wide and high. From 20 device-independent pixels on it is the theme's
-    /// 22 px drawing, below it the 16 px one, scaled as vectors. Transparent when the symbol is unknown. GUI
-    /// thread.
-    [[nodiscard]] static QImage picture(const QString &name, int size, int extent, const QColor &color);
-
-    /// The symbols of `window` come with its second frame: icon themes take their time to come up.
-    static void waitForFirstFrame(QQuickWindow &window);
+    /// The picture, `extent` pixels wide and high; transparent when the symbol is unknown. GUI thread.
+    [[nodiscard]] static QImage picture(const QString &name, int extent, const QColor &color);
 
 Q_SIGNALS:
     void nameChanged();
@@ -46,7 +41,6 @@ protected:
     void itemChange(ItemChange change, const ItemChangeData &data) override;
 
 private:
-    [[nodiscard]] static QPointer<QQuickWindow> &awaited();
     void useSize(int size);
     void followTextSize();
 

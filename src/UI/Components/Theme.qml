@@ -42,7 +42,7 @@ QtObject {
     readonly property int headerHeight: scaled(52)
     readonly property int smallSymbol: scaled(16)
     readonly property int symbol: scaled(22)
-    readonly property int heroSymbol: scaled(66)
+    readonly property int heroSymbol: scaled(56)
 
     // Milliseconds; nothing moves where the desktop wants it so
     readonly property int quick: Appearance.animated ? 90 : 0
