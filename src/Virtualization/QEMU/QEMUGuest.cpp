@@ -153,10 +153,18 @@ UniqueDescriptor QEMUGuest::takeLock() const
 QCoro::Task<> QEMUGuest::waitForVNCPort(std::chrono::milliseconds timeout)
 {
     const qint64 port = m_plan->configuration.vncPort;
-    const QDeadlineTimer deadline(timeout);
+    const QString controlSocket = FileUrl::path(m_plan->runtimePaths.qmpSocket);
+    QDeadlineTimer deadline(timeout);
     std::chrono::milliseconds interval = 5ms; // grows: a fast emulator is there at once
+    bool hasBegun = false;
     bool hasExited = false;
     while (!deadline.hasExpired() && !hasExited) {
+        // What the host adapter asks before it becomes the emulator is not counted.
+        if (!hasBegun &&
+            FileManager::defaultManager().kindOf(controlSocket) == FileManager::FileKind::socket) {
+            hasBegun = true;
+            deadline.setRemainingTime(timeout);
+        }
         const QCoro::Task<bool> probe = isPortOpen(port);
         const bool isOpen = co_await probe;
         if (isOpen && m_qemu.isRunning())
@@ -165,7 +173,9 @@ QCoro::Task<> QEMUGuest::waitForVNCPort(std::chrono::milliseconds timeout)
         hasExited = co_await pause;
         interval = std::min(2 * interval, m_timeouts.displayPoll);
     }
-    throw KelvoError::internalError(u"Timed out waiting for the VM display."_s);
+    const QString lastWords = m_qemu.endReason(m_plan->runtimePaths.qmpSocket).value_or(QString());
+    throw KelvoError::internalError(u"Timed out waiting for the VM display."_s +
+                                    (lastWords.isEmpty() ? QString() : u' ' + lastWords));
 }
 
 QCoro::Task<bool> QEMUGuest::isPortOpen(qint64 port)

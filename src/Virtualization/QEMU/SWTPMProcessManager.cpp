@@ -9,6 +9,7 @@
 #include "Virtualization/Backend/KelvoError.h"
 
 #include <QDeadlineTimer>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -73,10 +74,14 @@ QCoro::Task<> SWTPMProcessManager::start(QUrl tpmDirectory, QUrl socketPath, QUr
     ChildSupervision::logStandardError(*m_process, u"swtpm"_s);
     const QCoro::Task<> socketUp = waitForSocket(socket);
     co_await socketUp;
-    m_endWarning = QObject::connect(m_process.get(), &ChildProcess::exited, m_process.get(), [] {
-        DiagnosticLogger::shared().log(u"swtpm ended; its guest has no TPM until it is started again."_s,
-                                       LogLevel::warning);
-    });
+    ChildProcess *const process = m_process.get();
+    m_endWarning =
+        QObject::connect(process, &ChildProcess::exited, process, [process, delay = m_timeouts.warning] {
+            QTimer::singleShot(delay, process, [] {
+                DiagnosticLogger::shared().log(
+                    u"swtpm ended; its guest has no TPM until it is started again."_s, LogLevel::warning);
+            });
+        });
     DiagnosticLogger::shared().log(u"swtpm started for "_s + FileUrl::lastComponent(tpmDirectory),
                                    LogLevel::info);
 }

@@ -11,6 +11,8 @@ struct SWTPMTimeouts
 {
     std::chrono::milliseconds socket = std::chrono::seconds(5);
     std::chrono::milliseconds grace = ChildSupervision::defaultGrace;
+    /// An emulator that ends takes its TPM with it, and is usually seen to end a little later.
+    std::chrono::milliseconds warning = std::chrono::seconds(2);
 };
 
 /// Owns at most one software TPM (swtpm(8)) and can be used again for the next. One that ends unasked is told

@@ -261,8 +261,10 @@ void TestQEMUBackendController::endsFailedStartsCleanly()
     QFETCH(const QEMUTimeouts, timeouts);
     QFETCH(const QString, warning);
     const bool failsBeforeQEMU = tpm != QEMUStage::goodTPM;
-    const QString failure = failsBeforeQEMU ? u"Timed out waiting for swtpm socket."_s
-                                            : u"Timed out waiting for the VM display."_s;
+    QString failure = failsBeforeQEMU ? u"Timed out waiting for swtpm socket."_s
+                                      : u"Timed out waiting for the VM display."_s;
+    if (emulator.contains(u"out of memory"_s))
+        failure += u" out of memory"_s;
     Machine machine(QEMUStage(emulator, tpm), timeouts);
     const EventLoopBeat beat;
     QCOMPARE(machine.configureAndStart(), failure);
