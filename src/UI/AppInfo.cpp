@@ -2,12 +2,35 @@
 
 #include "Models/VMConfiguration.h"
 #include "Platform/FileUrl.h"
+#include "Platform/Hypervisor/KVMProbe.h"
 #include "Services/DiagnosticLogger.h"
 #include "UI/ByteCount.h"
 #include "Virtualization/VMManager.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
+
+static QString accelerationText(const KVMOffer &host)
+{
+    const QString detail = QString::fromStdString(host.detail);
+    switch (host.obstacle) {
+    case KVMOffer::Obstacle::none:
+        return AppInfo::tr("On");
+    case KVMOffer::Obstacle::otherProcessor:
+        return AppInfo::tr("Off, because this is no ARM64 computer");
+    case KVMOffer::Obstacle::noDevice:
+        return AppInfo::tr("Off, because this system has no /dev/kvm");
+    case KVMOffer::Obstacle::noPermission:
+        return detail.isEmpty()
+                   ? AppInfo::tr("Off, because you may not open /dev/kvm")
+                   : AppInfo::tr(
+                         "Off, because this session is not in the group “%1”, which may open /dev/kvm")
+                         .arg(detail);
+    case KVMOffer::Obstacle::noMachine:
+        return AppInfo::tr("Off, because KVM makes no machine: %1").arg(detail);
+    }
+    Q_UNREACHABLE();
+}
 
 void AppInfo::setManager(VMManager *manager)
 {
@@ -30,6 +53,7 @@ QList<LabeledValue> AppInfo::capabilities() const
         {tr("macOS"), host.macOSVersion},
         {tr("Apple Silicon"), host.isAppleSilicon ? tr("Yes") : tr("No")},
         {tr("Virtualization"), host.virtualizationAvailable ? tr("Available") : tr("Unavailable")},
+        {tr("Hardware acceleration"), accelerationText(hostKVM())},
     };
 }
 

@@ -82,5 +82,13 @@ FocusScope {
                 }
             }
         }
+        Label {
+            width: parent.width
+            visible: text !== ""
+            wrapMode: Text.Wrap
+            text: root.wizard.hardwareHint
+            font.pixelSize: Theme.caption
+            color: Theme.orangeTone
+        }
     }
 }

@@ -70,6 +70,14 @@ FocusScope {
                 color: Theme.secondaryText
             }
         }
+        Label {
+            visible: root.wizard.offersDrivers && !root.wizard.hasDrivers
+            width: parent.width
+            wrapMode: Text.Wrap
+            text: qsTr("Without this image Windows setup finds no disk to install on.")
+            font.pixelSize: Theme.caption
+            color: Theme.orangeTone
+        }
         FileRow {
             visible: root.wizard.offersDrivers
             width: parent.width

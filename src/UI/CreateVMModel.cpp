@@ -4,6 +4,7 @@
 #include "Platform/BinaryUnits.h"
 #include "Platform/FileUrl.h"
 #include "Services/ISOService.h"
+#include "UI/ByteCount.h"
 #include "Virtualization/Backend/KelvoError.h"
 #include "Virtualization/QEMU/QEMURuntimePaths.h"
 #include "Virtualization/VMManager.h"
@@ -348,6 +349,21 @@ QList<LabeledValue> CreateVMModel::summaryRows() const
     if (m_virtioDriversURL.isValid())
         rows.append({tr("Virtio Drivers"), FileUrl::lastComponent(m_virtioDriversURL)});
     return rows;
+}
+
+QString CreateVMModel::hardwareHint() const
+{
+    if (!m_appState)
+        return {};
+    const SystemCapabilities &host = m_appState->vmManager()->systemCapabilities();
+    QStringList hints;
+    if (m_cpuCount > host.physicalCPUCount)
+        hints
+            << tr("More cores than this computer has (%1) make a machine slower.").arg(host.physicalCPUCount);
+    if (m_memoryBytes > host.allowedMemoryRange.maximum)
+        hints << tr("This computer has %1 of memory: a machine with %2 may not start.")
+                     .arg(ByteCount::memoryStyle(host.totalMemoryBytes), sizeLabel(m_memoryBytes));
+    return hints.join(u'\n');
 }
 
 QString CreateVMModel::summaryHint() const

@@ -48,6 +48,7 @@ class CreateVMModel : public QObject
     Q_PROPERTY(int memoryIndex READ memoryIndex WRITE setMemoryIndex NOTIFY changed)
     Q_PROPERTY(int diskIndex READ diskIndex WRITE setDiskIndex NOTIFY changed)
     Q_PROPERTY(int networkIndex READ networkIndex WRITE setNetworkIndex NOTIFY changed)
+    Q_PROPERTY(QString hardwareHint READ hardwareHint NOTIFY changed)
     Q_PROPERTY(QString vmName READ vmName WRITE setVMName NOTIFY changed)
     Q_PROPERTY(QUrl storageLocation READ storageLocation WRITE setStorageLocation NOTIFY changed)
     Q_PROPERTY(QString storageLocationPath READ storageLocationPath NOTIFY changed)
@@ -115,6 +116,9 @@ public:
     void setDiskIndex(int index);
     [[nodiscard]] int networkIndex() const;
     void setNetworkIndex(int index);
+
+    /// What this host cannot do of what is chosen; empty when it can do all of it.
+    [[nodiscard]] QString hardwareHint() const;
 
     [[nodiscard]] QString vmName() const { return m_vmName; }
     void setVMName(const QString &name);

@@ -129,7 +129,14 @@ void CreateVMModelTest::proposedImageIsTakenOnceUnlessOneIsInUse()
 void CreateVMModelTest::processorsFitTheHost()
 {
     QCOMPARE(m_wizard->cpuCount(), 4); // whatever the host has, which only the hypervisor layer minds
-    const auto range = m_state->vmManager()->systemCapabilities().allowedCPUCountRange;
+    const SystemCapabilities &host = m_state->vmManager()->systemCapabilities();
+    QCOMPARE(m_wizard->hardwareHint().contains(u"More cores"_s), host.physicalCPUCount < 4);
+    for (int index = 0; index < m_wizard->memoryLabels().size(); ++index) {
+        m_wizard->setMemoryIndex(index);
+        const bool isTooMuch = VMConfiguration::memoryOptions().at(index) > host.allowedMemoryRange.maximum;
+        QCOMPARE(m_wizard->hardwareHint().contains(u"may not start"_s), isTooMuch);
+    }
+    const auto range = host.allowedCPUCountRange;
     m_wizard->setISOURL(image());
     m_wizard->setGuestOSIndex(1);
     m_wizard->goForward();

@@ -90,6 +90,34 @@
         <source>Not Installed</source>
         <translation>Nicht installiert</translation>
     </message>
+    <message>
+        <source>On</source>
+        <translation>Ein</translation>
+    </message>
+    <message>
+        <source>Off, because this is no ARM64 computer</source>
+        <translation>Aus, denn dies ist kein ARM64-Rechner</translation>
+    </message>
+    <message>
+        <source>Off, because this system has no /dev/kvm</source>
+        <translation>Aus, denn dieses System hat kein /dev/kvm</translation>
+    </message>
+    <message>
+        <source>Off, because you may not open /dev/kvm</source>
+        <translation>Aus, denn Sie dürfen /dev/kvm nicht öffnen</translation>
+    </message>
+    <message>
+        <source>Off, because KVM makes no machine: %1</source>
+        <translation>Aus, denn KVM legt keine Maschine an: %1</translation>
+    </message>
+    <message>
+        <source>Hardware acceleration</source>
+        <translation>Hardwarebeschleunigung</translation>
+    </message>
+    <message>
+        <source>Off, because this session is not in the group “%1”, which may open /dev/kvm</source>
+        <translation>Aus, denn diese Sitzung gehört nicht zur Gruppe „%1“, die /dev/kvm öffnen darf</translation>
+    </message>
 </context>
 <context>
     <name>AppSettingsView</name>
@@ -299,6 +327,10 @@
         <source>Select the ARM64 virtio-win driver ISO</source>
         <translation>Das virtio-win-ISO für ARM64 auswählen</translation>
     </message>
+    <message>
+        <source>Without this image Windows setup finds no disk to install on.</source>
+        <translation>Ohne dieses Abbild findet das Windows-Setup kein Laufwerk für die Installation.</translation>
+    </message>
 </context>
 <context>
     <name>CreateVMModel</name>
@@ -389,6 +421,14 @@
     <message>
         <source>Linux VMs use Apple Virtualization. Install QEMU only if you plan to run Windows.</source>
         <translation>Linux läuft mit Apple Virtualization. QEMU muss nur für Windows installiert werden.</translation>
+    </message>
+    <message>
+        <source>This computer has %1 of memory: a machine with %2 may not start.</source>
+        <translation>Dieser Rechner hat %1 Arbeitsspeicher: eine Maschine mit %2 startet vielleicht nicht.</translation>
+    </message>
+    <message>
+        <source>More cores than this computer has (%1) make a machine slower.</source>
+        <translation>Mehr Kerne, als dieser Rechner hat (%1), machen eine Maschine langsamer.</translation>
     </message>
 </context>
 <context>
