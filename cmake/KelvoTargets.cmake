@@ -26,7 +26,9 @@ target_compile_definitions(kelvo_options INTERFACE
     QT_NO_CAST_FROM_BYTEARRAY
     QT_NO_URL_CAST_FROM_STRING
     QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
+    # The oldest Qt that we build with: what was deprecated later may have no successor there.
     QT_DISABLE_DEPRECATED_BEFORE=0x060400
+    QT_WARN_DEPRECATED_UP_TO=0x060400
     KELVO_VERSION="${PROJECT_VERSION}")
 target_compile_options(kelvo_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wundef
@@ -68,6 +70,7 @@ function(kelvo_test name)
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
     target_precompile_headers(${name} REUSE_FROM kelvo_testsupport)
+    target_compile_options(${name} PRIVATE -fPIC) # as the headers are, and not as a program is
     set_source_files_properties("${CMAKE_CURRENT_BINARY_DIR}/${name}_autogen/mocs_compilation.cpp" PROPERTIES
         SKIP_PRECOMPILE_HEADERS ON) # it is empty
     target_link_libraries(${name} PRIVATE Kelvo::TestSupport ${arg_LINKS})

@@ -1,6 +1,7 @@
 #include "Models/StrictJson.h"
 
 #include <QJsonDocument>
+#include <QTimeZone>
 
 #include <cmath>
 
@@ -29,6 +30,7 @@ int digits(QStringView text)
 
 QDateTime parseDate(QStringView text)
 {
+    static const QTimeZone utc = QTimeZone::utc();
     constexpr QStringView form = u"0000-00-00T00:00:00Z";
     if (text.size() != form.size())
         throw Fault();
@@ -39,7 +41,7 @@ QDateTime parseDate(QStringView text)
     const QTime time(digits(text.sliced(11, 2)), digits(text.sliced(14, 2)), digits(text.sliced(17, 2)));
     if (!day.isValid() || !time.isValid())
         throw Fault();
-    return {day, time, Qt::UTC};
+    return {day, time, utc};
 }
 
 QUuid parseUuid(const QString &text)

@@ -7,6 +7,7 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTimeZone>
 
 using namespace Qt::StringLiterals;
 
@@ -18,8 +19,8 @@ VMConfiguration sample()
 {
     VMConfiguration configuration =
         VMConfiguration::defaultConfiguration(u"Büro 50 % #1, „neu“"_s, GuestOperatingSystem::windows11ARM64);
-    configuration.createdAt = QDateTime({2025, 3, 1}, {10, 15}, Qt::UTC);
-    configuration.modifiedAt = QDateTime({2025, 3, 2}, {23, 59, 59}, Qt::UTC);
+    configuration.createdAt = QDateTime({2025, 3, 1}, {10, 15}, QTimeZone::utc());
+    configuration.modifiedAt = QDateTime({2025, 3, 2}, {23, 59, 59}, QTimeZone::utc());
     return configuration;
 }
 

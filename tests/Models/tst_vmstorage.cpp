@@ -11,6 +11,7 @@
 #include <QJsonObject>
 #include <QRandomGenerator>
 #include <QScopeGuard>
+#include <QTimeZone>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -151,7 +152,7 @@ void VMStorageTest::scanFindsReadableBundlesInOrder()
 void VMStorageTest::savingWritesBothDocumentsForTheUserAlone()
 {
     VMConfiguration configuration = make(u"a"_s);
-    configuration.modifiedAt = QDateTime({2020, 1, 1}, {0, 0}, Qt::UTC);
+    configuration.modifiedAt = QDateTime({2020, 1, 1}, {0, 0}, QTimeZone::utc());
     storage().save(configuration, std::nullopt);
     const VMConfiguration read = storage().loadConfiguration(configuration.storageDirectory);
     QVERIFY(read.modifiedAt > configuration.modifiedAt);
