@@ -55,8 +55,9 @@ class Element:
 
     @property
     def role(self):
-        """As AT-SPI spells it: "push button", "radio button", "list item", "label", "text", "check box", "frame"."""
-        return self._ask(self._accessible.get_role_name, "") or ""
+        """As AT-SPI spells it now: "button", "radio button", "list item", "label", "text", "check box", "frame"."""
+        name = self._ask(self._accessible.get_role_name, "") or ""
+        return "button" if name == "push button" else name  # until AT-SPI 2.56
 
     @property
     def is_showing(self):
@@ -78,9 +79,12 @@ class Element:
 
     @property
     def children(self):
+        """Without the nameless fillers in between, which only some versions of the toolkit have."""
         count = self._ask(self._accessible.get_child_count, 0)
         found = (self._ask(lambda i=i: self._accessible.get_child_at_index(i), None) for i in range(count))
-        return [Element(child, self._application) for child in found if child is not None]
+        elements = [Element(child, self._application) for child in found if child is not None]
+        return [inner for element in elements
+                for inner in (element.children if element.role == "filler" and not element.name else [element])]
 
     def descendants(self):
         """All that is showing, in the order of the tree."""
@@ -220,6 +224,10 @@ class Application(Element):
             return not self.has_window(title)
         # On a busy desktop keys that follow upon a change of the active window may be lost.
         wait_until(press_keys, 30, f"the window \"{title}\" to close")
+
+    def click_at(self, title, x, y):
+        """With the mouse, at a pixel of what picture() shows of the window with this title."""
+        self.desktop.run(["xdotool", "mousemove", "--window", self.activate(title), str(x), str(y), "click", "1"])
 
     def picture(self, title):
         """What the window with this title shows."""

@@ -13,10 +13,10 @@ class Kelvo(Application):
     One that stands `apart` is of another session of the same user, and so a second one beside the first.
     """
 
-    def __init__(self, desktop, program, home, color_scheme="light", apart=False):
+    def __init__(self, desktop, program, home, color_scheme="light", apart=False, environment=None):
         self.home = home
         self.log = home / "kelvo.log"
-        environment = {"HOME": str(home)}
+        environment = {"HOME": str(home)} | (environment or {})
         if apart:
             environment["DBUS_SESSION_BUS_ADDRESS"] = desktop.other_session()
         super().__init__(desktop, [str(program), "--color-scheme", color_scheme], environment, self.log, home)
@@ -24,7 +24,7 @@ class Kelvo(Application):
     def create_machine(self, image, kind="Windows 11 ARM64"):
         """Goes through the wizard, which then starts the installation. The image lies below the home folder."""
         main = self.window(MACHINES)
-        main.find("New Virtual Machine", "push button").press()
+        main.find("New Virtual Machine", "button").press()
         wizard = main.find("New Virtual Machine", "dialog")
         wizard.find(kind, "radio button").press()
         wizard.find("Continue").press()
@@ -90,7 +90,7 @@ class Kelvo(Application):
         window = self.window(title)
         alert = window.find("Kelvo", "dialog")
         alert.find(message)
-        alert.find("OK", "push button").press()
+        alert.find("OK", "button").press()
         window.wait_gone("Kelvo", "dialog")
 
     def answer(self, title, alert, button, timeout=60):
@@ -100,7 +100,7 @@ class Kelvo(Application):
 
         def press():
             found = window.find_now(alert, "dialog")
-            shown = found and found.find_now(button, "push button")
+            shown = found and found.find_now(button, "button")
             if shown:
                 shown.press()
             return not found
@@ -110,12 +110,12 @@ class Kelvo(Application):
         """Presses the console's Stop, insists where Kelvo asks back, and waits until the machine is off."""
         console = self.console(name)
         question = f"Stop “{name}”?"
-        console.find("Stop", "push button").press()
+        console.find("Stop", "button").press()
         wait_until(lambda: console.has(question, "dialog") or console.has("Powered Off", "label"), 30,
                    "the machine to stop, or a question")
         alert = console.find_now(question, "dialog")
         if alert is not None:
-            alert.find("Stop", "push button").press()
+            alert.find("Stop", "button").press()
         console.find("Powered Off", "label", timeout=30)
 
     def crash(self):

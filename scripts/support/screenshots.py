@@ -54,7 +54,7 @@ def first_steps(kelvo, album):
     main.find("No Virtual Machines", "panel")
     album.take("list-empty")
 
-    main.find("New Virtual Machine", "push button").press()
+    main.find("New Virtual Machine", "button").press()
     wizard = main.find("New Virtual Machine", "dialog")
     wizard.find("Windows 11 ARM64", "radio button")
     album.take("wizard-1-system")
@@ -92,8 +92,8 @@ def sections(kelvo, album):
     main = kelvo.window(MACHINES)
     kelvo.card(library.OFF)
     album.take("list-off")
-    album.take("list-hover", pointer_on=kelvo.card(library.OFF).find("Start", "push button"))
-    album.take("list-tool-tip", pointer_on=kelvo.card(library.OFF).find("Stop", "push button"))
+    album.take("list-hover", pointer_on=kelvo.card(library.OFF).find("Start", "button"))
+    album.take("list-tool-tip", pointer_on=kelvo.card(library.OFF).find("Stop", "button"))
     kelvo.activate(MACHINES)
     for name, key in (("menu-file", "alt+f"), ("menu-machine-none", "alt+v")):
         kelvo.keys(key)
@@ -122,7 +122,7 @@ def sections(kelvo, album):
 
 
 def settings_of(kelvo, album, machine, name):
-    kelvo.card(machine).find("Settings", "push button").press()
+    kelvo.card(machine).find("Settings", "button").press()
     kelvo.window("Kelvo").find("VM Settings", "heading")
     album.take(name, "Kelvo")
     album.take_end(f"{name}-end", "Kelvo")
@@ -132,7 +132,7 @@ def settings_of(kelvo, album, machine, name):
 
 def failures(kelvo, album):
     kelvo.resize(MACHINES, *LARGE)
-    kelvo.card(library.BROKEN).find("Start", "push button").press()
+    kelvo.card(library.BROKEN).find("Start", "button").press()
     alert = kelvo.window(MACHINES).find("Kelvo", "dialog", timeout=30)
     album.take("alert")
     alert.find("OK").press()
@@ -160,7 +160,7 @@ def guests(kelvo, album):
     kelvo.close(library.NEW)
 
     kelvo.activate(MACHINES)
-    kelvo.card(library.INSTALLED).find("Start", "push button").press()
+    kelvo.card(library.INSTALLED).find("Start", "button").press()
     kelvo.card(library.INSTALLED).find("Running", "label", timeout=60)
     with halted_emulator(kelvo):
         open_console(kelvo, library.INSTALLED).find("Connecting to VM display…")
@@ -173,11 +173,11 @@ def guests(kelvo, album):
     album.take("console-full-screen", library.INSTALLED)
     kelvo.keys("Control_L+Alt_L")
     kelvo.keys("F11")
-    kelvo.console(library.INSTALLED).find("Shut Down", "push button").press()
+    kelvo.console(library.INSTALLED).find("Shut Down", "button").press()
     kelvo.console(library.INSTALLED).find("Shutting Down", "label")
     album.take("console-shutting-down", library.INSTALLED)
 
-    open_console(kelvo, library.LINUX).find("Start", "push button").press()
+    open_console(kelvo, library.LINUX).find("Start", "button").press()
     wait_for_firmware(kelvo, library.LINUX)
     kelvo.console(library.LINUX).find("Pause").press()
     kelvo.console(library.LINUX).find("Paused", "label")
@@ -196,7 +196,7 @@ def guests(kelvo, album):
     album.take("menu-machine")
     kelvo.keys("Escape")
     question = f"Stop “{library.INSTALLED}”?"
-    kelvo.card(library.INSTALLED).find("Stop", "push button").press()
+    kelvo.card(library.INSTALLED).find("Stop", "button").press()
     kelvo.window(MACHINES).find(question, "dialog")
     album.take("alert-stop")
     kelvo.keys("Escape")
@@ -224,7 +224,7 @@ def wait_for_firmware(kelvo, name):
 
 def open_console(kelvo, name):
     kelvo.activate(MACHINES)
-    kelvo.card(name).find("Console", "push button").press()
+    kelvo.card(name).find("Console", "button").press()
     return kelvo.console(name)
 
 

@@ -115,14 +115,14 @@ def place_on_the_desktop(stage):
 
 
 def start_over_the_bus(stage, program):
-    """As a desktop launches an entry that is activated over the bus, with the service file that is installed."""
-    installed = (program.parents[2] / "packaging" / "vostarn.id.Kelvo.service").read_text()
+    """As a desktop launches an entry that is activated over the bus, with the service file that an installation makes."""
+    template = (Path(__file__).parents[2] / "packaging" / "vostarn.id.Kelvo.service.in").read_text()
     variables = {"HOME": stage.home, "DISPLAY": stage.desktop.environment["DISPLAY"]}
     assignments = [f"{name}={value}" for name, value in variables.items()]
     with_home = "Exec=" + shlex.join(["/usr/bin/env", *assignments, str(program)])
     services = Path(stage.desktop.environment["XDG_RUNTIME_DIR"]) / "dbus-1" / "services"
     services.mkdir(parents=True, exist_ok=True)
-    service = re.sub("^Exec=.*/kelvo$", lambda _: with_home, installed, flags=re.MULTILINE)
+    service = re.sub("^Exec=.*/kelvo$", lambda _: with_home, template, flags=re.MULTILINE)
     (services / "vostarn.id.Kelvo.service").write_text(service)
     session = session_bus(stage)
 

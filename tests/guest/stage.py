@@ -11,7 +11,7 @@ from itertools import islice
 from pathlib import Path
 
 from application import wait_until
-from desktop import Desktop
+from desktop import DESKTOP_SIZE, Desktop
 from kelvo import Kelvo
 
 EMULATOR = "qemu-system-aarch64"
@@ -29,8 +29,8 @@ class Stage:
         self._kept = kept
 
     @contextmanager
-    def kelvo(self, apart=False):
-        with Kelvo(self.desktop, self._program, self.home, apart=apart) as kelvo:
+    def kelvo(self, **options):
+        with Kelvo(self.desktop, self._program, self.home, **options) as kelvo:
             try:
                 yield kelvo
             except BaseException:
@@ -61,8 +61,8 @@ class Stage:
     def check_private(self):
         """Other users can neither read nor reach anything of the machines', also what the emulators have made."""
         files = list(self.home.rglob("*.vm/**/*"))
-        # swtpm gives its socket a mode of its own; its folder is closed.
-        open_to_others = [str(path) for path in files if path.stat().st_mode & 0o077 and path.name != "swtpm.sock"]
+        # swtpm gives what it makes modes of its own, in a folder that is closed.
+        open_to_others = [str(path) for path in files if path.stat().st_mode & 0o077 and path.parent.name != "tpm"]
         check(files and not open_to_others, f"open to others: {open_to_others}")
 
     def check_nothing_left(self, port=None):
@@ -105,7 +105,7 @@ def take_up(stage, name, shows, start):
             kelvo.card(name).find("Powered Off", "label", timeout=2)
             stage.check_nothing_left()
             # And the first one sees what the second one starts.
-            console.find(start, "push button").press()
+            console.find(start, "button").press()
             console.find("Running", "label", timeout=30)
             kelvo.card(name).find("Running", "label", timeout=2)
             other.crash()
@@ -147,7 +147,7 @@ def check(condition, what):
         raise AssertionError(what)
 
 
-def run(test, seconds):
+def run(test, seconds, desktop_size=DESKTOP_SIZE):
     """Runs test(stage) with the command line PROGRAM KEPT_FOLDER; nothing of it outlives the given time."""
     def give_up(*_):
         raise TimeoutError(f"the test took longer than {seconds} s")
@@ -157,5 +157,5 @@ def run(test, seconds):
     signal.alarm(seconds)
     program, kept = Path(sys.argv[1]).resolve(), Path(sys.argv[2])
     shutil.rmtree(kept, ignore_errors=True)
-    with Desktop() as desktop:
+    with Desktop(size=desktop_size) as desktop:
         test(Stage(desktop, program, kept))

@@ -8,7 +8,7 @@ from kelvo import MACHINES
 from stage import check, run
 
 NAME = "Windows 11"
-CONTROLS = {"push button", "check box", "radio button", "combo box", "text", "slider", "spin button", "list", "menu item",
+CONTROLS = {"button", "check box", "radio button", "combo box", "text", "slider", "spin button", "list", "menu item",
             "scroll bar", "list item"}
 MOST_STOPS = 60
 # Arrows go from one of these to the next; their list or group is where Tab stops.
@@ -25,7 +25,7 @@ class Control:
         owner = container if self.role in ITEMS else element
         self.stop = owner.role, owner.name
         # A disabled button has a description, which says why.
-        self.is_stop = self.role in CONTROLS and is_in_chain and not (self.role == "push button" and element.description)
+        self.is_stop = self.role in CONTROLS and is_in_chain and not (self.role == "button" and element.description)
 
 
 def controls(element, is_in_chain=True):
@@ -107,7 +107,7 @@ def walk_through_every_window(stage):
             window = kelvo.window("Kelvo")
             walk(kelvo, window, section)
         window.find("Sidebar", "list").find(MACHINES, "list item").press()
-        kelvo.card(NAME).find("Settings", "push button").press()
+        kelvo.card(NAME).find("Settings", "button").press()
         window = kelvo.window("Kelvo")
         window.find("VM Settings")
         walk(kelvo, window, "the machine's settings")
@@ -119,7 +119,7 @@ def walk_through_every_window(stage):
         kelvo.keys("Escape")
 
         window.find("Sidebar", "list").find(MACHINES, "list item").press()
-        kelvo.card(NAME).find("Console", "push button").press()
+        kelvo.card(NAME).find("Console", "button").press()
         console = kelvo.console(NAME)
         kelvo.activate(NAME)
         walk(kelvo, console, "the console")
