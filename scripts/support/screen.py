@@ -33,6 +33,19 @@ class Picture:
             counts.update(zip(line[0::3], line[1::3], line[2::3]))
         return counts
 
+    def bounds(self, colour, below=0.0):
+        """The smallest rectangle with all pixels of just this colour in it: left, top, right, bottom, in pixels, the latter
+        two exclusive; none where there are none. `below`: how much of the picture's top is left out, 0 to 1."""
+        wanted = bytes(colour)
+        rows, columns = [], []
+        for row in range(round(below * self.height), self.height):
+            line = self._pixels[row * self.width * 3:(row + 1) * self.width * 3]
+            found = [x for x in range(self.width) if line[3 * x:3 * x + 3] == wanted] if wanted in line else []
+            if found:
+                rows.append(row)
+                columns += [found[0], found[-1]]
+        return (min(columns), rows[0], max(columns) + 1, rows[-1] + 1) if rows else None
+
     def share(self, colour, region=WHOLE, tolerance=8):
         """The share of pixels, 0 to 1, whose channels are all within the tolerance of the colour's."""
         counts = self.colours(region)
