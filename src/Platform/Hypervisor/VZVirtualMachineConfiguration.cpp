@@ -125,12 +125,16 @@ VZVirtualMachineConfiguration::maximumScanout(const std::optional<EmulatorInstal
 
 void VZVirtualMachineConfiguration::validateScreen(const VZVirtioGraphicsScanoutConfiguration &screen)
 {
-    const VZVirtioGraphicsScanoutConfiguration maximum = maximumScanout(EmulatorInstallation::version());
+    const auto isAtMost = [&screen](const VZVirtioGraphicsScanoutConfiguration &maximum) {
+        return screen.widthInPixels <= maximum.widthInPixels &&
+               screen.heightInPixels <= maximum.heightInPixels;
+    };
+    VZVirtioGraphicsScanoutConfiguration maximum = maximumScanout(EmulatorInstallation::Version{});
+    if (!isAtMost(maximum)) // nobody has to ask the emulator about a usual one
+        maximum = maximumScanout(EmulatorInstallation::version());
     const QString size = u"%1 × %2"_s;
     require(screen.widthInPixels >= minimumScanout.widthInPixels &&
-                screen.heightInPixels >= minimumScanout.heightInPixels &&
-                screen.widthInPixels <= maximum.widthInPixels &&
-                screen.heightInPixels <= maximum.heightInPixels,
+                screen.heightInPixels >= minimumScanout.heightInPixels && isAtMost(maximum),
             u"A screen of %1 pixels cannot be shown: it must have %2 to %3."_s.arg(
                 size.arg(screen.widthInPixels).arg(screen.heightInPixels),
                 size.arg(minimumScanout.widthInPixels).arg(minimumScanout.heightInPixels),
