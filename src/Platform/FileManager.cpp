@@ -311,7 +311,7 @@ void FileManager::truncateFile(const QString &path, quint64 length)
         throw PlatformError(errno, u"resize"_s, path);
 }
 
-void FileManager::copyItem(const QString &from, const QString &to)
+void FileManager::copyItem(const QString &from, const QString &to, const std::optional<Amendment> &amendment)
 {
     const UniqueDescriptor source = openFile(from, O_RDONLY | O_NONBLOCK | O_NOCTTY);
     struct stat status = {};
@@ -335,6 +335,11 @@ void FileManager::copyItem(const QString &from, const QString &to)
             throw PlatformError(errno, u"copy"_s, from);
         copyRange(source.get(), temporary.descriptor(), data, hole, to);
         position = hole;
+    }
+    if (amendment) {
+        if (::lseek(temporary.descriptor(), amendment->offset, SEEK_SET) < 0)
+            throw PlatformError(errno, u"write to"_s, to);
+        writeAll(temporary.descriptor(), amendment->bytes.constData(), amendment->bytes.size(), to);
     }
     temporary.becomeNewTarget();
 }

@@ -60,9 +60,17 @@ public:
     virtual bool createFile(const QString &path);
     /// Opens for writing and sets the length; an extension is a hole.
     virtual void truncateFile(const QString &path, quint64 length);
-    /// Copies a regular file with its holes kept, to a path where nothing exists (EEXIST otherwise); the copy
-    /// (0600) appears whole or not at all.
-    virtual void copyItem(const QString &from, const QString &to);
+    struct Amendment
+    {
+        qint64 offset;
+        QByteArray bytes;
+
+        bool operator==(const Amendment &) const = default;
+    };
+    /// Copies a regular file with its holes kept, to a path where nothing exists (EEXIST otherwise), and
+    /// writes `amendment` over the copy; that (0600) appears whole or not at all.
+    virtual void copyItem(const QString &from, const QString &to,
+                          const std::optional<Amendment> &amendment = std::nullopt);
     virtual void removeItem(const QString &path);
 
     /// Another one after each change: of a file that is replaced whole, of a folder whose entries come or go.

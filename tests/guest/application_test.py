@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """A machine's whole life as its owner sees it, from the wizard to the next start of the application."""
 
-from firmware import shows_firmware, shows_menu
+from firmware import shows_menu, shows_refusal
 from stage import EMULATOR, TPM, check, display_port, guest_status, is_listening, run, take_up
 
 NAME = "Windows 11"
@@ -15,7 +15,7 @@ def life_of_a_machine(stage):
     with stage.kelvo() as kelvo:
         kelvo.create_machine(image)
         console = kelvo.console(NAME, timeout=30)
-        kelvo.wait_for_picture(NAME, shows_firmware, 60, "the firmware's screen in the console")
+        kelvo.wait_for_picture(NAME, shows_refusal, 60, "the firmware's screen in the console")
         emulators = stage.guests(EMULATOR)
         check(len(emulators) == 1 and len(stage.guests(TPM)) == 1, f"not one guest runs: {stage.desktop.processes()}")
         port = display_port(emulators[0])
@@ -40,22 +40,19 @@ def life_of_a_machine(stage):
         kelvo.window("Virtual Machines").find("Start", "menu item").click()
         console.find("Running", "label")
         check(guest_status(bundle / "qmp.sock") == "running", "the guest stands still after Start")
-        check(shows_firmware(kelvo.picture(NAME)), "the firmware's screen has gone from the console")
+        check(shows_refusal(kelvo.picture(NAME)), "the firmware's screen has gone from the console")
 
         kelvo.console(NAME).find("Guest screen").click()
-        before = kelvo.wait_for_still_picture(NAME, 60)
-        kelvo.type_text("exit")
-        kelvo.wait_for_picture(NAME, lambda picture: picture != before, 20, "the typed text in the firmware's shell")
         kelvo.keys("Return")
-        kelvo.wait_for_picture(NAME, shows_menu, 60, "the firmware's menu, to which the shell's end leads")
+        kelvo.wait_for_picture(NAME, shows_menu, 60, "the firmware's menu, to which any key leads")
 
         kelvo.stop(NAME)
         stage.check_nothing_left(port)
         card = labels(kelvo.card(NAME))
         console.find("Install", "button").press()
-        kelvo.wait_for_picture(NAME, shows_firmware, 60, "the firmware's screen after the second start")
+        kelvo.wait_for_picture(NAME, shows_refusal, 60, "the firmware's screen after the second start")
         kelvo.crash()
-    take_up(stage, NAME, shows_firmware, "Install")
+    take_up(stage, NAME, shows_refusal, "Install")
 
     documents = {path.name: path.read_bytes() for path in bundle.glob("*.json")}
     with stage.kelvo() as kelvo:

@@ -3,6 +3,7 @@
 #include "Platform/FileUrl.h"
 #include "Services/DiagnosticLogger.h"
 #include "Virtualization/Backend/QEMUBackendController.h"
+#include "Virtualization/QEMU/QEMUCommandBuilder.h"
 #include "guest/GuestBundle.h"
 #include "support/Expectations.h"
 #include "support/ProcessCensus.h"
@@ -119,6 +120,28 @@ std::unique_ptr<QEMUBackendController> makeController()
 {
     return std::make_unique<QEMUBackendController>(QEMUDependencyService(), FileManager::defaultManager(),
                                                    patient);
+}
+
+/// A guest of that machine whose firmware has a shell, as none has that checks signatures. Its empty
+/// variables take no space.
+std::shared_ptr<QEMUGuest> makeGuestWithShell(const Machine &machine)
+{
+    QEMUDependencies dependencies = *QEMUDependencyService().status().dependencies;
+    dependencies.uefiCode = FileUrl::file(EmulatorInstallation::find()->firmwareCode);
+    const QEMURuntimePaths paths = QEMURuntimePaths::forConfiguration(machine.configuration);
+    FileManager::defaultManager().createFile(FileUrl::path(paths.uefiVars));
+    FileManager::defaultManager().truncateFile(FileUrl::path(paths.uefiVars), quint64(64) << 20);
+    auto guest = std::make_shared<QEMUGuest>(patient);
+    guest->setPlan({
+        .configuration = machine.configuration,
+        .runtimePaths = paths,
+        .dependencies = dependencies,
+        .arguments = QEMUCommandBuilder(dependencies)
+                         .buildArguments(machine.configuration, VMBuildMode::normalBoot, std::nullopt,
+                                         paths.uefiVars, paths.tpmSocket, paths.qmpSocket),
+        .qmpClient = QMPClient(paths.qmpSocket),
+    });
+    return guest;
 }
 
 QString log()
@@ -282,9 +305,9 @@ void TestQEMUGuest::disconnectsTheNetwork()
         machine.configuration.networkMode = mode;
         GuestBundle::addScript(machine.diskPath(),
                                u"connect -r\r\nfs0:\r\nifconfig -l >a network.txt\r\nreset -s\r\n"_s);
-        const auto controller = makeController();
-        QVERIFY2(machine.start(*controller).isNull(), qPrintable(log()));
-        QTRY_COMPARE_WITH_TIMEOUT(controller->state(), VMState::poweredOff, 90'000);
+        const auto guest = makeGuestWithShell(machine);
+        QVERIFY2(QCoro::waitFor(outcomeOf(guest->start())).isNull(), qPrintable(log()));
+        QTRY_COMPARE_WITH_TIMEOUT(guest->state(), VMState::poweredOff, 90'000);
         QProcess reader;
         reader.start(u"mtype"_s, {u"-i"_s, machine.diskPath(), u"::/network.txt"_s});
         QVERIFY(reader.waitForFinished());
@@ -302,19 +325,15 @@ void TestQEMUGuest::waitsForSpaceOnAFullDisk()
     const Machine machine(u"Full"_s);
     GuestBundle::addScript(machine.diskPath(), SmallFileSystem::fillingScript);
     SmallFileSystem::addLargeFile(machine.diskPath());
-    // An empty store is all zeros, which take space when they are copied.
-    const QString store = FileUrl::path(machine.configuration.uefiVarsURL());
-    FileManager::defaultManager().createFile(store);
-    FileManager::defaultManager().truncateFile(store, quint64(64) << 20);
-    const auto controller = makeController();
+    const auto guest = makeGuestWithShell(machine);
     QString told;
-    controller->onUnaskedChange([&told](const QString &reason) { told = reason; });
-    QVERIFY2(machine.start(*controller).isNull(), qPrintable(log()));
-    QTRY_COMPARE_WITH_TIMEOUT(controller->state(), VMState::paused, 90'000);
+    guest->onUnaskedChange([&told](const QString &reason) { told = reason; });
+    QVERIFY2(QCoro::waitFor(outcomeOf(guest->start())).isNull(), qPrintable(log()));
+    QTRY_COMPARE_WITH_TIMEOUT(guest->state(), VMState::paused, 90'000);
     QCOMPARE(told, u"The host has no space left for the virtual disk. Make room, then resume."_s);
     disk.grow();
-    QCOMPARE(QCoro::waitFor(outcomeOf(controller->resume())), QString());
-    QTRY_COMPARE_WITH_TIMEOUT(controller->state(), VMState::poweredOff, 90'000);
+    QCOMPARE(QCoro::waitFor(outcomeOf(guest->resume())), QString());
+    QTRY_COMPARE_WITH_TIMEOUT(guest->state(), VMState::poweredOff, 90'000);
     QCOMPARE(told, QString());
 }
 

@@ -43,7 +43,8 @@ QStringList firmware(const VZVirtualMachineConfiguration &configuration,
             u"-blockdev"_s, blockDevice(u"vars"_s, store, false)};
 }
 
-QString deviceOptions(const VZStorageDeviceConfiguration &device, const QString &drive, const QString &id)
+/// What a guest is given for a disk of its own.
+QString diskOptions(const VZStorageDeviceConfiguration &device, const QString &drive, const QString &id)
 {
     if (std::holds_alternative<VZNVMExpressControllerDeviceConfiguration>(device))
         return u"nvme,id=%1,drive=%2,serial=%2"_s.arg(id, drive);
@@ -51,18 +52,32 @@ QString deviceOptions(const VZStorageDeviceConfiguration &device, const QString 
     return u"virtio-blk-pci,id=%1,drive=%2,werror=enospc,rerror=report"_s.arg(id, drive);
 }
 
+/// Installers look for their medium among CD-ROMs and USB sticks, not among a virtual machine's disks.
+QStringList cdDevice(const QString &drive, const QString &id, const QString &bootIndex)
+{
+    return {u"-device"_s, u"usb-bot,id=%1,bus=usb0.0"_s.arg(id), u"-device"_s,
+            u"scsi-cd,bus=%1.0,drive=%2"_s.arg(id, drive) + bootIndex};
+}
+
+/// After the USB controller, which the media are plugged into.
 QStringList storage(const QList<VZStorageDeviceConfiguration> &devices)
 {
     QStringList result;
     for (qsizetype index = 0; index < devices.size(); ++index) {
         const VZDiskImageStorageDeviceAttachment &attachment = attachmentOf(devices[index]);
-        const QString drive = u"disk"_s + QString::number(index);
+        const bool isMedium = attachment.isReadOnly();
+        const QString number = QString::number(index);
+        const QString drive = u"disk"_s + number;
+        const QString id = u"storage"_s + number;
+        const QString bootIndex = u",bootindex="_s + QString::number(index + 1);
         const QJsonObject trimming{{"discard"_L1, "unmap"_L1}, {"detect-zeroes"_L1, "unmap"_L1}};
-        const QString options = deviceOptions(devices[index], drive, u"storage"_s + QString::number(index));
         result << u"-blockdev"_s
-               << blockDevice(drive, FileUrl::path(attachment.url()), attachment.isReadOnly(),
-                              attachment.isReadOnly() ? QJsonObject() : trimming)
-               << u"-device"_s << options + u",bootindex="_s + QString::number(index + 1);
+               << blockDevice(drive, FileUrl::path(attachment.url()), isMedium,
+                              isMedium ? QJsonObject() : trimming);
+        if (isMedium)
+            result += cdDevice(drive, id, bootIndex);
+        else
+            result << u"-device"_s << diskOptions(devices[index], drive, id) + bootIndex;
     }
     return result;
 }
@@ -99,8 +114,8 @@ QStringList EmulatorCommandLine::arguments(const VZVirtualMachineConfiguration &
            processor(accelerator) + QStringList{u"-smp"_s,  QString::number(configuration.cpuCount),
                                                 u"-m"_s,    QString::number(configuration.memorySize) + u'B',
                                                 u"-uuid"_s, identity.toString(QUuid::WithoutBraces)} +
-           storage(configuration.storageDevices) + network(configuration) +
            screenAndInput(configuration.graphicsDevices.first().scanouts.first()) +
+           storage(configuration.storageDevices) + network(configuration) +
            QStringList{u"-chardev"_s, u"socket,id=qmp,fd=%1,server=on,wait=off"_s.arg(controlDescriptor),
                        u"-mon"_s, u"chardev=qmp,mode=control"_s, u"-S"_s};
 }

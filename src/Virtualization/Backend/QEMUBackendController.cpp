@@ -6,6 +6,7 @@
 #include "Platform/Hypervisor/KVMProbe.h"
 #include "Virtualization/Backend/KelvoError.h"
 #include "Virtualization/BundleFiles.h"
+#include "Virtualization/QEMU/FirmwareVariables.h"
 #include "Virtualization/QEMU/QEMUCommandBuilder.h"
 
 using namespace Qt::StringLiterals;
@@ -14,6 +15,9 @@ namespace {
 
 constexpr qint64 firstVNCPort = 5900; // display number 0
 constexpr qint64 lastVNCPort = 65535;
+// The largest screen, in pixels, that edk2 gives a guest without a driver; by itself it takes 800x600.
+constexpr quint32 screenWidth = 1024;
+constexpr quint32 screenHeight = 768;
 
 void requireUsablePort(qint64 port)
 {
@@ -115,8 +119,13 @@ void QEMUBackendController::configure(const VMConfiguration &configuration, VMBu
 void QEMUBackendController::prepareUEFIVariables(const QUrl &uefiVarsTemplate, const QUrl &destination)
 {
     const QString store = FileUrl::path(destination);
-    if (!m_fileManager->fileExists(store))
-        m_fileManager->copyItem(FileUrl::path(uefiVarsTemplate), store);
+    if (m_fileManager->fileExists(store))
+        return;
+    const QString original = FileUrl::path(uefiVarsTemplate);
+    const QByteArray image = m_fileManager->readFile(original, FirmwareVariables::maximumBytes);
+    m_fileManager->copyItem(
+        original, store,
+        FirmwareVariables::screenSize(image, screenWidth, screenHeight).value_or(FileManager::Amendment()));
 }
 
 QCoro::Task<> QEMUBackendController::start()
