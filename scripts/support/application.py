@@ -197,8 +197,9 @@ class Application(Element):
         """Presses keys on the window with the focus; names as xdotool(1) has them: "ctrl+n", "Return"."""
         self.desktop.run(["xdotool", "key", "--clearmodifiers", *names])
 
-    def type_text(self, text):
-        self.desktop.run(["xdotool", "type", "--delay", "20", text])
+    def type_text(self, text, delay=20):
+        """The delay, in milliseconds, comes after each key: a guest's keyboard keeps 16 changes for a slow guest, no more."""
+        self.desktop.run(["xdotool", "type", "--delay", str(delay), text])
 
     def activate(self, title):
         """Raises the window with this title and gives it the focus. Returns its X number."""

@@ -54,7 +54,7 @@ def installer_is_operated(stage):
         kelvo.keys("Return")
         time.sleep(3)
         # Only where it sees its medium as a CD-ROM, which is what it looks for: device type 5 of SCSI.
-        kelvo.type_text("grep -q 5 /sys/bus/scsi/devices/*/type && poweroff -f")
+        kelvo.type_text("grep -q 5 /sys/bus/scsi/devices/*/type && poweroff -f", delay=150)
         kelvo.keys("Return")
         console.find("Powered Off", "label", timeout=60)
         stage.check_nothing_left()
