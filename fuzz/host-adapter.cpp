@@ -14,7 +14,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 {
     if (size == 0)
         return 0;
-    const HostOffer offer{.hardwareAcceleration = (data[0] & 1) != 0, .tpmCrbDevice = (data[0] & 2) != 0};
+    const HostOffer offer{.hardwareAcceleration = (data[0] & 1) != 0,
+                          .tpmCrbDevice = (data[0] & 2) != 0,
+                          .displayDriver = (data[0] & 4) != 0};
     const std::string text(data + 1, data + size);
     std::vector<std::string> arguments;
     for (std::size_t begin = 0; begin <= text.size();) {

@@ -150,7 +150,7 @@ std::vector<std::string> ArgumentRewriter::rewritten(const HostOffer &offer) con
             value = withHead(value, emulatedProcessor);
         else if (option.name == "device" && first == crbDevice && !offer.tpmCrbDevice && !isQuestion(value))
             value = withHead(value, tisDevice);
-        else if (option.name == "device" && value == driverDisplay)
+        else if (option.name == "device" && value == driverDisplay && !offer.displayDriver)
             value = firmwareDisplay;
         else if (option.name == "device" && first == networkDevice && !isQuestion(value) &&
                  !hasParameter(value, "romfile="))

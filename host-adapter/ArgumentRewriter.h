@@ -11,6 +11,8 @@ struct HostOffer
     bool hardwareAcceleration = false;
     /// The emulator knows the device "tpm-crb-device".
     bool tpmCrbDevice = false;
+    /// The guest has a driver for a virtio display, see displayDriverMark.
+    bool displayDriver = false;
 
     bool operator==(const HostOffer &) const = default;
 };
@@ -32,8 +34,8 @@ public:
 
     /// Replaces the accelerator "hvf" by "kvm" or "tcg" and, where tcg stands in for it, the processor "host"
     /// by "max,pauth=off"; "tpm-crb-device" by "tpm-tis-device" where the former is missing; a bare
-    /// "virtio-gpu-pci" by "ramfb", since a guest without a driver for the former has no picture from the
-    /// moment its boot loader hands over; gives a "virt" machine of more than eight processors
+    /// "virtio-gpu-pci" by "ramfb" where the guest has no driver for the former, and so would have no picture
+    /// from the moment its boot loader hands over; gives a "virt" machine of more than eight processors
     /// "gic-version=max" unless the list names a version; and keeps a "virtio-net-pci" from a boot ROM that
     /// need not be installed. Such a list is for a guest that takes the clock for local time:
     /// "-rtc base=localtime" comes before it unless it has the option.

@@ -56,10 +56,3 @@ std::string Emulator::reasonToEmulate() const
     const bool hasKVM = !accelerators || accelerators->find("\nkvm\n") != std::string::npos;
     return hasKVM ? std::string() : m_path + " was built without KVM";
 }
-
-bool Emulator::hasTpmCrbDevice() const
-{
-    // The exit status is 0 whether it knows the device or not.
-    const std::optional<std::string> answer = emulatorAnswer(m_path, {"-device", "tpm-crb-device,help"});
-    return answer && answer->find("tpm-crb-device options") != std::string::npos;
-}

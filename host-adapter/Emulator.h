@@ -15,8 +15,7 @@ public:
     /// Why the host's processors cannot run guests; empty when they can. An emulator that takes longer than
     /// two seconds to say what it was built with is believed to be able to use them.
     [[nodiscard]] std::string reasonToEmulate() const;
-    /// The emulator knows the device "tpm-crb-device"; false also when it has not said so within two seconds.
-    [[nodiscard]] bool hasTpmCrbDevice() const;
+    [[nodiscard]] const std::string &path() const { return m_path; }
     /// Becomes the emulator: same process, descriptors and environment. Returns only on failure, with errno.
     [[nodiscard]] int become(std::string programName, std::vector<std::string> arguments) const;
 

@@ -1,6 +1,10 @@
 #include "ArgumentRewriter.h"
 #include "Emulator.h"
+#include "Platform/Hypervisor/DisplayDriverMark.h"
+#include "Platform/Hypervisor/EmulatorAnswer.h"
 #include "Platform/Hypervisor/ProcessorKinds.h"
+
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -49,7 +53,9 @@ int main(int argc, char *argv[])
     if (asksForAcceleration && obstacle.empty())
         oneKind.emplace();
     const HostOffer offer{.hardwareAcceleration = obstacle.empty(),
-                          .tpmCrbDevice = rewriter.asksForTpmCrbDevice() && emulator.hasTpmCrbDevice()};
+                          .tpmCrbDevice =
+                              rewriter.asksForTpmCrbDevice() && emulatorHasTpmCrbDevice(emulator.path()),
+                          .displayDriver = ::access(displayDriverMark, F_OK) == 0};
     const int error = emulator.become(argc > 0 ? argv[0] : KELVO_EMULATOR, rewriter.rewritten(offer));
     std::fprintf(stderr, "kelvo-host-adapter: " KELVO_EMULATOR " could not be run: %s\n",
                  std::strerror(error));

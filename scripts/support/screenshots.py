@@ -12,7 +12,7 @@ from pathlib import Path
 import library
 from application import NotFound, command_of, wait_until
 from desktop import Desktop, DesktopError, children_of
-from firmware import shows_firmware
+from firmware import shows_firmware, shows_refusal
 from kelvo import MACHINES, Kelvo
 
 SCHEMES = ("light", "dark")
@@ -217,8 +217,9 @@ def guests(kelvo, album):
 
 
 def wait_for_firmware(kelvo, name):
-    """Its shell, where it stays: there is nothing to boot from."""
-    kelvo.wait_for_picture(name, shows_firmware, 120, "the firmware's screen in the console")
+    """Where it stays: there is nothing to boot from."""
+    shows = shows_firmware if name == library.LINUX else shows_refusal
+    kelvo.wait_for_picture(name, shows, 120, "the firmware's screen in the console")
     kelvo.wait_for_still_picture(name, 60)
 
 

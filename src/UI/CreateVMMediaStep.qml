@@ -70,6 +70,19 @@ FocusScope {
                 color: Theme.secondaryText
             }
         }
+        TextButton {
+            visible: root.wizard.offersDrivers
+            text: qsTr("What Windows needs here…")
+            onClicked: page.open()
+        }
+        Label {
+            visible: root.wizard.offersDrivers && notes.lacksTPM
+            width: parent.width
+            wrapMode: Text.Wrap
+            text: qsTr("The QEMU of this computer has no TPM that Windows setup is known to accept.")
+            font.pixelSize: Theme.caption
+            color: Theme.orangeTone
+        }
         Label {
             visible: root.wizard.offersDrivers && !root.wizard.hasDrivers
             width: parent.width
@@ -89,6 +102,14 @@ FocusScope {
         }
     }
 
+    WindowsNotes {
+        id: notes
+    }
+    WindowsNotesView {
+        id: page
+
+        text: notes.text
+    }
     FileChooser {
         id: isoChooser
 

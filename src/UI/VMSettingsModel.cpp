@@ -2,7 +2,9 @@
 
 #include "App/AppState.h"
 #include "Models/VirtualMachine.h"
+#include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
+#include "Platform/Hypervisor/DisplayDriverMark.h"
 #include "Platform/Hypervisor/VZError.h"
 #include "Platform/Hypervisor/VZVirtualMachineConfiguration.h"
 #include "Services/DiagnosticLogger.h"
@@ -58,6 +60,8 @@ void VMSettingsModel::loadFromVM()
         m_displayWidth = configuration.displayWidth;
         m_displayHeight = configuration.displayHeight;
         m_displayScaling = configuration.displayScaling;
+        m_hasDisplayDriver =
+            offersDisplayDriver() && FileManager::defaultManager().fileExists(displayDriverMarkPath());
     }
     m_saveMessage.clear();
     Q_EMIT changed();
@@ -150,6 +154,34 @@ void VMSettingsModel::setDisplayScaling(double scaling)
     set(m_displayScaling, std::clamp(scaling, minimumDisplayScaling, maximumDisplayScaling));
 }
 
+void VMSettingsModel::setHasDisplayDriver(bool hasDriver)
+{
+    set(m_hasDisplayDriver, hasDriver);
+}
+
+bool VMSettingsModel::offersDisplayDriver() const
+{
+    return m_vm && m_vm->configuration().backend == VMBackendType::qemuHVF;
+}
+
+QString VMSettingsModel::displayDriverMarkPath() const
+{
+    return FileUrl::path(m_vm->configuration().storageDirectory) + u'/' +
+           QLatin1StringView(displayDriverMark);
+}
+
+void VMSettingsModel::saveDisplayDriver() const
+{
+    FileManager &files = FileManager::defaultManager();
+    const QString mark = displayDriverMarkPath();
+    if (!offersDisplayDriver() || files.fileExists(mark) == m_hasDisplayDriver)
+        return;
+    if (m_hasDisplayDriver)
+        files.writeAtomically(mark, {});
+    else
+        files.removeItem(mark);
+}
+
 QList<LabeledValue> VMSettingsModel::storage() const
 {
     if (!m_vm)
@@ -229,6 +261,7 @@ void VMSettingsModel::saveChanges()
     write(&VMConfiguration::displayScaling);
     try {
         m_appState->vmManager()->saveConfiguration(*m_vm);
+        saveDisplayDriver();
     } catch (const LocalizedError &error) {
         m_appState->setErrorMessage(error.localizedDescription());
         return;

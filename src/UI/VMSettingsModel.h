@@ -40,6 +40,8 @@ class VMSettingsModel : public QObject
     Q_PROPERTY(int minimumDisplayHeight MEMBER minimumDisplayHeight CONSTANT)
     Q_PROPERTY(int maximumDisplayHeight MEMBER maximumDisplayHeight CONSTANT)
     Q_PROPERTY(double displayScaling READ displayScaling WRITE setDisplayScaling NOTIFY changed)
+    Q_PROPERTY(bool offersDisplayDriver READ offersDisplayDriver NOTIFY changed)
+    Q_PROPERTY(bool hasDisplayDriver READ hasDisplayDriver WRITE setHasDisplayDriver NOTIFY changed)
     Q_PROPERTY(QList<LabeledValue> storage READ storage NOTIFY changed)
     Q_PROPERTY(QString recentLog READ recentLog NOTIFY changed)
     Q_PROPERTY(bool isRunning READ isRunning NOTIFY changed)
@@ -83,6 +85,11 @@ public:
     void setDisplayHeight(int pixels);
     [[nodiscard]] double displayScaling() const { return m_displayScaling; }
     void setDisplayScaling(double scaling);
+    /// The machine has a display for either case.
+    [[nodiscard]] bool offersDisplayDriver() const;
+    /// The guest has a driver for a virtio display, see displayDriverMark.
+    [[nodiscard]] bool hasDisplayDriver() const { return m_hasDisplayDriver; }
+    void setHasDisplayDriver(bool hasDriver);
 
     [[nodiscard]] QList<LabeledValue> storage() const;
     /// The last three lines of the diagnostic log.
@@ -111,6 +118,8 @@ private:
     void loadFromVM();
     [[nodiscard]] ClosedRange<qint64> cpuCountRange() const;
     [[nodiscard]] VMConfiguration edited() const;
+    [[nodiscard]] QString displayDriverMarkPath() const;
+    void saveDisplayDriver() const;
 
     QPointer<VirtualMachine> m_vm;
     QPointer<AppState> m_appState;
@@ -121,5 +130,6 @@ private:
     qint64 m_displayWidth = 1920;
     qint64 m_displayHeight = 1080;
     double m_displayScaling = 1.0;
+    bool m_hasDisplayDriver = false;
     QString m_saveMessage;
 };

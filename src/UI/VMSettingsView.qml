@@ -155,6 +155,30 @@ FormPage {
                 }
             }
         }
+        FormRow {
+            visible: settings.offersDisplayDriver
+            label: driver.Accessible.name
+            announcesLabel: false
+            enabled: !settings.isRunning
+
+            Toggle {
+                id: driver
+
+                checked: settings.hasDisplayDriver
+                Accessible.name: qsTr("Guest has the virtio display driver")
+                onToggled: settings.hasDisplayDriver = checked
+            }
+        }
+    }
+    Label {
+        width: parent.width
+        visible: settings.offersDisplayDriver
+        leftPadding: Theme.tightSpacing
+        rightPadding: Theme.tightSpacing
+        wrapMode: Text.Wrap
+        text: settings.hasDisplayDriver ? qsTr("The guest chooses the size of its screen. Without the driver it shows no picture.") : qsTr("The screen has 1024 × 768 pixels, for which a guest needs no driver.")
+        font.pixelSize: Theme.caption
+        color: Theme.secondaryText
     }
     FormSection {
         width: parent.width

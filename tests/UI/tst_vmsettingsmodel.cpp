@@ -14,6 +14,7 @@ class VMSettingsModelTest : public QObject
 private Q_SLOTS:
     void init();
     void editsReachTheMachineOnlyWhenSaved();
+    void theGuestsDriverIsKnownToTheEmulator();
     void numbersKeepToTheirRanges();
     void whatWouldBeRefusedIsNotSaved();
     void failedSavesKeepWhatWasTyped();
@@ -55,6 +56,22 @@ void VMSettingsModelTest::editsReachTheMachineOnlyWhenSaved()
     const QByteArray document = m_stage->host.read(u"Virtual Machines/Guest.vm/config.json"_s);
     for (const QByteArray part : {"\" New name \"", "17179869184", "Disconnected", "1280", "1.5"})
         QVERIFY2(document.contains(part), part.constData());
+}
+
+void VMSettingsModelTest::theGuestsDriverIsKnownToTheEmulator()
+{
+    const QString mark = m_stage->host.path(u"Virtual Machines/Guest.vm/virtio-display"_s);
+    m_settings->setHasDisplayDriver(true);
+    QVERIFY(!QFile::exists(mark));
+    m_settings->saveChanges();
+    QVERIFY(QFile::exists(mark));
+    VMSettingsModel later;
+    later.setVM(m_vm);
+    later.setAppState(m_stage->state.get());
+    QVERIFY(later.hasDisplayDriver());
+    later.setHasDisplayDriver(false);
+    later.saveChanges();
+    QVERIFY(!QFile::exists(mark));
 }
 
 void VMSettingsModelTest::numbersKeepToTheirRanges()

@@ -60,6 +60,8 @@ void ArgumentRewriterTest::changesOnlyWhatTheHostLacks_data()
     QTest::newRow("hardware") << 8 << kvm << QStringList{u"hvf > kvm"_s, tpm, network, display};
     QTest::newRow("emulator with the device")
         << 8 << crb << QStringList{processor, accelerator, network, display};
+    QTest::newRow("guest with a display driver")
+        << 8 << HostOffer{.displayDriver = true} << QStringList{processor, accelerator, tpm, network};
     QTest::newRow("nine processors") << 9 << nothing
                                      << QStringList{u"virt,highmem=on > virt,gic-version=max,highmem=on"_s,
                                                     processor,

@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QProcess>
+#include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
 
@@ -32,6 +33,7 @@ private Q_SLOTS:
     void becomesTheEmulator();
     void asksTheEmulatorForTheDevice_data();
     void asksTheEmulatorForTheDevice();
+    void leavesTheDisplayToAGuestWithItsDriver();
     void saysWhatToInstall();
 };
 
@@ -72,6 +74,21 @@ void HostAdapterTest::asksTheEmulatorForTheDevice()
     child.start(adapterToStandIn, {u"-device"_s, u"tpm-crb-device"_s});
     QVERIFY(child.waitForFinished(patience));
     QTEST(child.readAllStandardOutput().split('\n').value(2), "device");
+}
+
+void HostAdapterTest::leavesTheDisplayToAGuestWithItsDriver()
+{
+    const QTemporaryDir bundle;
+    QFile mark(bundle.filePath(u"virtio-display"_s));
+    for (const QByteArray device : {"ramfb", "virtio-gpu-pci"}) {
+        Child child;
+        child.setWorkingDirectory(bundle.path());
+        child.start(adapterToStandIn, {u"-device"_s, u"virtio-gpu-pci"_s});
+        QVERIFY(child.waitForFinished(patience));
+        QCOMPARE(child.readAllStandardOutput().split('\n').value(2), device);
+        QVERIFY(mark.open(QIODevice::WriteOnly));
+        mark.close();
+    }
 }
 
 void HostAdapterTest::saysWhatToInstall()

@@ -73,3 +73,10 @@ std::optional<std::string> emulatorAnswer(const std::string &program, std::vecto
     ::close(ends[0]);
     return answer;
 }
+
+bool emulatorHasTpmCrbDevice(const std::string &program)
+{
+    // The exit status is 0 whether it knows the device or not.
+    const std::optional<std::string> answer = emulatorAnswer(program, {"-device", "tpm-crb-device,help"});
+    return answer && answer->find("tpm-crb-device options") != std::string::npos;
+}

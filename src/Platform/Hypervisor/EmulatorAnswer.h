@@ -11,3 +11,6 @@
 [[nodiscard]] std::optional<std::string>
 emulatorAnswer(const std::string &program, std::vector<std::string> arguments,
                std::chrono::milliseconds timeout = std::chrono::seconds(2));
+
+/// The emulator knows the device "tpm-crb-device"; false also when it has not said so in time. Any thread.
+[[nodiscard]] bool emulatorHasTpmCrbDevice(const std::string &program);

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+/// What people should know before they install Windows on this host.
+class WindowsNotes : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    /// Markdown.
+    Q_PROPERTY(QString text READ text CONSTANT)
+    /// The host's emulator has no TPM that Windows is known to take. False until the emulator has said so.
+    Q_PROPERTY(bool lacksTPM READ lacksTPM NOTIFY lacksTPMChanged)
+
+public:
+    explicit WindowsNotes(QObject *parent = nullptr);
+
+    [[nodiscard]] static QString text();
+    [[nodiscard]] bool lacksTPM() const { return m_lacksTPM; }
+
+Q_SIGNALS:
+    void lacksTPMChanged();
+
+private:
+    bool m_lacksTPM = false;
+};
