@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Kelvo.Components
 
 /// A modal panel inside its window, over the dimmed rest; smaller where the window is.
 T.Dialog {
@@ -25,6 +26,10 @@ T.Dialog {
                 duration: Theme.transition
             }
         }
+    }
+
+    readonly property WheelPassage wheelPassage: WheelPassage {
+        content: root.contentItem
     }
 
     enter: Transition {
