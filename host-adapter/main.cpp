@@ -53,8 +53,8 @@ int main(int argc, char *argv[])
     if (asksForAcceleration && obstacle.empty())
         oneKind.emplace();
     const HostOffer offer{.hardwareAcceleration = obstacle.empty(),
-                          .tpmCrbDevice =
-                              rewriter.asksForTpmCrbDevice() && emulatorHasTpmCrbDevice(emulator.path()),
+                          .tpmCrbDevice = rewriter.asksForTpmCrbDevice() &&
+                                          emulatorHasTpmCrbDevice(emulator.path()).value_or(false),
                           .displayDriver = ::access(displayDriverMark, F_OK) == 0};
     const int error = emulator.become(argc > 0 ? argv[0] : KELVO_EMULATOR, rewriter.rewritten(offer));
     std::fprintf(stderr, "kelvo-host-adapter: " KELVO_EMULATOR " could not be run: %s\n",

@@ -46,6 +46,33 @@ FocusScope {
             onChooseRequested: isoChooser.open()
             onDropped: file => root.wizard.isoURL = file
         }
+        Item {
+            visible: root.wizard.offersDrivers
+            width: parent.width
+            implicitHeight: Math.max(hint.implicitHeight, needs.implicitHeight)
+
+            Label {
+                id: hint
+
+                anchors.verticalCenter: parent.verticalCenter
+                anchors.left: parent.left
+                anchors.right: needs.left
+                anchors.rightMargin: Theme.spacing
+                visible: notes.lacksTPM
+                wrapMode: Text.Wrap
+                text: qsTr("The QEMU of this computer has no TPM that Windows setup is known to accept.")
+                font.pixelSize: Theme.caption
+                color: Theme.orangeTone
+            }
+            TextButton {
+                id: needs
+
+                anchors.verticalCenter: parent.verticalCenter
+                anchors.right: parent.right
+                text: qsTr("What Windows needs here…")
+                onClicked: page.open()
+            }
+        }
         Divider {
             visible: root.wizard.offersDrivers
             width: parent.width
@@ -69,27 +96,14 @@ FocusScope {
                 font.pixelSize: Theme.caption
                 color: Theme.secondaryText
             }
-        }
-        TextButton {
-            visible: root.wizard.offersDrivers
-            text: qsTr("What Windows needs here…")
-            onClicked: page.open()
-        }
-        Label {
-            visible: root.wizard.offersDrivers && notes.lacksTPM
-            width: parent.width
-            wrapMode: Text.Wrap
-            text: qsTr("The QEMU of this computer has no TPM that Windows setup is known to accept.")
-            font.pixelSize: Theme.caption
-            color: Theme.orangeTone
-        }
-        Label {
-            visible: root.wizard.offersDrivers && !root.wizard.hasDrivers
-            width: parent.width
-            wrapMode: Text.Wrap
-            text: qsTr("Without this image Windows setup finds no disk to install on.")
-            font.pixelSize: Theme.caption
-            color: Theme.orangeTone
+            Label {
+                visible: !root.wizard.hasDrivers
+                width: parent.width
+                wrapMode: Text.Wrap
+                text: qsTr("Without this image Windows setup finds no disk to install on.")
+                font.pixelSize: Theme.caption
+                color: Theme.orangeTone
+            }
         }
         FileRow {
             visible: root.wizard.offersDrivers
@@ -108,7 +122,7 @@ FocusScope {
     WindowsNotesView {
         id: page
 
-        text: notes.text
+        sections: notes.sections
     }
     FileChooser {
         id: isoChooser

@@ -107,6 +107,7 @@ FormPage {
     FormSection {
         width: parent.width
         title: qsTr("Display")
+        note: !settings.offersDisplayDriver ? "" : settings.hasDisplayDriver ? qsTr("The guest chooses the size of its screen. Without the driver it shows no picture.") : qsTr("The screen has 1024 × 768 pixels, for which a guest needs no driver.")
 
         FormRow {
             label: qsTr("Width: %1").arg(settings.displayWidth)
@@ -169,16 +170,6 @@ FormPage {
                 onToggled: settings.hasDisplayDriver = checked
             }
         }
-    }
-    Label {
-        width: parent.width
-        visible: settings.offersDisplayDriver
-        leftPadding: Theme.tightSpacing
-        rightPadding: Theme.tightSpacing
-        wrapMode: Text.Wrap
-        text: settings.hasDisplayDriver ? qsTr("The guest chooses the size of its screen. Without the driver it shows no picture.") : qsTr("The screen has 1024 × 768 pixels, for which a guest needs no driver.")
-        font.pixelSize: Theme.caption
-        color: Theme.secondaryText
     }
     FormSection {
         width: parent.width

@@ -5,6 +5,7 @@
 #include "Platform/OwnThread.h"
 
 #include <QFile>
+#include <QFutureWatcher>
 
 using namespace Qt::StringLiterals;
 
@@ -15,16 +16,24 @@ WindowsNotes::WindowsNotes(QObject *parent)
     if (!installation)
         return;
     const std::string emulator = QFile::encodeName(installation->emulator).toStdString();
-    runOnOwnThread([emulator] {
-        return emulatorHasTpmCrbDevice(emulator);
-    }).then(this, [this](bool hasDevice) {
-        m_lacksTPM = !hasDevice;
+    // Whoever has asked may have gone on when the emulator answers.
+    auto *watcher = new QFutureWatcher<std::optional<bool>>(this);
+    connect(watcher, &QFutureWatcher<std::optional<bool>>::finished, this, [this, watcher] {
+        m_lacksTPM = watcher->result() == false;
         Q_EMIT lacksTPMChanged();
     });
+    watcher->setFuture(runOnOwnThread([emulator] { return emulatorHasTpmCrbDevice(emulator); }));
 }
 
-QString WindowsNotes::text()
+QList<LabeledValue> WindowsNotes::sections()
 {
     QFile page(u":/docs/windows.md"_s);
-    return page.open(QIODevice::ReadOnly) ? QString::fromUtf8(page.readAll()) : QString();
+    if (!page.open(QIODevice::ReadOnly))
+        return {};
+    QStringList parts = QString::fromUtf8(page.readAll()).split(u"\n## "_s);
+    // The page's own title is the window's.
+    QList<LabeledValue> sections{{QString(), parts.takeFirst().section(u'\n', 1).trimmed()}};
+    for (const QString &part : parts)
+        sections.append({part.section(u'\n', 0, 0), part.section(u'\n', 1).trimmed()});
+    return sections;
 }

@@ -1,5 +1,6 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
-import QtQuick.Templates as T
 import Kelvo.Components
 import Kelvo.UI
 
@@ -7,32 +8,61 @@ import Kelvo.UI
 Sheet {
     id: root
 
-    required property string text
+    required property list<labeledValue> sections
 
     title: qsTr("Windows on This Computer")
     padding: Theme.largeSpacing
-    Accessible.role: Accessible.Dialog
 
-    Flickable {
+    ScrollPage {
         id: page
 
         anchors.top: parent.top
         anchors.bottom: done.top
         anchors.bottomMargin: Theme.spacing
         width: parent.width
-        contentWidth: width
-        contentHeight: block.implicitHeight
-        boundsBehavior: Flickable.StopAtBounds
-        clip: true
-        T.ScrollBar.vertical: ScrollBar {}
+        contentHeight: column.height
 
-        TextBlock {
-            id: block
+        Column {
+            id: column
 
             width: page.width - Theme.spacing
-            textFormat: TextEdit.MarkdownText
-            text: root.text
-            onLinkActivated: link => Qt.openUrlExternally(link)
+            spacing: Theme.largeSpacing
+
+            Label {
+                width: parent.width
+                wrapMode: Text.Wrap
+                text: root.title
+                font.pixelSize: Theme.title2
+                font.weight: Font.DemiBold
+                Accessible.role: Accessible.Heading
+            }
+            Repeater {
+                model: root.sections
+
+                Column {
+                    id: section
+
+                    required property labeledValue modelData
+
+                    width: column.width
+                    spacing: Theme.tightSpacing
+
+                    Label {
+                        visible: text !== ""
+                        width: parent.width
+                        wrapMode: Text.Wrap
+                        text: section.modelData.label
+                        font.weight: Font.DemiBold
+                        Accessible.role: Accessible.Heading
+                    }
+                    TextBlock {
+                        width: parent.width
+                        textFormat: TextEdit.MarkdownText
+                        text: section.modelData.value
+                        onLinkActivated: link => Qt.openUrlExternally(link)
+                    }
+                }
+            }
         }
     }
     PushButton {

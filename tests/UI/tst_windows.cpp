@@ -92,6 +92,7 @@ private Q_SLOTS:
     void mainWindowShowsEverySection();
     void wizardGoesFromFirstToLastStep();
     void wizardTakesAnImageByItsPath();
+    void wizardTellsWhatWindowsNeeds();
     void alertShowsTheTextUntilItIsAnswered();
     void consoleFollowsItsMachine();
     void stoppingIsQuestionedWhereItWasAskedFor();
@@ -201,6 +202,24 @@ void WindowsTest::wizardTakesAnImageByItsPath()
     type(mainWindow(), m_stage->host.path(u"setup.iso"_s));
     QTRY_VERIFY(findItem(mainWindow(), u"setup.iso"_s));
     QTRY_VERIFY(!findItem(mainWindow(), u"Choose ISO"_s));
+}
+
+void WindowsTest::wizardTellsWhatWindowsNeeds()
+{
+    m_app->state().setShowingCreateVM(true);
+    click(mainWindow(), u"Continue"_s);
+    click(mainWindow(), u"What Windows needs here…"_s);
+    const QQuickItem *heading = nullptr;
+    QTRY_VERIFY((heading = findItem(mainWindow(), u"Secure Boot"_s)));
+    const qreal place = heading->mapToScene({}).y();
+    const QPoint middle(mainWindow()->width() / 2, mainWindow()->height() / 2);
+    QWheelEvent wheel(middle, mainWindow()->mapToGlobal(middle), {}, QPoint(0, -120), Qt::NoButton,
+                      Qt::NoModifier, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(mainWindow(), &wheel);
+    QTRY_VERIFY(heading->mapToScene({}).y() < place);
+    QTest::keyClick(mainWindow(), Qt::Key_Return);
+    QTRY_VERIFY(!findItem(mainWindow(), u"Secure Boot"_s));
+    QVERIFY(m_app->state().showingCreateVM());
 }
 
 void WindowsTest::alertShowsTheTextUntilItIsAnswered()

@@ -331,6 +331,14 @@
         <source>Without this image Windows setup finds no disk to install on.</source>
         <translation>Ohne dieses Abbild findet das Windows-Setup kein Laufwerk für die Installation.</translation>
     </message>
+    <message>
+        <source>What Windows needs here…</source>
+        <translation>Was Windows hier braucht …</translation>
+    </message>
+    <message>
+        <source>The QEMU of this computer has no TPM that Windows setup is known to accept.</source>
+        <translation>Das QEMU dieses Computers hat kein TPM, von dem bekannt ist, dass das Windows-Setup es annimmt.</translation>
+    </message>
 </context>
 <context>
     <name>CreateVMModel</name>
@@ -1113,6 +1121,18 @@
         <source>Save Changes</source>
         <translation>Änderungen speichern</translation>
     </message>
+    <message>
+        <source>Guest has the virtio display driver</source>
+        <translation>Gast hat den virtio-Anzeigetreiber</translation>
+    </message>
+    <message>
+        <source>The guest chooses the size of its screen. Without the driver it shows no picture.</source>
+        <translation>Der Gast wählt die Größe seines Bildschirms. Ohne den Treiber zeigt er kein Bild.</translation>
+    </message>
+    <message>
+        <source>The screen has 1024 × 768 pixels, for which a guest needs no driver.</source>
+        <translation>Der Bildschirm hat 1024 × 768 Pixel, für die ein Gast keinen Treiber braucht.</translation>
+    </message>
 </context>
 <context>
     <name>VMState</name>
@@ -1169,6 +1189,17 @@
     <message>
         <source>Guest screen</source>
         <translation>Bildschirm des Gastes</translation>
+    </message>
+</context>
+<context>
+    <name>WindowsNotesView</name>
+    <message>
+        <source>Windows on This Computer</source>
+        <translation>Windows auf diesem Computer</translation>
+    </message>
+    <message>
+        <source>Done</source>
+        <translation>Fertig</translation>
     </message>
 </context>
 <context>

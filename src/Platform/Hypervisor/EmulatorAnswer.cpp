@@ -74,9 +74,11 @@ std::optional<std::string> emulatorAnswer(const std::string &program, std::vecto
     return answer;
 }
 
-bool emulatorHasTpmCrbDevice(const std::string &program)
+std::optional<bool> emulatorHasTpmCrbDevice(const std::string &program)
 {
     // The exit status is 0 whether it knows the device or not.
     const std::optional<std::string> answer = emulatorAnswer(program, {"-device", "tpm-crb-device,help"});
-    return answer && answer->find("tpm-crb-device options") != std::string::npos;
+    if (!answer)
+        return std::nullopt;
+    return answer->find("tpm-crb-device options") != std::string::npos;
 }

@@ -12,5 +12,5 @@
 emulatorAnswer(const std::string &program, std::vector<std::string> arguments,
                std::chrono::milliseconds timeout = std::chrono::seconds(2));
 
-/// The emulator knows the device "tpm-crb-device"; false also when it has not said so in time. Any thread.
-[[nodiscard]] bool emulatorHasTpmCrbDevice(const std::string &program);
+/// Whether the emulator knows the device "tpm-crb-device"; none when it has not said so in time. Any thread.
+[[nodiscard]] std::optional<bool> emulatorHasTpmCrbDevice(const std::string &program);

@@ -1,10 +1,11 @@
 import QtQuick
 
-/// A titled group of rows.
+/// A titled group of rows, with a note below them where there is something to say.
 Column {
     id: root
 
     property string title: ""
+    property string note: ""
     default property alias rows: column.data
 
     spacing: Theme.smallSpacing
@@ -36,5 +37,16 @@ Column {
 
             width: parent.width
         }
+    }
+
+    Label {
+        visible: root.note !== ""
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.tightSpacing
+        width: parent.width - 2 * Theme.tightSpacing
+        wrapMode: Text.Wrap
+        text: root.note
+        font.pixelSize: Theme.caption
+        color: Theme.secondaryText
     }
 }

@@ -4,10 +4,12 @@ import QtQuick.Templates as T
 T.Switch {
     id: root
 
+    readonly property real indicatorSpace: indicator.width + (text === "" ? 0 : 10)
+
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: Theme.controlHeight
-    leftPadding: root.mirrored ? 0 : indicator.width + 10
-    rightPadding: root.mirrored ? indicator.width + 10 : 0
+    leftPadding: root.mirrored ? 0 : root.indicatorSpace
+    rightPadding: root.mirrored ? root.indicatorSpace : 0
     font.pixelSize: Theme.body
     Accessible.onPressAction: root.flip()
     Accessible.onToggleAction: root.flip()
@@ -19,7 +21,7 @@ T.Switch {
         width: 38
         height: 22
         radius: 11
-        color: root.checked ? (root.enabled ? Theme.accent : Theme.disabledText) : Theme.toggleOff
+        color: !root.enabled ? Theme.disabledText : root.checked ? Theme.accent : Theme.toggleOff
 
         Rectangle {
             x: 2 + root.visualPosition * (parent.width - width - 4)
