@@ -6,6 +6,7 @@ import signal
 import subprocess
 import sys
 import time
+from collections import deque
 from contextlib import contextmanager, suppress
 from pathlib import Path
 
@@ -43,9 +44,21 @@ class Album:
         else:
             self._kelvo.desktop.run(["xdotool", "mousemove", "1599", "1199"])
         if not moves:
-            wait_until(lambda: self._kelvo.picture(window) == self._kelvo.picture(window), 10, f"a still \"{window}\"")
+            self._wait_for_stillness(window)
         self._kelvo.save_picture(window, self._folder / f"{name}.png")
         say(f"{self._folder.name}/{name}.png")
+
+    def _wait_for_stillness(self, window):
+        """Also where a text cursor blinks, as fast as pictures are taken."""
+        last = deque(maxlen=2)
+
+        def stands_still():
+            picture = self._kelvo.picture(window)
+            is_known = picture in last
+            last.append(picture)
+            return is_known
+
+        wait_until(stands_still, 10, f"a still \"{window}\"")
 
 
 def first_steps(kelvo, album):
