@@ -6,6 +6,7 @@
 
 #include <QFile>
 #include <QFutureWatcher>
+#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 
@@ -30,7 +31,9 @@ QList<LabeledValue> WindowsNotes::sections()
     QFile page(u":/docs/windows.md"_s);
     if (!page.open(QIODevice::ReadOnly))
         return {};
-    QStringList parts = QString::fromUtf8(page.readAll()).split(u"\n## "_s);
+    // Addresses to be read and copied: the toolkit draws links in one color, for light pages alone.
+    static const QRegularExpression link(u"\\[([^]]+)\\]\\(([^)]+)\\)(.*)"_s);
+    QStringList parts = QString::fromUtf8(page.readAll()).replace(link, u"\\1\\3: `\\2`"_s).split(u"\n## "_s);
     // The page's own title is the window's.
     QList<LabeledValue> sections{{QString(), parts.takeFirst().section(u'\n', 1).trimmed()}};
     for (const QString &part : parts)

@@ -55,11 +55,16 @@ Sheet {
                         font.weight: Font.DemiBold
                         Accessible.role: Accessible.Heading
                     }
-                    TextBlock {
-                        width: parent.width
-                        textFormat: TextEdit.MarkdownText
-                        text: section.modelData.value
-                        onLinkActivated: link => Qt.openUrlExternally(link)
+                    Repeater {
+                        model: section.modelData.value.split("\n\n")
+
+                        TextBlock {
+                            required property string modelData
+
+                            width: section.width
+                            textFormat: TextEdit.MarkdownText
+                            text: modelData
+                        }
                     }
                 }
             }

@@ -31,7 +31,8 @@ bool deliver(const QWheelEvent &wheel, QQuickItem &item)
     }
     QWheelEvent own(item.mapFromScene(wheel.position()), wheel.globalPosition(), wheel.pixelDelta(),
                     wheel.angleDelta(), wheel.buttons(), wheel.modifiers(), wheel.phase(), wheel.inverted(),
-                    wheel.source());
+                    wheel.source(), wheel.pointingDevice());
+    own.setTimestamp(wheel.timestamp()); // what scrolls takes its speed from that
     QCoreApplication::sendEvent(&item, &own);
     return own.isAccepted();
 }
