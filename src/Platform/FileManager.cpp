@@ -40,6 +40,16 @@ UniqueDescriptor openFile(const QString &path, int flags)
     return descriptor;
 }
 
+qint64 sizeOfRegular(const UniqueDescriptor &file, const QString &path)
+{
+    struct stat status = {};
+    if (::fstat(file.get(), &status) != 0)
+        throw PlatformError(errno, u"read"_s, path);
+    if (!S_ISREG(status.st_mode))
+        throw PlatformError(S_ISDIR(status.st_mode) ? EISDIR : EINVAL, u"read"_s, path);
+    return status.st_size;
+}
+
 void synchronize(int descriptor, const QString &path)
 {
     if (::fsync(descriptor) != 0)
@@ -258,16 +268,12 @@ QList<FileManager::DirectoryEntry> FileManager::contentsOfDirectory(const QStrin
 QByteArray FileManager::readFile(const QString &path, qint64 maximumBytes) const
 {
     const UniqueDescriptor file = openFile(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
-    struct stat status = {};
-    if (::fstat(file.get(), &status) != 0)
-        throw PlatformError(errno, u"read"_s, path);
-    if (!S_ISREG(status.st_mode))
-        throw PlatformError(S_ISDIR(status.st_mode) ? EISDIR : EINVAL, u"read"_s, path);
-    if (status.st_size > maximumBytes)
+    const qint64 size = sizeOfRegular(file, path);
+    if (size > maximumBytes)
         throw PlatformError(EFBIG, u"read"_s, path);
 
     // One byte more than the size seen: a read that leaves room has met the end, also of a file that grew.
-    QByteArray bytes(static_cast<qsizetype>(status.st_size) + 1, Qt::Uninitialized);
+    QByteArray bytes(static_cast<qsizetype>(size) + 1, Qt::Uninitialized);
     qsizetype length = 0;
     while (true) {
         const ssize_t count =
@@ -285,6 +291,28 @@ QByteArray FileManager::readFile(const QString &path, qint64 maximumBytes) const
     }
     bytes.truncate(length);
     return bytes;
+}
+
+FileManager::Tail FileManager::readTail(const QString &path, qint64 position, qint64 maximumBytes) const
+{
+    const UniqueDescriptor file = openFile(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    const qint64 size = sizeOfRegular(file, path);
+    const qint64 begin = std::max(position <= size ? position : 0, size - maximumBytes);
+    QByteArray bytes(static_cast<qsizetype>(size - begin), Qt::Uninitialized);
+    qsizetype length = 0;
+    while (length < bytes.size()) {
+        const ssize_t count = ::pread(file.get(), bytes.data() + length,
+                                      static_cast<std::size_t>(bytes.size() - length), begin + length);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            throw PlatformError(errno, u"read"_s, path);
+        if (count == 0)
+            break; // it has just become shorter
+        length += count;
+    }
+    bytes.truncate(length);
+    return {.begin = begin, .bytes = bytes};
 }
 
 void FileManager::writeAtomically(const QString &path, const QByteArray &bytes)

@@ -51,6 +51,14 @@ public:
     /// The whole file. Only a regular file of at most `maximumBytes` is read: EISDIR, EINVAL or EFBIG
     /// otherwise. A FIFO or device in its place does not block.
     [[nodiscard]] virtual QByteArray readFile(const QString &path, qint64 maximumBytes) const;
+    struct Tail
+    {
+        qint64 begin = 0; ///< where in the file `bytes` stand
+        QByteArray bytes;
+    };
+    /// What a regular file that another process writes has from `position` on, but no more than its last
+    /// `maximumBytes`. From its beginning where it has become shorter.
+    [[nodiscard]] virtual Tail readTail(const QString &path, qint64 position, qint64 maximumBytes) const;
     /// Durable and atomic: a temporary file in the same folder (0600), fsync, rename, fsync of the folder.
     /// After a failure the old file is as it was, or is the new one where only the last step failed, and no
     /// temporary file is left. What earlier writers that were killed have left in the folder is removed.
