@@ -53,12 +53,13 @@ VZVirtualMachineConfiguration VMConfigurationBuilder::build(const VMConfiguratio
                                                             const std::optional<QUrl> &attachISO) const
 {
     VMConfigurationValidator::validate(configuration);
-    BundleFiles::requireOrdinary(
-        {configuration.diskURL(), configuration.machineIdentifierURL(), configuration.efiVariableStoreURL()},
-        m_diskManager.fileService().fileManager());
+    BundleFiles::requireOrdinary({configuration.diskURL(), configuration.machineIdentifierURL(),
+                                  configuration.efiVariableStoreURL(), configuration.serialLogURL()},
+                                 m_diskManager.fileService().fileManager());
 
     VZVirtualMachineConfiguration machine;
     machine.controlSocket = ControlSocket::forConfiguration(configuration);
+    machine.serialLog = configuration.serialLogURL();
     machine.platform = VZGenericPlatformConfiguration{
         m_diskManager.loadOrCreateMachineIdentifier(configuration.machineIdentifierURL())};
     machine.bootLoader =

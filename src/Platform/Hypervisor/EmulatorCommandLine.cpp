@@ -92,6 +92,14 @@ QStringList network(const VZVirtualMachineConfiguration &configuration)
             u"virtio-net-pci,netdev=net0,mac=%1,romfile="_s.arg(address)};
 }
 
+/// The port is the machine's own.
+QStringList serialLine(const VZVirtualMachineConfiguration &configuration)
+{
+    if (configuration.serialLog.isEmpty())
+        return {};
+    return {u"-serial"_s, u"file:"_s + FileUrl::path(configuration.serialLog)};
+}
+
 QStringList screenAndInput(const VZVirtioGraphicsScanoutConfiguration &screen)
 {
     return {u"-device"_s,
@@ -115,7 +123,7 @@ QStringList EmulatorCommandLine::arguments(const VZVirtualMachineConfiguration &
                                                 u"-m"_s,    QString::number(configuration.memorySize) + u'B',
                                                 u"-uuid"_s, identity.toString(QUuid::WithoutBraces)} +
            screenAndInput(configuration.graphicsDevices.first().scanouts.first()) +
-           storage(configuration.storageDevices) + network(configuration) +
+           storage(configuration.storageDevices) + network(configuration) + serialLine(configuration) +
            QStringList{u"-chardev"_s, u"socket,id=qmp,fd=%1,server=on,wait=off"_s.arg(controlDescriptor),
                        u"-mon"_s, u"chardev=qmp,mode=control"_s, u"-S"_s};
 }

@@ -19,6 +19,7 @@ struct VZVirtualMachineConfiguration
     QList<VZUSBScreenCoordinatePointingDeviceConfiguration> pointingDevices;
     QList<VZUSBKeyboardConfiguration> keyboards;
     QUrl controlSocket; ///< where the emulator listens; made at the start, gone after the end
+    QUrl serialLog; ///< where the guest's words on its serial line go, anew with each start; none if empty
 
     bool operator==(const VZVirtualMachineConfiguration &) const = default;
 
