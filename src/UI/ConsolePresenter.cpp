@@ -84,6 +84,7 @@ ConsolePresenter::Status ConsolePresenter::status() const
         shown.title = localizedName(state);
     }
     shown.message = message();
+    shown.serialLog = m_vm->configuration().serialLogURL();
     shown.isBusy = m_vm->operationInProgress() || state == VMState::starting || state == VMState::stopping;
     shown.offersInstall = m_vm->canInstall();
     shown.offersStart = m_vm->canStart() && !m_vm->needsInstallation();

@@ -25,6 +25,7 @@ class ConsolePresenter : public QObject
     Q_PROPERTY(VZVirtualMachine *vzMachine READ vzMachine NOTIFY displayChanged)
     Q_PROPERTY(QString statusTitle READ statusTitle NOTIFY statusChanged)
     Q_PROPERTY(QString statusMessage READ statusMessage NOTIFY statusChanged)
+    Q_PROPERTY(QUrl serialLog READ serialLog NOTIFY statusChanged)
     Q_PROPERTY(bool isBusy READ isBusy NOTIFY statusChanged)
     Q_PROPERTY(bool offersInstall READ offersInstall NOTIFY statusChanged)
     Q_PROPERTY(bool offersStart READ offersStart NOTIFY statusChanged)
@@ -48,6 +49,8 @@ public:
     [[nodiscard]] Display display() const { return m_display.kind; }
     [[nodiscard]] QString vncHost() const { return m_display.vncHost; }
     [[nodiscard]] int vncPort() const { return m_display.vncPort; }
+    /// Where the guest's words on its serial line are; empty without a machine.
+    [[nodiscard]] QUrl serialLog() const { return m_status.serialLog; }
     [[nodiscard]] VZVirtualMachine *vzMachine() const { return m_display.vzMachine; }
     [[nodiscard]] QString statusTitle() const { return m_status.title; }
     [[nodiscard]] QString statusMessage() const { return m_status.message; }
@@ -82,6 +85,7 @@ private:
     {
         QString title;
         QString message;
+        QUrl serialLog;
         bool isBusy = false;
         bool offersInstall = false;
         bool offersStart = false;

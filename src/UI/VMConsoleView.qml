@@ -10,6 +10,9 @@ Item {
     /// The screen then has all the room, and the buttons lie above it unless keys go to the guest.
     property bool isFullScreen: false
 
+    /// Instead of its screen.
+    readonly property bool showsSerialLine: serialLine.checked
+
     signal fullScreenToggled
 
     readonly property bool guestHasKeyboard: vncView.hasKeyboard || hypervisorView.hasKeyboard
@@ -51,7 +54,7 @@ Item {
             anchors.leftMargin: Theme.mediumSpacing
             y: Theme.smallSpacing
             height: Theme.smallControlHeight
-            availableWidth: toolbar.width - fullScreen.width - badge.width - 5 * Theme.mediumSpacing
+            availableWidth: toolbar.width - serialLine.width - fullScreen.width - badge.width - 6 * Theme.mediumSpacing
 
             PushButton {
                 small: true
@@ -113,12 +116,29 @@ Item {
         Label {
             anchors.left: separator.right
             anchors.leftMargin: Theme.mediumSpacing
-            anchors.right: fullScreen.left
+            anchors.right: serialLine.left
             anchors.rightMargin: Theme.spacing
             anchors.verticalCenter: parent.verticalCenter
             text: presenter.shown.backendText
             font.pixelSize: Theme.caption
             color: Theme.secondaryText
+        }
+        PushButton {
+            id: serialLine
+
+            anchors.right: fullScreen.left
+            anchors.rightMargin: Theme.smallSpacing
+            anchors.verticalCenter: parent.verticalCenter
+            small: true
+            symbol: "terminal"
+            checkable: true
+            prominent: checked
+            Accessible.name: qsTr("Serial Output")
+
+            ToolTip {
+                visible: serialLine.hovered
+                text: root.showsSerialLine ? qsTr("Show the guest's screen") : qsTr("Show what the guest says on its serial line")
+            }
         }
         PushButton {
             id: fullScreen
@@ -179,7 +199,7 @@ Item {
         id: vncView
 
         anchors.fill: content
-        visible: active
+        visible: active && !root.showsSerialLine
         active: consolePresenter.display === ConsolePresenter.VNC
         host: consolePresenter.vncHost
         port: consolePresenter.vncPort
@@ -191,14 +211,14 @@ Item {
         id: hypervisorView
 
         anchors.fill: content
-        visible: consolePresenter.display === ConsolePresenter.HypervisorView
+        visible: consolePresenter.display === ConsolePresenter.HypervisorView && !root.showsSerialLine
         virtualMachine: consolePresenter.vzMachine
         onKeyboardReleased: toolbar.forceActiveFocus(Qt.TabFocusReason)
     }
 
     ContentUnavailableView {
         anchors.fill: content
-        visible: consolePresenter.display === ConsolePresenter.StatusPanel
+        visible: consolePresenter.display === ConsolePresenter.StatusPanel && !root.showsSerialLine
         label: consolePresenter.statusTitle
         symbol: "display"
         description: consolePresenter.statusMessage
@@ -230,6 +250,14 @@ Item {
             text: qsTr("Show Diagnostics")
             onClicked: AppState.showingAppSettings = true
         }
+    }
+
+    SerialConsoleView {
+        anchors.fill: content
+        visible: root.showsSerialLine
+        // A start makes the file anew.
+        active: root.showsSerialLine && !consolePresenter.isBusy
+        file: consolePresenter.serialLog
     }
 
     function takeKeyboard(): void {

@@ -40,6 +40,18 @@ def fill_the_screen(kelvo, console):
     wait_until(lambda: size() == windowed, 10, "the console's window to have its size back")
 
 
+def read_serial_line(kelvo, console):
+    """What the firmware says there, too."""
+    console.find("Serial Output").press()
+    pane = console.find("Serial output", "panel")
+    wait_until(lambda: any("UEFI Interactive Shell" in element.name for element in pane.descendants()), 20,
+               "the firmware's words on the serial line")
+    check(not console.has("Guest screen"), "the guest's screen is shown beside its serial line")
+    wait_until(lambda: console.find("Serial Output").is_focused or kelvo.keys("Tab"), 10, "the button to have the focus")
+    kelvo.keys("Return")
+    console.find("Guest screen")
+
+
 def life_of_a_linux_machine(stage):
     # Nothing to boot from: the firmware stays in its shell.
     image = stage.blank_image("linux.iso")
@@ -58,6 +70,8 @@ def life_of_a_linux_machine(stage):
         kelvo.type_text("echo typed")
         kelvo.wait_for_picture(NAME, lambda picture: picture != before, 20, "the typed text in the firmware's shell")
 
+        read_serial_line(kelvo, console)
+        console.find("Guest screen").click()
         fill_the_screen(kelvo, console)
         console.find("Pause").press()
         console.find("Paused", "label")

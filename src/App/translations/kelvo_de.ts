@@ -751,6 +751,17 @@
     </message>
 </context>
 <context>
+    <name>SerialConsoleView</name>
+    <message>
+        <source>Serial output</source>
+        <translation>Serielle Ausgabe</translation>
+    </message>
+    <message>
+        <source>The guest has said nothing on its serial line.</source>
+        <translation>Der Gast hat auf seiner seriellen Leitung nichts gesagt.</translation>
+    </message>
+</context>
+<context>
     <name>SettingsWindow</name>
     <message>
         <source>Settings</source>
@@ -917,6 +928,18 @@
     <message>
         <source>Shut Down</source>
         <translation>Herunterfahren</translation>
+    </message>
+    <message>
+        <source>Serial Output</source>
+        <translation>Serielle Ausgabe</translation>
+    </message>
+    <message>
+        <source>Show the guest&apos;s screen</source>
+        <translation>Bildschirm des Gastes zeigen</translation>
+    </message>
+    <message>
+        <source>Show what the guest says on its serial line</source>
+        <translation>Zeigen, was der Gast auf seiner seriellen Leitung sagt</translation>
     </message>
 </context>
 <context>

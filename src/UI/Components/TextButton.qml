@@ -25,9 +25,9 @@ T.Button {
     focusPolicy: Qt.StrongFocus
 
     Accessible.description: root.enabled ? "" : root.disabledReason
-    Accessible.onPressAction: if (root.enabled) root.clicked()
-    Keys.onReturnPressed: root.clicked()
-    Keys.onEnterPressed: root.clicked()
+    Accessible.onPressAction: if (root.enabled) root.act()
+    Keys.onReturnPressed: root.act()
+    Keys.onEnterPressed: root.act()
 
     contentItem: Text {
         text: root.text
@@ -57,5 +57,12 @@ T.Button {
             active: root.visualFocus
             sourceComponent: FocusRing {}
         }
+    }
+
+    /// What a click does.
+    function act(): void {
+        if (root.checkable)
+            root.toggle();
+        root.clicked();
     }
 }
