@@ -8,7 +8,6 @@ import ctypes
 import re
 import subprocess
 import sys
-from pathlib import Path
 
 from application import wait_until
 from installer import TIMEOUT
@@ -61,8 +60,7 @@ def pointer_colours(desktop):
 
 
 def guests_drive_their_displays(stage):
-    image = stage.home / "display.iso"
-    image.symlink_to(Path(sys.argv[3]).resolve())
+    image = stage.medium()
     with stage.kelvo() as kelvo:
         kelvo.create_machine(image, KIND)
         console = kelvo.console(NAME, timeout=30)

@@ -1,9 +1,7 @@
 #!/usr/bin/python3
 """A real installer on the hypervisor layer, operated by keys: hypervisor_installer_test.py PROGRAM KEPT_FOLDER IMAGE"""
 
-import sys
 import time
-from pathlib import Path
 
 from installer import BACKGROUND, BLACK, DIALOG, SELECTION, TIMEOUT
 from stage import check, run
@@ -32,8 +30,7 @@ def selection(picture):
 
 
 def installer_is_operated(stage):
-    image = stage.home / "installer.iso"
-    image.symlink_to(Path(sys.argv[3]).resolve())
+    image = stage.medium()
     with stage.kelvo() as kelvo:
         kelvo.create_machine(image, NAME)
         console = kelvo.console(NAME, timeout=30)

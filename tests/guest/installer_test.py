@@ -1,9 +1,6 @@
 #!/usr/bin/python3
 """A real installer without a driver for a display in the console: installer_test.py PROGRAM KEPT_FOLDER IMAGE"""
 
-import sys
-from pathlib import Path
-
 from installer import TIMEOUT, shows_installer
 from stage import EMULATOR, check, display_port, run
 
@@ -11,8 +8,7 @@ NAME = "Windows 11"
 
 
 def installer_comes_up(stage):
-    image = stage.home / "installer.iso"
-    image.symlink_to(Path(sys.argv[3]).resolve())
+    image = stage.medium()
     with stage.kelvo() as kelvo:
         kelvo.create_machine(image)
         kelvo.console(NAME, timeout=30)

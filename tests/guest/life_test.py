@@ -5,7 +5,6 @@ The guest of the image installs a small system; what its colours mean is in gues
 """
 
 import sys
-from pathlib import Path
 
 from installer import TIMEOUT
 from stage import check, run
@@ -43,8 +42,7 @@ def power_off(stage, kelvo, console):
 
 
 def machine_lives(stage):
-    image = stage.home / "life.iso"
-    image.symlink_to(Path(sys.argv[3]).resolve())
+    image = stage.medium()
     with stage.kelvo() as kelvo:
         kelvo.create_machine(image, KIND)
         console = kelvo.console(NAME, timeout=30)

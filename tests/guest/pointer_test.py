@@ -5,9 +5,7 @@ The guest of the image draws a square wherever it is clicked (guests/pointer.sh)
 and with both renderers, each with an application of its own that takes up the guests of the last.
 """
 
-import sys
 from itertools import count, cycle, product
-from pathlib import Path
 
 from application import wait_until
 from installer import TIMEOUT
@@ -51,8 +49,7 @@ def click_and_look(kelvo, name, what):
 
 
 def clicks_arrive(stage):
-    image = stage.home / "pointer.iso"
-    image.symlink_to(Path(sys.argv[3]).resolve())
+    image = stage.medium()
     with stage.kelvo() as kelvo:
         for name, kind in MACHINES.items():
             kelvo.create_machine(image, kind)

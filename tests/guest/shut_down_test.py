@@ -2,7 +2,6 @@
 """Guests that shut down when they are asked to and one that does not: shut_down_test.py PROGRAM KEPT_FOLDER IMAGE KIND NAME"""
 
 import sys
-from pathlib import Path
 
 from firmware import shows_firmware, shows_refusal
 from installer import TIMEOUT
@@ -18,8 +17,7 @@ def is_ready(picture):
 
 
 def guests_shut_down(stage):
-    image = stage.home / "obedient.iso"
-    image.symlink_to(Path(sys.argv[3]).resolve())
+    image = stage.medium()
     with stage.kelvo() as kelvo:
         kelvo.create_machine(image, KIND)
         console = kelvo.console(NAME, timeout=30)

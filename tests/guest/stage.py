@@ -45,6 +45,12 @@ class Stage:
         os.truncate(image, 1 << 20)
         return image
 
+    def medium(self):
+        """The image of the command line PROGRAM KEPT_FOLDER IMAGE, in the home folder."""
+        image = self.home / "medium.iso"
+        image.symlink_to(Path(sys.argv[3]).resolve())
+        return image
+
     def guests(self, program):
         """Command lines of the running emulators or TPMs."""
         return [command for command in self.desktop.processes().values() if command and Path(command[0]).name == program]
