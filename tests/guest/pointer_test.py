@@ -5,7 +5,8 @@ The guest of the image draws a square wherever it is clicked (guests/pointer.sh)
 and with both renderers, each with an application of its own that takes up the guests of the last.
 """
 
-from itertools import count, cycle, product
+import sys
+from itertools import cycle, product
 
 from application import wait_until
 from installer import TIMEOUT
@@ -26,19 +27,13 @@ def is_ready(picture):
 
 
 def click_and_look(kelvo, name, what):
-    """Clicks on the guest's screen; its square has to come up around that place.
-
-    A console that has just been opened passes nothing on until the server has said that it takes pointers, which one of a
-    quiet screen does up to three seconds after its picture.
-    """
+    """Clicks on the guest's screen; its square has to come up around that place."""
     before = kelvo.wait_for_picture(name, is_ready, 60, f"the guest's screen ({what})")
     across, down = next(SPOTS)
     meant = round(across * before.width), round(down * before.height)
-    clicks = count()
+    kelvo.click_at(name, *meant)
 
     def finds_square():
-        if next(clicks) % 10 == 0:
-            kelvo.click_at(name, *meant)
         shown = kelvo.picture(name).bounds(WHITE, below=0.1)
         if not shown:
             return False

@@ -11,6 +11,9 @@ Rectangle {
     /// The connection is there while this is true.
     property bool active: true
 
+    /// Where to be connected to; 0 for nowhere.
+    readonly property int serverPort: root.active ? root.port : 0
+
     /// Keys and pointer go to the guest.
     property bool inputEnabled: true
 
@@ -24,6 +27,9 @@ Rectangle {
     readonly property bool hasKeyboard: screen.hasKeyboard
     readonly property bool hasPicture: screen.implicitWidth > 0
 
+    /// What the server has said since the picture was asked for, while that is not there: it may be of another size.
+    property size announcedSize
+
     color: Theme.screen
     Accessible.role: Accessible.Pane
     Accessible.name: qsTr("VM display")
@@ -35,7 +41,10 @@ Rectangle {
     VNCInputConnection {
         id: vncInput
 
-        onSizeKnown: vnc.connect(root.host, root.port)
+        onSizeKnown: size => {
+            root.announcedSize = size;
+            root.checkSize();
+        }
     }
 
     VNCScreenItem {
@@ -69,10 +78,12 @@ Rectangle {
         isAvailable: !vncInput.hasFailed
     }
 
-    onHasPictureChanged: if (root.hasPicture && root.wantsKeyboard) screen.forceActiveFocus()
-    onActiveChanged: root.follow()
-    onPortChanged: if (root.active) root.follow()
-    Component.onCompleted: root.follow()
+    onHasPictureChanged: {
+        if (root.hasPicture && root.wantsKeyboard)
+            screen.forceActiveFocus();
+        root.checkSize();
+    }
+    onServerPortChanged: root.follow()
     Component.onDestruction: {
         vncInput.disconnect();
         vnc.disconnect();
@@ -83,11 +94,26 @@ Rectangle {
         screen.forceActiveFocus();
     }
 
+    function connectScreen(): void {
+        root.announcedSize = Qt.size(0, 0);
+        vnc.connect(root.host, root.serverPort);
+    }
+
+    /// Connects anew where that tells another size than the picture's; each time blanks the screen for a moment.
+    function checkSize(): void {
+        if (!root.hasPicture || root.announcedSize.width <= 0)
+            return;
+        const isOther = root.announcedSize.width !== screen.implicitWidth || root.announcedSize.height !== screen.implicitHeight;
+        root.announcedSize = Qt.size(0, 0);
+        if (isOther)
+            root.connectScreen();
+    }
+
     function follow(): void {
         root.wantsKeyboard = root.active;
-        if (root.active) {
-            vnc.connect(root.host, root.port);
-            vncInput.connect(root.host, root.port);
+        if (root.serverPort > 0) {
+            root.connectScreen();
+            vncInput.connect(root.host, root.serverPort);
         } else {
             vncInput.disconnect();
             vnc.disconnect();

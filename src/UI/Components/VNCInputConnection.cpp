@@ -1,12 +1,21 @@
 #include "UI/Components/VNCInputConnection.h"
 
+#include "Platform/TCPConnection.h"
 #include "UI/Components/VNCConnection.h"
 
 #include <QSocketNotifier>
 
 #include <chrono>
+#include <utility>
 
 using namespace std::chrono_literals;
+
+namespace {
+
+// Some thousand movements of the pointer: more than a person makes until a server has answered.
+constexpr std::size_t maximumWaitingBytes = TCPConnection::maxPostedBytes;
+
+} // namespace
 
 VNCInputConnection::VNCInputConnection(QObject *parent)
     : QObject(parent)
@@ -29,6 +38,7 @@ void VNCInputConnection::connect(const QString &host, qint64 port)
     m_notifier =
         std::make_unique<QSocketNotifier>(m_connection->mailbox()->descriptor(), QSocketNotifier::Read);
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, this, &VNCInputConnection::handleEvent);
+    setAvailable(true);
 }
 
 void VNCInputConnection::disconnect()
@@ -36,6 +46,8 @@ void VNCInputConnection::disconnect()
     m_notifier.reset();
     m_connection.reset();
     m_pause.stop();
+    m_isReady = false;
+    m_waiting.clear();
     m_size = {};
     m_reportedSize = {};
     setAvailable(false);
@@ -44,9 +56,21 @@ void VNCInputConnection::disconnect()
 
 void VNCInputConnection::send(std::span<const std::byte> messages)
 {
-    if (!m_isAvailable || m_connection->post(messages))
+    if (!m_isAvailable)
         return;
-    // A lost release would leave a key down for ever; the server lifts what is down when its client goes.
+    if (m_isReady) {
+        if (!m_connection->post(messages))
+            giveUp();
+        return;
+    }
+    m_waiting.insert(m_waiting.end(), messages.begin(), messages.end());
+    if (m_waiting.size() > maximumWaitingBytes)
+        giveUp();
+}
+
+/// A lost release would leave a key down for ever; the server lifts what is down when its client goes.
+void VNCInputConnection::giveUp()
+{
     disconnect();
     setFailed(true);
 }
@@ -63,7 +87,8 @@ void VNCInputConnection::handleEvent()
         if (!m_pause.isActive())
             reportSize();
     } else if (std::holds_alternative<VNCInputReady>(*event)) {
-        setAvailable(true);
+        m_isReady = true;
+        send(std::exchange(m_waiting, {}));
     } else if (!std::holds_alternative<VNCConnected>(*event)) {
         setAvailable(false);
         setFailed(true);
