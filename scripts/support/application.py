@@ -4,7 +4,7 @@ import re
 import subprocess
 import time
 
-from desktop import command_of
+from desktop import PATIENCE, command_of
 from screen import Picture
 
 
@@ -14,6 +14,7 @@ class NotFound(Exception):
 
 def wait_until(condition, timeout, what):
     """The first true value of the condition; NotFound with `what` when there was none for that many seconds."""
+    timeout *= PATIENCE
     deadline = time.monotonic() + timeout
     while True:
         value = condition()
@@ -177,14 +178,14 @@ class Application(Element):
         if self.is_running:
             self._process.terminate()
         try:
-            return self._process.wait(timeout)
+            return self._process.wait(timeout * PATIENCE)
         except subprocess.TimeoutExpired:
             self._process.kill()
             self._process.wait()
             raise NotFound(f"the program did not end within {timeout} s") from None
 
     def wait_for_end(self, timeout=20):
-        return self._process.wait(timeout)
+        return self._process.wait(timeout * PATIENCE)
 
     def window(self, title, timeout=10):
         return wait_until(lambda: next((w for w in self.children if w.name == title), None), timeout,
@@ -255,6 +256,8 @@ class Application(Element):
         if not self.is_running:
             raise NotFound(f"the program ended at once ({self._process.returncode}): {self._log.read_text()[-2000:]}")
         desktop = Atspi.get_desktop(0)
+        if PATIENCE > 1:
+            Atspi.set_timeout(30_000, 60_000)
         try:
             desktop.clear_cache()
             for index in range(desktop.get_child_count()):

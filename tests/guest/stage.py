@@ -11,7 +11,7 @@ from itertools import islice
 from pathlib import Path
 
 from application import wait_until
-from desktop import DESKTOP_SIZE, Desktop
+from desktop import DESKTOP_SIZE, PATIENCE, Desktop
 from kelvo import Kelvo
 
 EMULATOR = "qemu-system-aarch64"
@@ -160,7 +160,7 @@ def run(test, seconds, desktop_size=DESKTOP_SIZE):
 
     signal.signal(signal.SIGALRM, give_up)
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
-    signal.alarm(seconds)
+    signal.alarm(int(seconds * PATIENCE))
     program, kept = Path(sys.argv[1]).resolve(), Path(sys.argv[2])
     shutil.rmtree(kept, ignore_errors=True)
     with Desktop(size=desktop_size) as desktop:
