@@ -99,9 +99,10 @@ Rectangle {
         vnc.connect(root.host, root.serverPort);
     }
 
-    /// Connects anew where that tells another size than the picture's; each time blanks the screen for a moment.
+    /// Connects anew where that tells another size than the picture's, or where no picture will come; each time blanks the
+    /// screen for a moment.
     function checkSize(): void {
-        if (!root.hasPicture || root.announcedSize.width <= 0)
+        if (root.announcedSize.width <= 0 || (!root.hasPicture && vnc.errorMessage === ""))
             return;
         const isOther = root.announcedSize.width !== screen.implicitWidth || root.announcedSize.height !== screen.implicitHeight;
         root.announcedSize = Qt.size(0, 0);

@@ -211,6 +211,15 @@ void TestVNCInputConnection::viewConnectsAnewForAnotherSizeAlone()
     input->write(sizeUpdate(1, 2));
     QTRY_COMPARE(pictures.count(), 3); // gone, and there again
     QCOMPARE(peers.size(), 3);
+
+    const QByteArray good = std::exchange(picture, QByteArray("RFB 003.008\n\0", 13));
+    input->write(sizeUpdate(2, 1));
+    QTRY_COMPARE(peers.size(), 4);
+    QTRY_VERIFY(!view->findChild<VNCClient *>()->errorMessage().isEmpty());
+    QVERIFY(!view->property("hasPicture").toBool());
+    picture = good;
+    input->write(sizeUpdate(1, 2));
+    QTRY_VERIFY(view->property("hasPicture").toBool());
 }
 
 KELVO_GUI_TEST_MAIN(TestVNCInputConnection)
