@@ -5,6 +5,7 @@ set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(CMAKE_LIBRARY_ARCHITECTURE ${triplet})
 set(CMAKE_C_COMPILER ${triplet}-gcc)
 set(CMAKE_CXX_COMPILER ${triplet}-g++)
+set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64) # otherwise that of this computer
 set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/${triplet}/pkgconfig:/usr/share/pkgconfig)
 
 # Qt's compilers run here.
