@@ -143,10 +143,11 @@ int main(void)
     show(&usual);
     show_cursor(GREEN);
     wait_for_return(-1);
-    int changes = 0;
-    while (!wait_for_return(100))
-        show(changes++ % 2 ? &usual : &small);
-    fprintf(stderr, "%d changes\n", changes);
+    for (int changes = 0; !wait_for_return(100); ++changes) {
+        show(changes % 2 ? &usual : &small);
+        fprintf(stderr, "change %d\n", changes);
+    }
+    fprintf(stderr, "no more changes\n");
     show(&small);
     for (;;)
         pause();
