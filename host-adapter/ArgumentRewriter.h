@@ -17,40 +17,31 @@ struct HostOffer
     bool operator==(const HostOffer &) const = default;
 };
 
-/// Fits an argument list of qemu-system-aarch64 that was written for an hvf host to this one. Arguments
-/// exclude the program's name. Options are told from values as QEMU does it (one or two leading dashes, the
-/// next argument is the value whatever it looks like), so that a machine named "-accel" stays one. Pure;
-/// never fails: what QEMU would refuse is left for QEMU to refuse.
+/// Fits the argument list that QEMUCommandBuilder writes, for an hvf host, to this one. Such a list consists
+/// of options that each have a value, "-accel hvf" among them; any other is somebody's question to the
+/// emulator and stays as it is. Arguments exclude the program's name. Pure; never fails.
 class ArgumentRewriter
 {
 public:
     /// The list must outlive the object.
     explicit ArgumentRewriter(std::span<const std::string> arguments);
 
-    /// The result depends on HostOffer::hardwareAcceleration.
-    [[nodiscard]] bool asksForAcceleration() const;
-    /// The result depends on HostOffer::tpmCrbDevice.
-    [[nodiscard]] bool asksForTpmCrbDevice() const;
+    /// The list starts a guest, so that the result depends on the host.
+    [[nodiscard]] bool startsGuest() const { return m_startsGuest; }
 
-    /// Replaces the accelerator "hvf" by "kvm" or "tcg" and, where tcg stands in for it, the processor "host"
-    /// by "max,pauth=off"; "tpm-crb-device" by "tpm-tis-device" where the former is missing; a bare
-    /// "virtio-gpu-pci" by "ramfb" where the guest has no driver for the former, and so would have no picture
-    /// from the moment its boot loader hands over; gives a "virt" machine of more than eight processors
-    /// "gic-version=max" unless the list names a version; and keeps a "virtio-net-pci" from a boot ROM that
-    /// need not be installed. Such a list is for a guest that takes the clock for local time:
-    /// "-rtc base=localtime" comes before it unless it has the option.
+    /// The list for this host:
+    /// - accelerator "hvf": "kvm" or, with the processor "max,pauth=off", "tcg";
+    /// - "tpm-crb-device": "tpm-tis-device" where the former is missing;
+    /// - "virtio-gpu-pci": "ramfb" where the guest has no driver for the former, and so would have no picture
+    /// from
+    ///   the moment its boot loader hands over;
+    /// - "virtio-net-pci": without a boot ROM, which need not be installed;
+    /// - more than eight processors: "gic-version=max", as the machine does not choose that by itself under
+    ///   emulation;
+    /// - "-rtc base=localtime" comes before it all, as the guest takes its clock for local time.
     [[nodiscard]] std::vector<std::string> rewritten(const HostOffer &offer) const;
 
 private:
-    /// An option with its value's place in the list.
-    struct Option
-    {
-        std::string name;
-        std::size_t valueIndex;
-    };
-
-    [[nodiscard]] bool needsInterruptControllerVersion() const;
-
     std::span<const std::string> m_arguments;
-    std::vector<Option> m_options;
+    bool m_startsGuest;
 };

@@ -44,16 +44,15 @@ int main(int argc, char *argv[])
 
     const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     const ArgumentRewriter rewriter(arguments);
-    const bool asksForAcceleration = rewriter.asksForAcceleration();
-    const std::string obstacle = asksForAcceleration ? emulator.reasonToEmulate() : std::string();
+    const std::string obstacle = rewriter.startsGuest() ? emulator.reasonToEmulate() : std::string();
     if (!obstacle.empty())
         std::fprintf(stderr, "kelvo-host-adapter: note: the guest is emulated, because %s.\n",
                      obstacle.c_str());
     std::optional<ProcessorKinds::StrongestOnly> oneKind;
-    if (asksForAcceleration && obstacle.empty())
+    if (rewriter.startsGuest() && obstacle.empty())
         oneKind.emplace();
     const HostOffer offer{.hardwareAcceleration = obstacle.empty(),
-                          .tpmCrbDevice = rewriter.asksForTpmCrbDevice() &&
+                          .tpmCrbDevice = rewriter.startsGuest() &&
                                           emulatorHasTpmCrbDevice(emulator.path()).value_or(false),
                           .displayDriver = ::access(displayDriverMark, F_OK) == 0};
     const int error = emulator.become(argc > 0 ? argv[0] : KELVO_EMULATOR, rewriter.rewritten(offer));

@@ -40,13 +40,14 @@ private Q_SLOTS:
 void HostAdapterTest::becomesTheEmulator()
 {
     Child child;
-    child.start(adapterToStandIn, {u"-accel"_s, u"hvf"_s, QString()});
+    child.start(adapterToStandIn, {u"-accel"_s, u"hvf"_s, u"-serial"_s, QString()});
     QVERIFY(child.waitForStarted(patience));
     const QByteArray processId = QByteArray::number(child.processId());
     QVERIFY(child.waitForFinished(patience));
     QCOMPARE(child.exitCode(), 42);
-    QCOMPARE(child.readAllStandardOutput(),
-             adapterToStandIn.toUtf8() + "\n-rtc\nbase=localtime\n-accel\ntcg\n\n" + processId + '\n');
+    QCOMPARE(child.readAllStandardOutput(), adapterToStandIn.toUtf8() +
+                                                "\n-rtc\nbase=localtime\n-accel\ntcg\n-serial\n\n" +
+                                                processId + '\n');
     const QByteArray note = child.readAllStandardError();
     QVERIFY2(note.startsWith("kelvo-host-adapter: note: the guest is emulated, because ") &&
                  note.count('\n') == 1,
@@ -71,9 +72,9 @@ void HostAdapterTest::asksTheEmulatorForTheDevice()
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"STAND_IN_ANSWER"_s, answer);
     child.setProcessEnvironment(environment);
-    child.start(adapterToStandIn, {u"-device"_s, u"tpm-crb-device"_s});
+    child.start(adapterToStandIn, {u"-device"_s, u"tpm-crb-device"_s, u"-accel"_s, u"hvf"_s});
     QVERIFY(child.waitForFinished(patience));
-    QTEST(child.readAllStandardOutput().split('\n').value(2), "device");
+    QTEST(child.readAllStandardOutput().split('\n').value(4), "device");
 }
 
 void HostAdapterTest::leavesTheDisplayToAGuestWithItsDriver()
@@ -83,9 +84,9 @@ void HostAdapterTest::leavesTheDisplayToAGuestWithItsDriver()
     for (const QByteArray device : {"ramfb", "virtio-gpu-pci"}) {
         Child child;
         child.setWorkingDirectory(bundle.path());
-        child.start(adapterToStandIn, {u"-device"_s, u"virtio-gpu-pci"_s});
+        child.start(adapterToStandIn, {u"-device"_s, u"virtio-gpu-pci"_s, u"-accel"_s, u"hvf"_s});
         QVERIFY(child.waitForFinished(patience));
-        QCOMPARE(child.readAllStandardOutput().split('\n').value(2), device);
+        QCOMPARE(child.readAllStandardOutput().split('\n').value(4), device);
         QVERIFY(mark.open(QIODevice::WriteOnly));
         mark.close();
     }
