@@ -1,6 +1,6 @@
 #include "UI/Components/GuestScreenItem.h"
 
-#include "UI/Components/KeyScanCode.h"
+#include "RemoteFramebuffer/ScanCode.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -15,6 +15,14 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// The key by its place, whatever it means on the host's layout.
+std::optional<std::uint8_t> scanCodeOf(const QKeyEvent &event)
+{
+    constexpr quint32 first = 8; // X11 counts its key codes from here, and Wayland's clients keep to that.
+    const quint32 native = event.nativeScanCode();
+    return native > first ? rfb::scanCodeOfKeyCode(native - first) : std::nullopt;
+}
 
 std::optional<rfb::InputState::Button> buttonOf(Qt::MouseButton button)
 {

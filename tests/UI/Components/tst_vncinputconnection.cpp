@@ -1,4 +1,5 @@
 #include "RemoteFramebuffer/ServerStream.h"
+#include "UI/Components/KeyEvents.h"
 #include "UI/Components/ScriptedServer.h"
 #include "UI/Components/VNCInputConnection.h"
 #include "UI/Components/VNCScreenItem.h"
@@ -172,7 +173,7 @@ void TestVNCInputConnection::screensPassKeysAndPointerOn()
     m_server->send(keysTaken);
 
     const QByteArray seen = display.received();
-    QTest::keyPress(&window, Qt::Key_Escape);
+    sendKey(window, QEvent::KeyPress, {Qt::Key_Escape, KEY_ESC});
     QTest::mouseClick(&window, Qt::RightButton, {}, {150, 50});
     item->setFocus(false); // what is down is released
     QTRY_COMPARE(m_server->received(), clientHandshake + escapeDown +

@@ -1,5 +1,6 @@
 #include "Platform/Hypervisor/DisplayPeer.h"
 #include "RemoteFramebuffer/ServerStream.h"
+#include "UI/Components/KeyEvents.h"
 #include "UI/Components/VZVirtualMachineView.h"
 #include "UI/Components/WindowPicture.h"
 #include "support/TestMain.h"
@@ -319,7 +320,7 @@ void TestVZVirtualMachineView::passesInputOnWhileTheGuestRuns()
     QVERIFY(!screen.item->hasKeyboard());
     QVERIFY(screen.show(updateHeader(1) + corner(0, 0, 100, 100) + uint32(static_cast<std::uint32_t>(-258))));
     QTRY_VERIFY(screen.item->hasKeyboard());
-    QTest::keyPress(&screen.window, Qt::Key_A);
+    sendKey(screen.window, QEvent::KeyPress, aKey);
     const QByteArray key("\xff\x00\x00\x01\x00\x00\x00\x00\x00\x00\x00\x1e", 12);
     QVERIFY(sent(key));
     // Twice as large, between bars of 100.
