@@ -87,7 +87,7 @@ double launchAndAsk(const VZVirtualMachineConfiguration &configuration)
     ::fcntl(ours.get(), F_SETFL, 0); // blocking
     const std::optional<EmulatorInstallation> installation = EmulatorInstallation::find();
     if (!installation)
-        throw VZError(VZError::Case::internalError, u"no emulator is installed"_s);
+        throw VZError(u"no emulator is installed"_s);
     ChildProcess::LaunchOptions options;
     options.program = installation->emulator;
     options.arguments =
@@ -106,7 +106,7 @@ double launchAndAsk(const VZVirtualMachineConfiguration &configuration)
     while (!received.contains("\"running\": true")) {
         const ssize_t count = ::recv(ours.get(), buffer.data(), buffer.size(), 0);
         if (count <= 0)
-            throw VZError(VZError::Case::internalError, u"the emulator ended"_s);
+            throw VZError(u"the emulator ended"_s);
         received.append(buffer.data(), count);
         if (!std::exchange(hasAsked, true))
             (void)::send(ours.get(), commands.constData(), static_cast<std::size_t>(commands.size()), 0);

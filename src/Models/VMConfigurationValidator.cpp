@@ -18,40 +18,33 @@ QString wholeGigabytes(quint64 bytes)
 
 } // namespace
 
-VMConfigurationValidationError::VMConfigurationValidationError(Case errorCase, const QString &text)
-    : LocalizedError(text)
-    , m_case(errorCase)
-{}
-
 VMConfigurationValidationError VMConfigurationValidationError::invalidCPUCount(qint64 value, qint64 minimum,
                                                                                qint64 maximum)
 {
-    return {Case::invalidCPUCount,
-            u"CPU count %1 is invalid. Allowed range: %2–%3 cores."_s.arg(
-                QString::number(value), QString::number(minimum), QString::number(maximum))};
+    return {u"CPU count %1 is invalid. Allowed range: %2–%3 cores."_s.arg(
+        QString::number(value), QString::number(minimum), QString::number(maximum))};
 }
 
 VMConfigurationValidationError VMConfigurationValidationError::invalidMemory(quint64 value, quint64 minimum,
                                                                              quint64 maximum)
 {
-    return {Case::invalidMemory,
-            u"Memory %1 GB is invalid. Allowed range: %2–%3 GB."_s.arg(
-                wholeGigabytes(value), wholeGigabytes(minimum), wholeGigabytes(maximum))};
+    return {u"Memory %1 GB is invalid. Allowed range: %2–%3 GB."_s.arg(
+        wholeGigabytes(value), wholeGigabytes(minimum), wholeGigabytes(maximum))};
 }
 
 VMConfigurationValidationError VMConfigurationValidationError::invalidDiskSize()
 {
-    return {Case::invalidDiskSize, u"Virtual disk size is invalid."_s};
+    return {u"Virtual disk size is invalid."_s};
 }
 
 VMConfigurationValidationError VMConfigurationValidationError::emptyName()
 {
-    return {Case::emptyName, u"Virtual machine name cannot be empty."_s};
+    return {u"Virtual machine name cannot be empty."_s};
 }
 
 VMConfigurationValidationError VMConfigurationValidationError::virtualizationUnavailable()
 {
-    return {Case::virtualizationUnavailable, u"Virtualization is unavailable on this Mac."_s};
+    return {u"Virtualization is unavailable on this Mac."_s};
 }
 
 namespace VMConfigurationValidator {

@@ -17,15 +17,6 @@ struct ClosedRange
 class VMConfigurationValidationError final : public LocalizedError
 {
 public:
-    enum class Case
-    {
-        invalidCPUCount,
-        invalidMemory,
-        invalidDiskSize,
-        emptyName,
-        virtualizationUnavailable
-    };
-
     [[nodiscard]] static VMConfigurationValidationError invalidCPUCount(qint64 value, qint64 minimum,
                                                                         qint64 maximum);
     /// All three in bytes.
@@ -35,12 +26,8 @@ public:
     [[nodiscard]] static VMConfigurationValidationError emptyName();
     [[nodiscard]] static VMConfigurationValidationError virtualizationUnavailable();
 
-    [[nodiscard]] Case errorCase() const { return m_case; }
-
 private:
-    VMConfigurationValidationError(Case errorCase, const QString &text);
-
-    Case m_case;
+    using LocalizedError::LocalizedError;
 };
 
 namespace VMConfigurationValidator {

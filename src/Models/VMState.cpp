@@ -83,25 +83,14 @@ bool canResume(VMState state)
     return state == VMState::paused;
 }
 
-VMStateTransitionError::VMStateTransitionError(Case errorCase, const QString &text, VMState current,
-                                               const QString &action)
-    : LocalizedError(text)
-    , m_case(errorCase)
-    , m_current(current)
-    , m_action(action)
-{}
-
 VMStateTransitionError VMStateTransitionError::invalidTransition(VMState current, const QString &action)
 {
-    const QString text =
-        u"Cannot "_s + action + u" while virtual machine is "_s + displayName(current).toLower() + u'.';
-    return {Case::invalidTransition, text, current, action};
+    return {u"Cannot "_s + action + u" while virtual machine is "_s + displayName(current).toLower() + u'.'};
 }
 
 VMStateTransitionError VMStateTransitionError::operationInProgress()
 {
-    return {Case::operationInProgress, u"Another virtualization operation is already in progress."_s,
-            VMState::poweredOff, QString()};
+    return {u"Another virtualization operation is already in progress."_s};
 }
 
 void VMStateMachine::transition(VMState to)

@@ -34,27 +34,12 @@ inline constexpr std::array allVMStates = {
 class VMStateTransitionError final : public LocalizedError
 {
 public:
-    enum class Case
-    {
-        invalidTransition,
-        operationInProgress
-    };
-
     /// `action` completes "Cannot … while virtual machine is …".
     [[nodiscard]] static VMStateTransitionError invalidTransition(VMState current, const QString &action);
     [[nodiscard]] static VMStateTransitionError operationInProgress();
 
-    [[nodiscard]] Case errorCase() const { return m_case; }
-    /// The state in which the move was refused; `invalidTransition` only.
-    [[nodiscard]] VMState current() const { return m_current; }
-    [[nodiscard]] const QString &action() const { return m_action; }
-
 private:
-    VMStateTransitionError(Case errorCase, const QString &text, VMState current, const QString &action);
-
-    Case m_case;
-    VMState m_current;
-    QString m_action;
+    using LocalizedError::LocalizedError;
 };
 
 /// The moves that make sense; each backend controller changes its state through one of these.

@@ -1,31 +1,34 @@
 #pragma once
 
+#include "Platform/FileUrl.h"
 #include "Platform/LocalizedError.h"
 
-#include <QUrl>
-
+/// What the library of bundles fails with, apart from PlatformError.
 class VMStorageError final : public LocalizedError
 {
 public:
-    enum class Case
+    [[nodiscard]] static VMStorageError directoryCreationFailed(const QUrl &folder)
     {
-        directoryCreationFailed,
-        vmNotFound,
-        invalidBundle,
-        encodingFailed,
-        decodingFailed
-    };
-
-    [[nodiscard]] static VMStorageError directoryCreationFailed(const QUrl &folder);
-    [[nodiscard]] static VMStorageError vmNotFound();
-    [[nodiscard]] static VMStorageError invalidBundle(const QUrl &bundle);
-    [[nodiscard]] static VMStorageError encodingFailed();
-    [[nodiscard]] static VMStorageError decodingFailed();
-
-    [[nodiscard]] Case errorCase() const { return m_case; }
+        return {
+            QStringLiteral("Could not create virtual machine directory at %1.").arg(FileUrl::path(folder))};
+    }
+    [[nodiscard]] static VMStorageError vmNotFound()
+    {
+        return {QStringLiteral("Virtual machine could not be found.")};
+    }
+    [[nodiscard]] static VMStorageError invalidBundle(const QUrl &bundle)
+    {
+        return {QStringLiteral("Invalid virtual machine bundle at %1.").arg(FileUrl::path(bundle))};
+    }
+    [[nodiscard]] static VMStorageError encodingFailed()
+    {
+        return {QStringLiteral("Could not save virtual machine configuration.")};
+    }
+    [[nodiscard]] static VMStorageError decodingFailed()
+    {
+        return {QStringLiteral("Could not read virtual machine configuration.")};
+    }
 
 private:
-    VMStorageError(Case errorCase, const QString &text);
-
-    Case m_case;
+    using LocalizedError::LocalizedError;
 };

@@ -5,11 +5,12 @@
 
 #include <exception>
 
-/// Base of every error that a person may read. Areas derive one final class each, with a `Case` to branch on.
+/// Base of every error that a person may read. Areas derive one final class each, with a `Case` where
+/// somebody branches on it.
 class LocalizedError : public std::exception
 {
 public:
-    explicit LocalizedError(const QString &description);
+    LocalizedError(const QString &description);
 
     /// The sentence to show, complete as it stands.
     [[nodiscard]] const QString &localizedDescription() const { return m_description; }

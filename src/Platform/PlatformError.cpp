@@ -17,5 +17,4 @@ static QString describe(int code, const QString &attempt, const QString &path)
 PlatformError::PlatformError(int code, const QString &attempt, const QString &path)
     : LocalizedError(describe(code, attempt, path))
     , m_code(code)
-    , m_path(path)
 {}

@@ -11,9 +11,7 @@ public:
 
     /// The errno value (errno(3)).
     [[nodiscard]] int code() const { return m_code; }
-    [[nodiscard]] const QString &path() const { return m_path; }
 
 private:
     int m_code;
-    QString m_path;
 };

@@ -49,7 +49,7 @@ DiskInfo DiskManager::diskInfo(const QUrl &url, quint64 maximumSizeBytes) const
         return {url, maximumSizeBytes, m_fileService.fileSize(url)};
     } catch (const PlatformError &error) {
         if (error.code() == ENOENT)
-            throw DiskManagerError(DiskManagerError::Case::diskNotFound);
+            throw DiskManagerError::diskNotFound();
         throw;
     }
 }
@@ -98,6 +98,6 @@ VZDiskImageStorageDeviceAttachment DiskManager::makeAttachment(const QUrl &url, 
     } catch (const VZError &error) {
         DiagnosticLogger::shared().log(u"Failed to attach disk: "_s + error.localizedDescription(),
                                        LogLevel::error);
-        throw DiskManagerError(DiskManagerError::Case::attachmentFailed);
+        throw DiskManagerError::attachmentFailed();
     }
 }

@@ -2,21 +2,27 @@
 
 #include "Platform/LocalizedError.h"
 
+/// What a machine's disk fails with, apart from PlatformError.
 class DiskManagerError final : public LocalizedError
 {
 public:
-    enum class Case
+    [[nodiscard]] static DiskManagerError creationFailed()
     {
-        creationFailed,
-        attachmentFailed,
-        diskNotFound,
-        expansionFailed
-    };
-
-    explicit DiskManagerError(Case errorCase);
-
-    [[nodiscard]] Case errorCase() const { return m_case; }
+        return {QStringLiteral("Virtual disk could not be created.")};
+    }
+    [[nodiscard]] static DiskManagerError attachmentFailed()
+    {
+        return {QStringLiteral("Virtual disk could not be attached.")};
+    }
+    [[nodiscard]] static DiskManagerError diskNotFound()
+    {
+        return {QStringLiteral("Virtual disk was not found.")};
+    }
+    [[nodiscard]] static DiskManagerError expansionFailed()
+    {
+        return {QStringLiteral("Virtual disk could not be expanded.")};
+    }
 
 private:
-    Case m_case;
+    using LocalizedError::LocalizedError;
 };

@@ -32,8 +32,7 @@ UniqueDescriptor lockStore(const VZEFIVariableStore &store)
 {
     UniqueDescriptor lock = FileLock::take(FileUrl::path(store.url()));
     if (!lock.isValid())
-        throw VZError(VZError::Case::virtualMachineAlreadyRunning,
-                      u"This virtual machine is already running."_s);
+        throw VZError(u"This virtual machine is already running."_s);
     return lock;
 }
 
@@ -54,7 +53,7 @@ EmulatorInstallation requireInstallation()
 {
     std::optional<EmulatorInstallation> installation = EmulatorInstallation::find();
     if (!installation)
-        throw VZError(VZError::Case::internalError, u"No emulator with firmware for ARM64 is installed."_s);
+        throw VZError(u"No emulator with firmware for ARM64 is installed."_s);
     return *std::move(installation);
 }
 
@@ -167,8 +166,7 @@ QCoro::Task<> EmulatorSession::boot()
     const QCoro::Task<> end = quit();
     co_await end;
     if (self)
-        throw VZError(VZError::Case::internalError,
-                      m_endReason.value_or(u"The emulator ended before its guest ran."_s));
+        throw VZError(m_endReason.value_or(u"The emulator ended before its guest ran."_s));
 }
 
 QCoro::Task<> EmulatorSession::pause()
@@ -194,8 +192,7 @@ QCoro::Task<> EmulatorSession::resume()
         co_return;
     if (self && status.guest == EmulatorStatus::Guest::failed)
         noteStatus(status);
-    throw VZError(VZError::Case::internalError,
-                  status.reason.isEmpty() ? u"The guest does not run."_s : status.reason);
+    throw VZError(status.reason.isEmpty() ? u"The guest does not run."_s : status.reason);
 }
 
 QCoro::Task<> EmulatorSession::requestStop()

@@ -19,12 +19,11 @@ VZDiskImageStorageDeviceAttachment::VZDiskImageStorageDeviceAttachment(const QUr
     struct stat file
     {};
     if (::stat(name.constData(), &file) != 0)
-        throw VZError(VZError::Case::invalidDiskImage, u"The disk image “%1” does not exist."_s.arg(path));
+        throw VZError(u"The disk image “%1” does not exist."_s.arg(path));
     if (!S_ISREG(file.st_mode))
-        throw VZError(VZError::Case::invalidDiskImage, u"The disk image “%1” is not a file."_s.arg(path));
+        throw VZError(u"The disk image “%1” is not a file."_s.arg(path));
     if (::access(name.constData(), readOnly ? R_OK : R_OK | W_OK) != 0) {
-        throw VZError(VZError::Case::invalidDiskImage,
-                      (readOnly ? u"The disk image “%1” cannot be read."_s
+        throw VZError((readOnly ? u"The disk image “%1” cannot be read."_s
                                 : u"The disk image “%1” cannot be written."_s)
                           .arg(path));
     }

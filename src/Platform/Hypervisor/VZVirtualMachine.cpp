@@ -40,7 +40,7 @@ void run(QCoro::Task<> operation, const VZVirtualMachine::CompletionHandler &han
 
 [[noreturn]] void throwGone()
 {
-    throw VZError(VZError::Case::internalError, u"The virtual machine is gone."_s);
+    throw VZError(u"The virtual machine is gone."_s);
 }
 
 } // namespace
@@ -185,8 +185,7 @@ QCoro::Task<> VZVirtualMachine::performResume()
 void VZVirtualMachine::requireState(std::initializer_list<State> allowed, const QString &action) const
 {
     if (std::ranges::find(allowed, m_state) == allowed.end()) {
-        throw VZError(VZError::Case::invalidVirtualMachineState,
-                      u"The virtual machine cannot be %1 now."_s.arg(action));
+        throw VZError(u"The virtual machine cannot be %1 now."_s.arg(action));
     }
 }
 
@@ -285,7 +284,7 @@ void VZVirtualMachine::handleEnd()
     if (!self || !m_delegate)
         return;
     if (reason)
-        m_delegate->virtualMachineDidStopWithError(*this, VZError(VZError::Case::internalError, *reason));
+        m_delegate->virtualMachineDidStopWithError(*this, VZError(*reason));
     else
         m_delegate->guestDidStop(*this);
 }

@@ -24,7 +24,7 @@ constexpr qint64 sectorBytes = 512;
 void require(bool condition, const QString &otherwise)
 {
     if (!condition)
-        throw VZError(VZError::Case::invalidVirtualMachineConfiguration, otherwise);
+        throw VZError(otherwise);
 }
 
 void requireProcessorsAndMemory(const VZVirtualMachineConfiguration &configuration)

@@ -6,37 +6,42 @@
 class KelvoError final : public LocalizedError
 {
 public:
-    enum class Case
+    [[nodiscard]] static KelvoError configurationInvalid(const QString &text)
     {
-        configurationInvalid,
-        qemuDependenciesMissing,
-        internalError,
-        virtualizationUnavailable,
-        diskCreationFailed,
-        diskExpansionFailed,
-        installationMediaUnavailable,
-        operationInProgress,
-        insufficientMemory,
-    };
-
-    [[nodiscard]] static KelvoError configurationInvalid(const QString &text);
+        return {QStringLiteral("Virtual machine configuration is invalid. ") + text};
+    }
     /// `components`: the missing ones' names, joined by ", ".
-    [[nodiscard]] static KelvoError qemuDependenciesMissing(const QString &components);
-    [[nodiscard]] static KelvoError internalError(const QString &text);
-    [[nodiscard]] static KelvoError virtualizationUnavailable();
-    [[nodiscard]] static KelvoError diskCreationFailed();
-    [[nodiscard]] static KelvoError diskExpansionFailed();
-    [[nodiscard]] static KelvoError installationMediaUnavailable();
-    [[nodiscard]] static KelvoError operationInProgress();
-    [[nodiscard]] static KelvoError insufficientMemory();
-
-    [[nodiscard]] Case errorCase() const { return m_case; }
-    /// What was handed in; empty for the cases without a text.
-    [[nodiscard]] const QString &text() const { return m_text; }
+    [[nodiscard]] static KelvoError qemuDependenciesMissing(const QString &components)
+    {
+        return {QStringLiteral("QEMU dependencies are missing: ") + components +
+                QStringLiteral(". Install them with Homebrew: brew install qemu swtpm")};
+    }
+    [[nodiscard]] static KelvoError internalError(const QString &text) { return {text}; }
+    [[nodiscard]] static KelvoError virtualizationUnavailable()
+    {
+        return {QStringLiteral("Virtualization is unavailable on this Mac.")};
+    }
+    [[nodiscard]] static KelvoError diskCreationFailed()
+    {
+        return {QStringLiteral("Virtual disk could not be created.")};
+    }
+    [[nodiscard]] static KelvoError diskExpansionFailed()
+    {
+        return {QStringLiteral("Virtual disk could not be expanded.")};
+    }
+    [[nodiscard]] static KelvoError installationMediaUnavailable()
+    {
+        return {QStringLiteral("Installation media could not be opened.")};
+    }
+    [[nodiscard]] static KelvoError operationInProgress()
+    {
+        return {QStringLiteral("Another virtualization operation is already in progress.")};
+    }
+    [[nodiscard]] static KelvoError insufficientMemory()
+    {
+        return {QStringLiteral("Not enough memory available.")};
+    }
 
 private:
-    KelvoError(Case errorCase, const QString &description, const QString &text = {});
-
-    Case m_case;
-    QString m_text;
+    using LocalizedError::LocalizedError;
 };

@@ -72,7 +72,7 @@ private:
     {
         calls << call;
         m_waiting = [this, call, handler] {
-            const VZError error(VZError::Case::internalError, u"No "_s + call + u"."_s);
+            const VZError error(u"No "_s + call + u"."_s);
             handler(failing == call ? std::make_exception_ptr(error) : nullptr);
         };
         if (held != call)
@@ -182,7 +182,7 @@ void AppleVirtualizationControllerTest::followsAGuestThatEndsUnasked()
         controller->configure(VZVirtualMachineConfiguration());
         QCOMPARE(perform(*controller, u"start"_s), QString());
         if (isError)
-            controller->virtualMachineDidStopWithError(*m_machine, {VZError::Case::internalError, u"Why."_s});
+            controller->virtualMachineDidStopWithError(*m_machine, {u"Why."_s});
         else
             controller->guestDidStop(*m_machine);
         QCOMPARE(controller->state(), VMState::running); // only once the code that runs now is done
