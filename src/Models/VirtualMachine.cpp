@@ -1,18 +1,5 @@
 #include "Models/VirtualMachine.h"
 
-struct VirtualMachine::Commands
-{
-    bool start;
-    bool stop;
-    bool shutDown;
-    bool pause;
-    bool resume;
-    bool install;
-    bool needsInstallation;
-
-    bool operator==(const Commands &) const = default;
-};
-
 VirtualMachine::VirtualMachine(const VMConfiguration &configuration, VMState state,
                                VMInstallationState installationState, QObject *parent)
     : QObject(parent)
@@ -22,61 +9,53 @@ VirtualMachine::VirtualMachine(const VMConfiguration &configuration, VMState sta
     , m_installationState(installationState)
 {}
 
-VirtualMachine::Commands VirtualMachine::commands() const
-{
-    return {canStart(), canStop(), canShutDown(), canPause(), canResume(), canInstall(), needsInstallation()};
-}
-
 template<typename Value>
-void VirtualMachine::assign(Value &field, const Value &value, void (VirtualMachine::*changed)())
+void VirtualMachine::assign(Value &field, const Value &value)
 {
     if (field == value)
         return;
-    const Commands before = commands();
     field = value;
-    Q_EMIT(this->*changed)();
-    if (commands() != before)
-        Q_EMIT commandsChanged();
+    Q_EMIT changed();
 }
 
 void VirtualMachine::setConfiguration(const VMConfiguration &configuration)
 {
-    const QString nameBefore = name();
-    assign(m_configuration, configuration, &VirtualMachine::configurationChanged);
-    if (name() != nameBefore)
-        Q_EMIT nameChanged();
+    assign(m_configuration, configuration);
 }
 
 void VirtualMachine::setState(VMState state)
 {
-    assign(m_state, state, &VirtualMachine::stateChanged);
-    if (state != VMState::running)
-        setShuttingDown(false);
+    if (m_state == state)
+        return;
+    m_state = state;
+    m_isShuttingDown = m_isShuttingDown && state == VMState::running;
+    Q_EMIT stateChanged();
+    Q_EMIT changed();
 }
 
 void VirtualMachine::setInstallationState(VMInstallationState state)
 {
-    assign(m_installationState, state, &VirtualMachine::installationStateChanged);
+    assign(m_installationState, state);
 }
 
 void VirtualMachine::setLastError(const std::optional<QString> &text)
 {
-    assign(m_lastError, text, &VirtualMachine::lastErrorChanged);
+    assign(m_lastError, text);
 }
 
 void VirtualMachine::setActualDiskUsageBytes(std::optional<quint64> bytes)
 {
-    assign(m_actualDiskUsageBytes, bytes, &VirtualMachine::actualDiskUsageBytesChanged);
+    assign(m_actualDiskUsageBytes, bytes);
 }
 
 void VirtualMachine::setOperationInProgress(bool inProgress)
 {
-    assign(m_operationInProgress, inProgress, &VirtualMachine::operationInProgressChanged);
+    assign(m_operationInProgress, inProgress);
 }
 
 void VirtualMachine::setShuttingDown(bool shuttingDown)
 {
-    assign(m_isShuttingDown, shuttingDown, &VirtualMachine::shuttingDownChanged);
+    assign(m_isShuttingDown, shuttingDown);
 }
 
 bool VirtualMachine::canStart() const

@@ -12,15 +12,15 @@ class VirtualMachine : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(QUuid id READ id CONSTANT)
-    Q_PROPERTY(QString name READ name NOTIFY nameChanged)
-    Q_PROPERTY(bool operationInProgress READ operationInProgress NOTIFY operationInProgressChanged)
-    Q_PROPERTY(bool canStart READ canStart NOTIFY commandsChanged)
-    Q_PROPERTY(bool canStop READ canStop NOTIFY commandsChanged)
-    Q_PROPERTY(bool canShutDown READ canShutDown NOTIFY commandsChanged)
-    Q_PROPERTY(bool canPause READ canPause NOTIFY commandsChanged)
-    Q_PROPERTY(bool canResume READ canResume NOTIFY commandsChanged)
-    Q_PROPERTY(bool canInstall READ canInstall NOTIFY commandsChanged)
-    Q_PROPERTY(bool needsInstallation READ needsInstallation NOTIFY commandsChanged)
+    Q_PROPERTY(QString name READ name NOTIFY changed)
+    Q_PROPERTY(bool operationInProgress READ operationInProgress NOTIFY changed)
+    Q_PROPERTY(bool canStart READ canStart NOTIFY changed)
+    Q_PROPERTY(bool canStop READ canStop NOTIFY changed)
+    Q_PROPERTY(bool canShutDown READ canShutDown NOTIFY changed)
+    Q_PROPERTY(bool canPause READ canPause NOTIFY changed)
+    Q_PROPERTY(bool canResume READ canResume NOTIFY changed)
+    Q_PROPERTY(bool canInstall READ canInstall NOTIFY changed)
+    Q_PROPERTY(bool needsInstallation READ needsInstallation NOTIFY changed)
 
 public:
     VirtualMachine(const VMConfiguration &configuration, VMState state, VMInstallationState installationState,
@@ -60,23 +60,13 @@ public:
     [[nodiscard]] bool canInstall() const;
 
 Q_SIGNALS:
-    void configurationChanged();
+    /// Anything of the above, the state included.
+    void changed();
     void stateChanged();
-    void installationStateChanged();
-    void lastErrorChanged();
-    void actualDiskUsageBytesChanged();
-    void operationInProgressChanged();
-    void shuttingDownChanged();
-    void nameChanged();
-    /// At least one of the questions canStart() to canInstall() has another answer.
-    void commandsChanged();
 
 private:
-    struct Commands;
-
-    [[nodiscard]] Commands commands() const;
     template<typename Value>
-    void assign(Value &field, const Value &value, void (VirtualMachine::*changed)());
+    void assign(Value &field, const Value &value);
 
     const QUuid m_id;
     VMConfiguration m_configuration;

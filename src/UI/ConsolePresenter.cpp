@@ -12,11 +12,7 @@ void ConsolePresenter::setVM(VirtualMachine *vm)
         m_vm->disconnect(this);
     m_vm = vm;
     if (m_vm) {
-        connect(m_vm, &VirtualMachine::configurationChanged, this, &ConsolePresenter::refresh);
-        connect(m_vm, &VirtualMachine::stateChanged, this, &ConsolePresenter::refresh);
-        connect(m_vm, &VirtualMachine::installationStateChanged, this, &ConsolePresenter::refresh);
-        connect(m_vm, &VirtualMachine::lastErrorChanged, this, &ConsolePresenter::refresh);
-        connect(m_vm, &VirtualMachine::operationInProgressChanged, this, &ConsolePresenter::refresh);
+        connect(m_vm, &VirtualMachine::changed, this, &ConsolePresenter::refresh);
         connect(m_vm, &QObject::destroyed, this, &ConsolePresenter::refresh);
     }
     Q_EMIT vmChanged();

@@ -35,7 +35,7 @@ Alert {
     Connections {
         target: root.vm
 
-        function onCommandsChanged(): void {
+        function onChanged(): void {
             if (!root.vm.canStop)
                 root.close();
         }

@@ -100,13 +100,7 @@ void VMPresenter::setVM(VirtualMachine *vm)
         m_vm->disconnect(this);
     m_vm = vm;
     if (m_vm) {
-        connect(m_vm, &VirtualMachine::configurationChanged, this, &VMPresenter::update);
-        connect(m_vm, &VirtualMachine::stateChanged, this, &VMPresenter::update);
-        connect(m_vm, &VirtualMachine::installationStateChanged, this, &VMPresenter::update);
-        connect(m_vm, &VirtualMachine::actualDiskUsageBytesChanged, this, &VMPresenter::update);
-        connect(m_vm, &VirtualMachine::lastErrorChanged, this, &VMPresenter::update);
-        connect(m_vm, &VirtualMachine::operationInProgressChanged, this, &VMPresenter::update);
-        connect(m_vm, &VirtualMachine::shuttingDownChanged, this, &VMPresenter::update);
+        connect(m_vm, &VirtualMachine::changed, this, &VMPresenter::update);
         connect(m_vm, &QObject::destroyed, this, &VMPresenter::update);
     }
     Q_EMIT vmChanged();

@@ -34,10 +34,8 @@ void VMSettingsModel::setVM(VirtualMachine *vm)
     if (m_vm)
         m_vm->disconnect(this);
     m_vm = vm;
-    if (m_vm) {
-        connect(m_vm, &VirtualMachine::stateChanged, this, &VMSettingsModel::changed);
-        connect(m_vm, &VirtualMachine::actualDiskUsageBytesChanged, this, &VMSettingsModel::changed);
-    }
+    if (m_vm)
+        connect(m_vm, &VirtualMachine::changed, this, &VMSettingsModel::changed);
     loadFromVM();
 }
 
@@ -245,20 +243,7 @@ void VMSettingsModel::saveChanges()
 {
     if (!m_vm || !m_appState)
         return;
-    // One after the other, so that observers are told of each change.
-    const VMConfiguration target = edited();
-    VMConfiguration configuration = m_vm->configuration();
-    const auto write = [this, &configuration, &target](auto field) {
-        configuration.*field = target.*field;
-        m_vm->setConfiguration(configuration);
-    };
-    write(&VMConfiguration::name);
-    write(&VMConfiguration::cpuCount);
-    write(&VMConfiguration::memorySizeBytes);
-    write(&VMConfiguration::networkMode);
-    write(&VMConfiguration::displayWidth);
-    write(&VMConfiguration::displayHeight);
-    write(&VMConfiguration::displayScaling);
+    m_vm->setConfiguration(edited());
     try {
         m_appState->vmManager()->saveConfiguration(*m_vm);
         saveDisplayDriver();

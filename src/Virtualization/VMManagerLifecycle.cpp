@@ -92,7 +92,7 @@ QCoro::Task<> VMManager::start(VirtualMachine *vm, std::optional<QUrl> attachISO
     validateBackendAvailability(vm->configuration());
     requireOwnDocuments(*vm);
 
-    const Operation operation(vm);
+    const Operation busy(vm);
     VMBackendController &backend = controller(*vm);
     setState(vm, VMState::starting);
     vm->setLastError(std::nullopt);
@@ -117,7 +117,7 @@ QCoro::Task<> VMManager::stop(VirtualMachine *vm)
     Operation::refuseWhileBusy(*vm);
     const QPointer<VMManager> self(this);
     const QPointer<VirtualMachine> machine(vm);
-    const Operation operation(vm);
+    const Operation busy(vm);
     VMBackendController &backend = controller(*vm);
     setState(vm, VMState::stopping);
     try {
@@ -170,8 +170,12 @@ void VMManager::waitForShutDown(VirtualMachine *vm)
     vm->setShuttingDown(true);
     auto *timer = new QTimer(vm);
     timer->setSingleShot(true);
-    connect(vm, &VirtualMachine::shuttingDownChanged, timer, &QTimer::stop);
-    connect(vm, &VirtualMachine::shuttingDownChanged, timer, &QObject::deleteLater);
+    connect(vm, &VirtualMachine::changed, timer, [vm, timer] {
+        if (vm->isShuttingDown())
+            return;
+        timer->stop();
+        timer->deleteLater();
+    });
     connect(timer, &QTimer::timeout, this, [this, vm] {
         vm->setShuttingDown(false);
         Q_EMIT shutDownOverdue(vm);
@@ -194,7 +198,7 @@ QCoro::Task<> VMManager::performOnController(VirtualMachine *vm, ControllerOpera
     Operation::refuseWhileBusy(*vm);
     const QPointer<VMManager> self(this);
     const QPointer<VirtualMachine> machine(vm);
-    const Operation mark(vm);
+    const Operation busy(vm);
     VMBackendController &backend = controller(*vm);
     try {
         const QCoro::Task<> task = (backend.*operation)();
@@ -227,7 +231,7 @@ QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUr
     validateBackendAvailability(vm->configuration());
     requireOwnDocuments(*vm);
 
-    const Operation operation(vm);
+    const Operation busy(vm);
     const QUrl image = m_installer.resolveISO(vm->configuration(), isoURL);
     VMBackendController &backend = controller(*vm);
     setState(vm, VMState::starting);

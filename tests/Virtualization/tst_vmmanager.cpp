@@ -359,7 +359,11 @@ void VMManagerTest::guestsAreGivenTimeToShutDown()
     const QSignalSpy overdue(m_manager.get(), &VMManager::shutDownOverdue);
     const QSignalSpy standstills(m_manager.get(), &VMManager::guestStoodStill);
     QList<VMState> seen; // never running again before it is off
-    connect(vm, &VirtualMachine::shuttingDownChanged, this, [&] { seen.append(vm->state()); });
+    bool wasShuttingDown = false;
+    connect(vm, &VirtualMachine::changed, this, [&] {
+        if (std::exchange(wasShuttingDown, vm->isShuttingDown()) != vm->isShuttingDown())
+            seen.append(vm->state());
+    });
     finish(m_manager->start(vm));
     for (const VMState end : {VMState::poweredOff, VMState::paused, VMState::running}) {
         seen.clear();
