@@ -120,7 +120,6 @@ Q_SIGNALS:
     void shutDownOverdue(VirtualMachine *vm);
 
 private:
-    class Operation;
     using ControllerOperation = QCoro::Task<> (VMBackendController::*)();
 
     [[nodiscard]] QCoro::Task<> performOnController(VirtualMachine *vm, ControllerOperation operation);

@@ -72,7 +72,7 @@ void VMManager::recordFailure(VirtualMachine *vm)
 
 QCoro::Task<> VMManager::start(VirtualMachine *vm, std::optional<QUrl> attachISO)
 {
-    Operation::refuseWhileBusy(*vm);
+    refuseWhileBusy(*vm);
     const QPointer<VMManager> self(this);
     const QPointer<VirtualMachine> machine(vm);
     const bool hadGuest = guestState(vm->id()).has_value();
@@ -92,7 +92,7 @@ QCoro::Task<> VMManager::start(VirtualMachine *vm, std::optional<QUrl> attachISO
     validateBackendAvailability(vm->configuration());
     requireOwnDocuments(*vm);
 
-    const Operation busy(vm);
+    const auto busy = markBusy(vm);
     VMBackendController &backend = controller(*vm);
     setState(vm, VMState::starting);
     vm->setLastError(std::nullopt);
@@ -114,10 +114,10 @@ QCoro::Task<> VMManager::start(VirtualMachine *vm, std::optional<QUrl> attachISO
 
 QCoro::Task<> VMManager::stop(VirtualMachine *vm)
 {
-    Operation::refuseWhileBusy(*vm);
+    refuseWhileBusy(*vm);
     const QPointer<VMManager> self(this);
     const QPointer<VirtualMachine> machine(vm);
-    const Operation busy(vm);
+    const auto busy = markBusy(vm);
     VMBackendController &backend = controller(*vm);
     setState(vm, VMState::stopping);
     try {
@@ -195,10 +195,10 @@ QCoro::Task<> VMManager::resume(VirtualMachine *vm)
 
 QCoro::Task<> VMManager::performOnController(VirtualMachine *vm, ControllerOperation operation)
 {
-    Operation::refuseWhileBusy(*vm);
+    refuseWhileBusy(*vm);
     const QPointer<VMManager> self(this);
     const QPointer<VirtualMachine> machine(vm);
-    const Operation busy(vm);
+    const auto busy = markBusy(vm);
     VMBackendController &backend = controller(*vm);
     try {
         const QCoro::Task<> task = (backend.*operation)();
@@ -217,7 +217,7 @@ QCoro::Task<> VMManager::performOnController(VirtualMachine *vm, ControllerOpera
 
 QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUrl> isoURL)
 {
-    Operation::refuseWhileBusy(*vm);
+    refuseWhileBusy(*vm);
     const QPointer<VMManager> self(this);
     const QPointer<VirtualMachine> machine(vm);
     const QCoro::Task<> found = takeUpBeforeStart(vm);
@@ -231,7 +231,7 @@ QCoro::Task<> VMManager::beginInstallation(VirtualMachine *vm, std::optional<QUr
     validateBackendAvailability(vm->configuration());
     requireOwnDocuments(*vm);
 
-    const Operation busy(vm);
+    const auto busy = markBusy(vm);
     const QUrl image = m_installer.resolveISO(vm->configuration(), isoURL);
     VMBackendController &backend = controller(*vm);
     setState(vm, VMState::starting);

@@ -1,33 +1,23 @@
 #pragma once
 
+#include "Models/VirtualMachine.h"
 #include "Virtualization/Backend/KelvoError.h"
-#include "Virtualization/VMManager.h"
 
 #include <QPointer>
+#include <QScopeGuard>
 
-/// Marks a machine as busy for its own lifetime; refuses one that already is.
-class VMManager::Operation
+inline void refuseWhileBusy(const VirtualMachine &vm)
 {
-public:
-    explicit Operation(VirtualMachine *vm)
-        : m_vm(vm)
-    {
-        m_vm->setOperationInProgress(true);
-    }
-    Operation(const Operation &) = delete;
-    Operation &operator=(const Operation &) = delete;
-    ~Operation()
-    {
-        if (m_vm)
-            m_vm->setOperationInProgress(false);
-    }
+    if (vm.operationInProgress())
+        throw KelvoError::operationInProgress();
+}
 
-    static void refuseWhileBusy(const VirtualMachine &vm)
-    {
-        if (vm.operationInProgress())
-            throw KelvoError::operationInProgress();
-    }
-
-private:
-    QPointer<VirtualMachine> m_vm;
-};
+/// Marks a machine as busy until the result goes; the machine may go before.
+[[nodiscard]] inline auto markBusy(VirtualMachine *vm)
+{
+    vm->setOperationInProgress(true);
+    return qScopeGuard([machine = QPointer(vm)] {
+        if (machine)
+            machine->setOperationInProgress(false);
+    });
+}

@@ -24,7 +24,7 @@ QCoro::Task<GuestTakeUp> VMManager::takeUp(VirtualMachine *vm)
     const QPointer<VMManager> self(this);
     const QPointer<VirtualMachine> machine(vm);
     const QString name = vm->name();
-    const Operation operation(vm);
+    const auto busy = markBusy(vm);
     VMBackendController &backend = controller(*vm);
     GuestTakeUp found;
     try {

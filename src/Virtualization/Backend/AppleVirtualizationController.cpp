@@ -8,6 +8,7 @@
 #include <QCoroFuture>
 #include <QPointer>
 #include <QPromise>
+#include <QScopeGuard>
 
 using namespace Qt::StringLiterals;
 
@@ -25,26 +26,15 @@ std::unique_ptr<VZVirtualMachine> makeVirtualMachine(const VZVirtualMachineConfi
 
 } // namespace
 
-/// The busy flag, for its own lifetime.
-class AppleVirtualizationController::BusyMark
+/// The busy flag, until the result goes; the controller may go before.
+auto AppleVirtualizationController::markBusy()
 {
-public:
-    explicit BusyMark(AppleVirtualizationController *controller)
-        : m_controller(controller)
-    {
-        m_controller->m_operationInProgress = true;
-    }
-    BusyMark(const BusyMark &) = delete;
-    BusyMark &operator=(const BusyMark &) = delete;
-    ~BusyMark()
-    {
-        if (m_controller)
-            m_controller->m_operationInProgress = false;
-    }
-
-private:
-    QPointer<AppleVirtualizationController> m_controller;
-};
+    m_operationInProgress = true;
+    return qScopeGuard([self = QPointer(this)] {
+        if (self)
+            self->m_operationInProgress = false;
+    });
+}
 
 AppleVirtualizationController::AppleVirtualizationController()
     : AppleVirtualizationController(VMConfigurationBuilder(), &makeVirtualMachine)
@@ -85,7 +75,7 @@ QCoro::Task<GuestTakeUp> AppleVirtualizationController::takeUp(VMConfiguration c
     requireIdle();
     requireNoGuest();
     const QPointer<AppleVirtualizationController> self(this);
-    const BusyMark busy(this);
+    const auto busy = markBusy();
     std::unique_ptr<VZVirtualMachine> machine =
         m_makeMachine(m_configurationBuilder.describeRunning(configuration));
     const QCoro::Task<GuestTakeUp> search = machine->takeUp();
@@ -139,7 +129,7 @@ QCoro::Task<> AppleVirtualizationController::performLifecycleOperation(
     m_stateMachine.transition(isStop ? VMState::stopping : VMState::starting);
 
     const QPointer<AppleVirtualizationController> self(this);
-    const BusyMark busy(this);
+    const auto busy = markBusy();
     std::exception_ptr failure;
     try {
         const QCoro::Task<> body = (this->*operation)();
@@ -209,7 +199,7 @@ QCoro::Task<> AppleVirtualizationController::requestShutDown()
     requireIdle();
     if (!m_virtualMachine)
         co_return;
-    const BusyMark busy(this);
+    const auto busy = markBusy();
     const MachineCall request = &VZVirtualMachine::requestStop;
     const QCoro::Task<> requested = call(request);
     co_await requested;
@@ -223,7 +213,7 @@ QCoro::Task<> AppleVirtualizationController::pause()
     requireIdle();
     if (!m_virtualMachine)
         co_return;
-    const BusyMark busy(this);
+    const auto busy = markBusy();
     m_stateMachine.transition(VMState::paused);
     const MachineCall pause = &VZVirtualMachine::pause;
     const QCoro::Task<> paused = call(pause);
@@ -239,7 +229,7 @@ QCoro::Task<> AppleVirtualizationController::resume()
     if (!m_virtualMachine)
         co_return;
     const QPointer<AppleVirtualizationController> self(this);
-    const BusyMark busy(this);
+    const auto busy = markBusy();
     const MachineCall resume = &VZVirtualMachine::resume;
     const QCoro::Task<> resumed = call(resume);
     co_await resumed;

@@ -47,7 +47,6 @@ public:
     void virtualMachineDidStopWithError(VZVirtualMachine &machine, const VZError &error) override;
 
 private:
-    class BusyMark;
     using CompletionHandler = VZVirtualMachine::CompletionHandler;
     /// Calls one operation of the machine.
     using MachineCall = std::function<void(VZVirtualMachine &, const CompletionHandler &)>;
@@ -55,6 +54,7 @@ private:
     [[nodiscard]] QCoro::Task<>
     performLifecycleOperation(VMState targetState,
                               QCoro::Task<> (AppleVirtualizationController::*operation)());
+    [[nodiscard]] auto markBusy();
     [[nodiscard]] QCoro::Task<> boot();
     [[nodiscard]] QCoro::Task<> shutDown();
     [[nodiscard]] QCoro::Task<> call(MachineCall operation);

@@ -14,6 +14,7 @@
 #include <QCoroFuture>
 #include <QCoroTimer>
 #include <QDeadlineTimer>
+#include <QScopedValueRollback>
 
 #include <algorithm>
 
@@ -58,7 +59,7 @@ QCoro::Task<> QEMUGuest::performLifecycleOperation(VMState targetState, Operatio
     const auto keepAlive = shared_from_this();
     std::exception_ptr failure;
     {
-        const BusyMark busy(*this);
+        const QScopedValueRollback busy(m_operationInProgress, true);
         try {
             const QCoro::Task<> task = (this->*operation)();
             co_await task;
@@ -223,7 +224,7 @@ QCoro::Task<> QEMUGuest::requestShutDown()
     if (!m_plan)
         co_return;
     const auto keepAlive = shared_from_this();
-    const BusyMark busy(*this);
+    const QScopedValueRollback busy(m_operationInProgress, true);
     const QCoro::Task<> command = m_plan->qmpClient.powerDown();
     co_await command;
 }
@@ -236,7 +237,7 @@ QCoro::Task<> QEMUGuest::pause()
     if (!m_plan)
         co_return;
     const auto keepAlive = shared_from_this();
-    const BusyMark busy(*this);
+    const QScopedValueRollback busy(m_operationInProgress, true);
     m_stateMachine.transition(VMState::paused);
     const QCoro::Task<> command = m_plan->qmpClient.pause();
     co_await command;
@@ -252,7 +253,7 @@ QCoro::Task<> QEMUGuest::resume()
     if (!m_plan)
         co_return;
     const auto keepAlive = shared_from_this();
-    const BusyMark busy(*this);
+    const QScopedValueRollback busy(m_operationInProgress, true);
     const QCoro::Task<> command = m_plan->qmpClient.resume();
     co_await command;
     m_stateMachine.transition(VMState::running);

@@ -66,22 +66,6 @@ public:
     static void removeSocket(const QUrl &path);
 
 private:
-    /// The busy flag, for its own lifetime.
-    class BusyMark
-    {
-    public:
-        explicit BusyMark(QEMUGuest &guest)
-            : m_guest(guest)
-        {
-            m_guest.m_operationInProgress = true;
-        }
-        BusyMark(const BusyMark &) = delete;
-        BusyMark &operator=(const BusyMark &) = delete;
-        ~BusyMark() { m_guest.m_operationInProgress = false; }
-
-    private:
-        QEMUGuest &m_guest;
-    };
     using Operation = QCoro::Task<> (QEMUGuest::*)();
 
     [[nodiscard]] QCoro::Task<> performLifecycleOperation(VMState targetState, Operation operation);

@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QCoroFuture>
 #include <QJsonObject>
+#include <QScopedValueRollback>
 
 using namespace Qt::StringLiterals;
 
@@ -15,7 +16,7 @@ QCoro::Task<GuestTakeUp> QEMUGuest::takeUp(QEMULaunchPlan plan)
 {
     const auto keepAlive = shared_from_this();
     requireIdle();
-    const BusyMark busy(*this);
+    const QScopedValueRollback busy(m_operationInProgress, true);
     m_plan = plan;
     std::optional<RunningEmulator> emulator;
     try {
