@@ -8,14 +8,15 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -149,21 +150,14 @@ private:
 
 void copyRange(int from, int to, off_t begin, off_t end, const QString &path)
 {
-    std::array<char, std::size_t(128) << 10>
-        buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by pread
     if (::lseek(to, begin, SEEK_SET) < 0)
         throw PlatformError(errno, u"write to"_s, path);
     while (begin < end) {
-        const auto wanted = std::min<off_t>(end - begin, static_cast<off_t>(buffer.size()));
-        const ssize_t count = ::pread(from, buffer.data(), static_cast<std::size_t>(wanted), begin);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            throw PlatformError(errno, u"copy"_s, path);
+        const ssize_t count = ::sendfile(to, from, &begin, static_cast<std::size_t>(end - begin));
         if (count == 0)
             return;
-        writeAll(to, buffer.data(), count, path);
-        begin += count;
+        if (count < 0 && errno != EINTR)
+            throw PlatformError(errno, u"write to"_s, path);
     }
 }
 
@@ -226,42 +220,29 @@ bool FileManager::isExecutableFile(const QString &path) const
 
 void FileManager::createDirectory(const QString &path)
 {
-    if (::mkdir(QFile::encodeName(path).constData(), userFolder) == 0)
-        return;
-    const int code = errno;
-    if (code == EEXIST && directoryExists(path))
-        return;
-    const QString parent = parentOf(path);
-    if (code != ENOENT || parent == path)
+    const QByteArray name = QFile::encodeName(path);
+    int code = ::mkdir(name.constData(), userFolder) == 0 ? 0 : errno;
+    if (const QString parent = parentOf(path); code == ENOENT && parent != path) {
+        createDirectory(parent);
+        code = ::mkdir(name.constData(), userFolder) == 0 ? 0 : errno;
+    }
+    if (code != 0 && !directoryExists(path))
         throw PlatformError(code, u"create folder"_s, path);
-    createDirectory(parent);
-    if (::mkdir(QFile::encodeName(path).constData(), userFolder) == 0)
-        return;
-    const int finalCode = errno;
-    if (!directoryExists(path))
-        throw PlatformError(finalCode, u"create folder"_s, path);
 }
 
 QList<FileManager::DirectoryEntry> FileManager::contentsOfDirectory(const QString &path) const
 {
-    const std::unique_ptr<DIR, int (*)(DIR *)> folder(::opendir(QFile::encodeName(path).constData()),
-                                                      &::closedir);
-    if (!folder)
-        throw PlatformError(errno, u"list folder"_s, path);
     QList<DirectoryEntry> entries;
-    errno = 0;
-    while (const dirent *entry = ::readdir(folder.get())) {
-        if (entry->d_name[0] != '.') {
-            const QString name = QFile::decodeName(static_cast<const char *>(entry->d_name));
-            const bool needsStatus = entry->d_type == DT_LNK || entry->d_type == DT_UNKNOWN;
-            const bool isDirectory =
-                entry->d_type == DT_DIR || (needsStatus && directoryExists(path + u'/' + name));
-            entries.append({name, isDirectory});
-        }
-        errno = 0;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(QFile::encodeName(path).toStdString(), error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        const QString name = QFile::decodeName(entry->path().filename().c_str());
+        std::error_code unreachable;
+        if (!name.startsWith(u'.'))
+            entries.append({name, entry->is_directory(unreachable)});
     }
-    if (errno != 0)
-        throw PlatformError(errno, u"list folder"_s, path);
+    if (error)
+        throw PlatformError(error.value(), u"list folder"_s, path);
     return entries;
 }
 
@@ -342,27 +323,18 @@ void FileManager::truncateFile(const QString &path, quint64 length)
 void FileManager::copyItem(const QString &from, const QString &to, const std::optional<Amendment> &amendment)
 {
     const UniqueDescriptor source = openFile(from, O_RDONLY | O_NONBLOCK | O_NOCTTY);
-    struct stat status = {};
-    if (::fstat(source.get(), &status) != 0)
-        throw PlatformError(errno, u"copy"_s, from);
-    if (!S_ISREG(status.st_mode))
-        throw PlatformError(S_ISDIR(status.st_mode) ? EISDIR : EINVAL, u"copy"_s, from);
-
+    const off_t size = sizeOfRegular(source, from);
     TemporaryFile temporary(to);
-    if (::ftruncate(temporary.descriptor(), status.st_size) != 0)
+    if (::ftruncate(temporary.descriptor(), size) != 0)
         throw PlatformError(errno, u"write to"_s, to);
-    off_t position = 0;
-    while (position < status.st_size) {
+    for (off_t position = 0; position < size;) {
         const off_t data = ::lseek(source.get(), position, SEEK_DATA);
         if (data < 0 && errno == ENXIO)
             break;
-        if (data < 0)
+        position = data < 0 ? data : ::lseek(source.get(), data, SEEK_HOLE);
+        if (position < 0)
             throw PlatformError(errno, u"copy"_s, from);
-        const off_t hole = ::lseek(source.get(), data, SEEK_HOLE);
-        if (hole < 0)
-            throw PlatformError(errno, u"copy"_s, from);
-        copyRange(source.get(), temporary.descriptor(), data, hole, to);
-        position = hole;
+        copyRange(source.get(), temporary.descriptor(), data, position, to);
     }
     if (amendment) {
         if (::lseek(temporary.descriptor(), amendment->offset, SEEK_SET) < 0)
