@@ -76,10 +76,14 @@ QString VMConfiguration::bundleFolderName(const QString &name)
     folder.replace(QChar::Null, u'_');
     if (folder.startsWith(u'.'))
         folder[0] = u'_';
-    constexpr qsizetype longestName = 255; // bytes of a file name, on every common file system
     const QString extension = u".vm"_s;
-    while (folder.toUtf8().size() + extension.size() > longestName)
-        folder.chop(folder.back().isLowSurrogate() ? 2 : 1);
+    const qsizetype longest = 255 - extension.size(); // bytes of a file name, on every common file system
+    if (const QByteArray bytes = folder.toUtf8(); bytes.size() > longest) {
+        qsizetype end = longest;
+        while ((bytes[end] & 0xc0) == 0x80) // inside a character (RFC 3629, section 3)
+            --end;
+        folder = QString::fromUtf8(bytes.first(end));
+    }
     return folder + extension;
 }
 
