@@ -6,7 +6,6 @@
 #include "Platform/Desktop/Notifications.h"
 #include "Platform/Desktop/ProcessScope.h"
 #include "Platform/Desktop/SleepInhibitor.h"
-#include "UI/Components/AppearancePortal.h"
 #include "Virtualization/VMManager.h"
 
 #include <QDir>
@@ -137,7 +136,8 @@ int main(int argc, char *argv[])
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
 
     Appearance::shared().setOverride(commandLine.colorScheme);
-    AppearancePortal portal(Appearance::shared());
+    AppearancePortal portal;
+    Appearance::shared().follow(portal);
     portal.start();
 
     auto manager = std::make_unique<VMManager>(VMManager::defaultCollaborators());

@@ -89,7 +89,9 @@ void PicturesTest::initTestCase()
     QVERIFY2(QFontDatabase::families().contains(u"Noto Sans"_s), "no font Noto Sans: see scripts/setup");
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
     Appearance::shared().setOverride(ColorScheme::light);
-    Appearance::shared().setAnimated(false);
+    AppearancePortal portal;
+    Appearance::shared().follow(portal);
+    Q_EMIT portal.animationTold(false);
     QFont font(u"Noto Sans"_s);
     font.setPixelSize(14);
     font.setHintingPreference(QFont::PreferVerticalHinting);

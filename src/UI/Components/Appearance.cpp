@@ -56,22 +56,21 @@ void Appearance::setOverride(ColorScheme scheme)
     update();
 }
 
-void Appearance::setPortalPreference(PortalPreference preference)
+void Appearance::follow(const AppearancePortal &portal)
 {
-    m_portalPreference = preference;
-    update();
-}
-
-void Appearance::setPortalContrast(bool isHigh)
-{
-    m_wantsContrast = isHigh;
-    update();
-}
-
-void Appearance::setAnimated(bool isAnimated)
-{
-    if (std::exchange(m_isAnimated, isAnimated) != isAnimated)
-        Q_EMIT animatedChanged();
+    connect(&portal, &AppearancePortal::preferenceTold, this,
+            [this](AppearancePortal::Preference preference) {
+                m_preference = preference;
+                update();
+            });
+    connect(&portal, &AppearancePortal::contrastTold, this, [this](bool isHigh) {
+        m_wantsContrast = isHigh;
+        update();
+    });
+    connect(&portal, &AppearancePortal::animationTold, this, [this](bool isWanted) {
+        if (std::exchange(m_isAnimated, isWanted) != isWanted)
+            Q_EMIT animatedChanged();
+    });
 }
 
 bool Appearance::isMirrored() const
@@ -93,8 +92,8 @@ bool Appearance::wantsDark() const
 {
     if (m_override != ColorScheme::system)
         return m_override == ColorScheme::dark;
-    if (m_portalPreference != PortalPreference::none)
-        return m_portalPreference == PortalPreference::dark;
+    if (m_preference != AppearancePortal::Preference::none)
+        return m_preference == AppearancePortal::Preference::dark;
     const QPalette palette = QGuiApplication::palette();
     return palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Desktop/AppearancePortal.h"
+
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
@@ -29,14 +31,6 @@ class Appearance : public QObject
     Q_PROPERTY(int baseFontPixelSize READ baseFontPixelSize NOTIFY baseFontPixelSizeChanged)
 
 public:
-    /// The portal's values ("org.freedesktop.appearance", "color-scheme").
-    enum class PortalPreference
-    {
-        none = 0,
-        dark = 1,
-        light = 2
-    };
-
     ~Appearance() override;
     [[nodiscard]] static Appearance &shared();
     [[nodiscard]] static Appearance *create(QQmlEngine *engine, QJSEngine *jsEngine);
@@ -52,9 +46,7 @@ public:
     [[nodiscard]] int baseFontPixelSize() const { return m_baseFontPixelSize; }
 
     void setOverride(ColorScheme scheme);
-    void setPortalPreference(PortalPreference preference);
-    void setPortalContrast(bool isHigh);
-    void setAnimated(bool isAnimated);
+    void follow(const AppearancePortal &portal);
 
 Q_SIGNALS:
     void darkChanged();
@@ -73,7 +65,7 @@ private:
     [[nodiscard]] bool wantsDark() const;
 
     ColorScheme m_override = ColorScheme::system;
-    PortalPreference m_portalPreference = PortalPreference::none;
+    AppearancePortal::Preference m_preference = AppearancePortal::Preference::none;
     bool m_wantsContrast = false;
     bool m_isDark = false;
     bool m_isHighContrast = false;

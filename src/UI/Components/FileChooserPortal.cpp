@@ -1,6 +1,6 @@
 #include "UI/Components/FileChooserPortal.h"
 
-#include "UI/Components/DesktopPortal.h"
+#include "Platform/Desktop/DesktopPortal.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>

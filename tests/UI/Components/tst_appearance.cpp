@@ -59,7 +59,10 @@ private Q_SLOTS:
 
 void AppearanceTest::schemeComesFromOverridePortalThenPalette()
 {
+    using Preference = AppearancePortal::Preference;
     Appearance &appearance = Appearance::shared();
+    AppearancePortal portal;
+    appearance.follow(portal);
     const QSignalSpy spy(&appearance, &Appearance::darkChanged);
     QVERIFY(!appearance.isDark());
     QPalette dark;
@@ -67,14 +70,14 @@ void AppearanceTest::schemeComesFromOverridePortalThenPalette()
     dark.setColor(QPalette::WindowText, Qt::white);
     QGuiApplication::setPalette(dark);
     QTRY_VERIFY(appearance.isDark());
-    appearance.setPortalPreference(Appearance::PortalPreference::light);
+    Q_EMIT portal.preferenceTold(Preference::light);
     QVERIFY(!appearance.isDark());
     appearance.setOverride(ColorScheme::dark);
-    appearance.setPortalPreference(Appearance::PortalPreference::light);
+    Q_EMIT portal.preferenceTold(Preference::light);
     QVERIFY(appearance.isDark());
     appearance.setOverride(ColorScheme::system);
     QVERIFY(!appearance.isDark());
-    appearance.setPortalPreference(Appearance::PortalPreference::none);
+    Q_EMIT portal.preferenceTold(Preference::none);
     QVERIFY(appearance.isDark());
     QCOMPARE(spy.count(), 5);
     QVERIFY2(appearance.isHighContrast(), "white on black");
@@ -83,8 +86,10 @@ void AppearanceTest::schemeComesFromOverridePortalThenPalette()
 
 void AppearanceTest::textsAreReadable()
 {
-    const auto restore = qScopeGuard([] {
-        Appearance::shared().setPortalContrast(false);
+    AppearancePortal portal;
+    Appearance::shared().follow(portal);
+    const auto restore = qScopeGuard([&portal] {
+        Q_EMIT portal.contrastTold(false);
         Appearance::shared().setOverride(ColorScheme::system);
     });
     QQmlEngine engine;
@@ -119,7 +124,7 @@ void AppearanceTest::textsAreReadable()
     for (const ColorScheme scheme : {ColorScheme::light, ColorScheme::dark}) {
         for (const bool highContrast : {false, true}) {
             const double leastForText = highContrast ? 7 : 4.5; // WCAG 2.1: levels AAA and AA
-            Appearance::shared().setPortalContrast(highContrast);
+            Q_EMIT portal.contrastTold(highContrast);
             Appearance::shared().setOverride(scheme);
             QCOMPARE(theme->property("dark").toBool(), scheme == ColorScheme::dark);
             check({"text", "secondaryText", "linkText"}, surfaces, leastForText);

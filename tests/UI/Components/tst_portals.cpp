@@ -1,4 +1,5 @@
-#include "UI/Components/AppearancePortal.h"
+#include "Platform/Desktop/AppearancePortal.h"
+#include "UI/Components/Appearance.h"
 #include "UI/Components/FileChooserPortal.h"
 #include "support/TestMain.h"
 
@@ -109,8 +110,10 @@ void PortalsTest::init()
     m_portal = std::make_unique<QObject>();
     m_settings = new FakeSettings(m_portal.get());
     m_fileChooser = new FakeFileChooser(m_portal.get());
-    Appearance::shared().setPortalPreference(Appearance::PortalPreference::none);
-    Appearance::shared().setAnimated(true);
+    AppearancePortal portal;
+    Appearance::shared().follow(portal);
+    Q_EMIT portal.preferenceTold(AppearancePortal::Preference::none);
+    Q_EMIT portal.animationTold(true);
 }
 
 void PortalsTest::cleanup()
@@ -130,7 +133,8 @@ void PortalsTest::schemeIsReadAndFollowed()
 {
     publish();
     m_settings->scheme = 1;
-    AppearancePortal portal(Appearance::shared());
+    AppearancePortal portal;
+    Appearance::shared().follow(portal);
     portal.start();
     QTRY_VERIFY(Appearance::shared().isDark());
     const auto change = [this](const QString &nameSpace, const QVariant &value) {
@@ -150,7 +154,8 @@ void PortalsTest::schemeIsReadAndFollowed()
 void PortalsTest::settingsAreUnderstood()
 {
     Appearance &appearance = Appearance::shared();
-    AppearancePortal portal(appearance);
+    AppearancePortal portal;
+    appearance.follow(portal);
     const QString common = u"org.freedesktop.appearance"_s;
     const QString gnome = u"org.gnome.desktop.interface"_s;
     const QString kde = u"org.kde.kdeglobals.KDE"_s;

@@ -1,6 +1,6 @@
-#include "UI/Components/AppearancePortal.h"
+#include "Platform/Desktop/AppearancePortal.h"
 
-#include "UI/Components/DesktopPortal.h"
+#include "Platform/Desktop/DesktopPortal.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -37,26 +37,7 @@ std::optional<Value> as(QVariant value)
     return value.value<Value>();
 }
 
-Appearance::PortalPreference preference(uint scheme)
-{
-    switch (scheme) {
-    case 1:
-        return Appearance::PortalPreference::dark;
-    case 2:
-        return Appearance::PortalPreference::light;
-    default:
-        return Appearance::PortalPreference::none;
-    }
-}
-
 } // namespace
-
-AppearancePortal::AppearancePortal(Appearance &appearance, QObject *parent)
-    : QObject(parent)
-    , m_appearance(appearance)
-{}
-
-AppearancePortal::~AppearancePortal() = default;
 
 void AppearancePortal::start()
 {
@@ -114,9 +95,9 @@ void AppearancePortal::take(const QString &nameSpace, const QString &key, const 
         if (!number)
             return;
         if (key == colorSchemeKey)
-            m_appearance.setPortalPreference(preference(*number));
+            Q_EMIT preferenceTold(*number <= 2 ? static_cast<Preference>(*number) : Preference::none);
         else if (key == contrastKey)
-            m_appearance.setPortalContrast(*number == 1);
+            Q_EMIT contrastTold(*number == 1);
         else if (key == reducedMotionKey)
             setStill(key, *number == 1);
     } else if (nameSpace == gnome && key == enableAnimationsKey) {
@@ -136,5 +117,5 @@ void AppearancePortal::setStill(const QString &key, bool isStill)
         m_stillKeys.insert(key);
     else
         m_stillKeys.remove(key);
-    m_appearance.setAnimated(m_stillKeys.isEmpty());
+    Q_EMIT animationTold(m_stillKeys.isEmpty());
 }
