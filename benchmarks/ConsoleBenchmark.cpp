@@ -1,7 +1,7 @@
 #include "ConsoleBenchmark.h"
 
-#include "App/AppState.h"
 #include "App/KelvoApp.h"
+#include "App/State/AppState.h"
 #include "LibraryOnDisk.h"
 #include "Platform/ChildProcess.h"
 #include "Platform/FileUrl.h"

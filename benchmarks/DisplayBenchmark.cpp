@@ -4,7 +4,7 @@
 #include "ProcessUsage.h"
 #include "RemoteFramebuffer/ClientMessages.h"
 #include "StandInMachine.h"
-#include "UI/Components/VZVirtualMachineView.h"
+#include "UI/Components/Display/VZVirtualMachineView.h"
 
 #include <QCommandLineParser>
 #include <QEventLoop>

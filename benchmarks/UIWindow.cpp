@@ -1,5 +1,5 @@
-#include "App/AppState.h"
 #include "App/KelvoApp.h"
+#include "App/State/AppState.h"
 #include "LibraryOnDisk.h"
 #include "Platform/LocalizedError.h"
 #include "ProcessUsage.h"
@@ -14,14 +14,10 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTimer>
-#include <QtQml/qqmlextensionplugin.h>
 
 #include <algorithm>
 #include <chrono>
 #include <memory>
-
-Q_IMPORT_QML_PLUGIN(Kelvo_ComponentsPlugin)
-Q_IMPORT_QML_PLUGIN(Kelvo_UIPlugin)
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;

@@ -5,7 +5,7 @@
 #include "ProcessUsage.h"
 #include "RemoteFramebuffer/ClientMessages.h"
 #include "RemoteFramebuffer/ServerMessages.h"
-#include "UI/Components/VNCClient.h"
+#include "UI/Components/Display/VNCClient.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

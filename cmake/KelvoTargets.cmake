@@ -107,8 +107,35 @@ function(kelvo_test name)
     endforeach()
 endfunction()
 
-# kelvo_qml_module(<target>): what every QML module of the tree needs after qt_add_qml_module().
-function(kelvo_qml_module target)
+# kelvo_qml_module(<name> SOURCES <files…> [QML_FILES <files…>] [RESOURCES <files…>] [DEPENDENCIES <modules…>]
+#                  LINKS <targets…>): the QML module Kelvo.<name>, a static library, Kelvo::<name>. Its files lie in folders
+# that tell people what they are; the module itself is flat.
+function(kelvo_qml_module name)
+    cmake_parse_arguments(arg "" "" "SOURCES;QML_FILES;RESOURCES;DEPENDENCIES;LINKS" ${ARGN})
+    string(TOLOWER "kelvo_${name}" target)
+    foreach(file IN LISTS arg_QML_FILES)
+        cmake_path(GET file FILENAME view)
+        set_source_files_properties("${file}" PROPERTIES QT_RESOURCE_ALIAS "${view}")
+    endforeach()
+    set(CMAKE_AUTOMOC ON)
+    qt_add_qml_module(${target} STATIC
+        URI Kelvo.${name}
+        VERSION 1.0
+        ${KELVO_QML_OPTIONS}
+        RESOURCE_PREFIX /qt-project.org/imports
+        DEPENDENCIES QtQuick ${arg_DEPENDENCIES}
+        OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/qml/Kelvo/${name}"
+        IMPORT_PATH "${PROJECT_BINARY_DIR}/qml"
+        SOURCES ${arg_SOURCES}
+        QML_FILES ${arg_QML_FILES}
+        RESOURCES ${arg_RESOURCES})
+    add_library(Kelvo::${name} ALIAS ${target})
+    target_link_libraries(${target} PUBLIC Kelvo::Options ${arg_LINKS})
+    # The code that registers the types includes their headers by name alone.
+    foreach(file IN LISTS arg_SOURCES)
+        cmake_path(GET file PARENT_PATH folder)
+        target_include_directories(${target} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/${folder}")
+    endforeach()
     # The code that Qt makes of views is not ours to keep free of warnings. With options of their own its files, each small
     # beside what it includes, would not be compiled together.
     set_target_properties(${target} PROPERTIES UNITY_BUILD_CODE_BEFORE_INCLUDE "#pragma GCC diagnostic ignored \"-Wshadow\"")

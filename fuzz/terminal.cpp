@@ -1,5 +1,5 @@
 #include "Require.h"
-#include "UI/TerminalText.h"
+#include "UI/Console/TerminalText.h"
 
 #include <QString>
 

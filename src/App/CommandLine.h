@@ -1,6 +1,6 @@
 #pragma once
 
-#include "UI/Components/Appearance.h"
+#include "UI/Toolkit/Style/Appearance.h"
 
 #include <QStringList>
 #include <QUrl>

@@ -1,6 +1,6 @@
 #include "App/DocumentOpener.h"
 
-#include "App/AppState.h"
+#include "App/State/AppState.h"
 #include "Platform/FileUrl.h"
 #include "Services/ISOService.h"
 #include "Virtualization/VMManager.h"

@@ -1,7 +1,6 @@
 #include "App/KelvoApp.h"
 
 #include "Platform/Desktop/WindowActivation.h"
-#include "UI/QmlTypes.h"
 #include "Virtualization/VMManager.h"
 
 #include <QEvent>
@@ -20,7 +19,7 @@ KelvoApp::KelvoApp(std::unique_ptr<AppState> state, const QString &windowFile, Q
     , m_opener(*m_state)
     , m_windowMemory(windowFile)
 {
-    AppStateForeign::instance = m_state.get();
+    m_state->showTo(m_engine);
     connect(&m_engine, &QQmlEngine::quit, this, &KelvoApp::quit, Qt::QueuedConnection);
     connect(m_state.get(), &AppState::quitConfirmed, this, &KelvoApp::quitWithoutAsking,
             Qt::QueuedConnection);

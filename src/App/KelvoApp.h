@@ -1,7 +1,7 @@
 #pragma once
 
-#include "App/AppState.h"
 #include "App/DocumentOpener.h"
+#include "App/State/AppState.h"
 #include "App/WindowMemory.h"
 
 #include <QHash>

@@ -16,14 +16,10 @@
 #include <QQuickWindow>
 #include <QStandardPaths>
 #include <QSvgRenderer>
-#include <QtQml/qqmlextensionplugin.h>
 
 #include <sys/stat.h>
 
 #include <cstdio>
-
-Q_IMPORT_QML_PLUGIN(Kelvo_ComponentsPlugin)
-Q_IMPORT_QML_PLUGIN(Kelvo_UIPlugin)
 
 using namespace Qt::StringLiterals;
 

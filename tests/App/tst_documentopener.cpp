@@ -1,5 +1,5 @@
-#include "App/AppStage.h"
 #include "App/DocumentOpener.h"
+#include "App/State/AppStage.h"
 #include "support/TestMain.h"
 
 #include <QDir>

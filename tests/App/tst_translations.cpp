@@ -1,4 +1,4 @@
-#include "App/LocalizedName.h"
+#include "App/State/LocalizedName.h"
 #include "App/Translations.h"
 #include "support/TestMain.h"
 

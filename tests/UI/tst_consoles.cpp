@@ -1,17 +1,13 @@
-#include "App/AppStage.h"
 #include "App/KelvoApp.h"
+#include "App/State/AppStage.h"
 #include "RemoteFramebuffer/ServerStream.h"
-#include "UI/Components/FloodingServer.h"
+#include "UI/Components/Display/FloodingServer.h"
 #include "support/EventLoopBeat.h"
 #include "support/ProcessCensus.h"
 #include "support/TestMain.h"
 
 #include <QQuickWindow>
 #include <QRandomGenerator>
-#include <QtQml/qqmlextensionplugin.h>
-
-Q_IMPORT_QML_PLUGIN(Kelvo_ComponentsPlugin)
-Q_IMPORT_QML_PLUGIN(Kelvo_UIPlugin)
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;

@@ -1,18 +1,14 @@
-#include "App/AppStage.h"
 #include "App/KelvoApp.h"
-#include "UI/Components/Appearance.h"
+#include "App/State/AppStage.h"
+#include "UI/Toolkit/Style/Appearance.h"
 #include "support/TestMain.h"
 
 #include <QDir>
 #include <QFontDatabase>
 #include <QQuickItem>
 #include <QQuickWindow>
-#include <QtQml/qqmlextensionplugin.h>
 
 #include <algorithm>
-
-Q_IMPORT_QML_PLUGIN(Kelvo_ComponentsPlugin)
-Q_IMPORT_QML_PLUGIN(Kelvo_UIPlugin)
 
 using namespace Qt::StringLiterals;
 

@@ -1,9 +1,9 @@
-#include "App/AppStage.h"
 #include "App/KelvoApp.h"
+#include "App/State/AppStage.h"
 #include "Models/VMConfiguration.h"
 #include "Platform/FileUrl.h"
-#include "UI/Components/Appearance.h"
-#include "UI/Components/HintFinder.h"
+#include "UI/Toolkit/Controls/HintFinder.h"
+#include "UI/Toolkit/Style/Appearance.h"
 #include "support/TestMain.h"
 
 #include <QDir>
@@ -13,10 +13,6 @@
 #include <QScreen>
 #include <QSettings>
 #include <QTcpServer>
-#include <QtQml/qqmlextensionplugin.h>
-
-Q_IMPORT_QML_PLUGIN(Kelvo_ComponentsPlugin)
-Q_IMPORT_QML_PLUGIN(Kelvo_UIPlugin)
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;

@@ -2,7 +2,7 @@
 """Checks the direction of the #include lines under src: check_includes.py SOURCE_ROOT
 
 Libraries share one include root, so the compiler finds a header that its folder has no business with. A quoted include
-must name an existing file from the root, in the same folder or in one below it in the order of ALLOWED.
+must name an existing file from the root, in the same room or in one that ALLOWED has below it.
 """
 
 import re
@@ -16,11 +16,12 @@ ALLOWED = {
     "Models": {"Platform", "RemoteFramebuffer"},
     "Services": {"Models", "Platform", "RemoteFramebuffer"},
     "Virtualization": BELOW_VIRTUALIZATION,
-    "App": BELOW_VIRTUALIZATION | {"Virtualization"},
-    "UI": BELOW_VIRTUALIZATION | {"Virtualization", "App"},
+    "App/State": BELOW_VIRTUALIZATION | {"Virtualization"},
+    "UI/Toolkit": {"Platform"},
+    "UI/Components/Display": {"Platform", "RemoteFramebuffer"},
+    "UI": BELOW_VIRTUALIZATION | {"Virtualization", "App/State", "UI/Toolkit", "UI/Components/Display"},
+    "App": BELOW_VIRTUALIZATION | {"Virtualization", "App/State", "UI", "UI/Toolkit"},
 }
-# The program puts the windows and the state together; the library of the state knows no window.
-PROGRAM = {"CommandLine", "KelvoApp", "main"}
 # The only files that may include a controller besides the controller's own.
 CONTROLLER_USERS = {
     "QEMUBackendController": {"VMBackendFactory"},
@@ -29,8 +30,12 @@ CONTROLLER_USERS = {
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"')
 
 
+def room_of(file: Path):
+    return next((str(folder) for folder in file.parents if str(folder) in ALLOWED), None)
+
+
 def problems_of(root: Path, file: Path):
-    folder = file.relative_to(root).parts[0]
+    room = room_of(file.relative_to(root))
     for number, line in enumerate(file.read_text(encoding="utf-8").splitlines(), 1):
         match = INCLUDE.match(line)
         if not match or match[1].endswith(".moc"):
@@ -40,10 +45,9 @@ def problems_of(root: Path, file: Path):
         if not (root / included).is_file():
             yield f"{where} \"{included}\" is no file under {root}"
             continue
-        target = included.parts[0]
-        is_program = folder == "App" and file.stem in PROGRAM
-        if target != folder and target not in ALLOWED.get(folder, set()) and not (is_program and target == "UI"):
-            yield f"{where} {folder} may not include {target}"
+        target = room_of(included)
+        if target != room and target not in ALLOWED.get(room, set()):
+            yield f"{where} {room} may not include {target}"
         users = CONTROLLER_USERS.get(included.stem)
         if users is not None and file.stem not in users | {included.stem}:
             yield f"{where} only {', '.join(sorted(users))} may know {included.stem}"

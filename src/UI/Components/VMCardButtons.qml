@@ -1,5 +1,6 @@
 import QtQuick
-import Kelvo.Components
+import Kelvo.State
+import Kelvo.Toolkit
 import Kelvo.UI
 
 /// What can be done with a card's machine.

@@ -1,5 +1,6 @@
 import QtQuick
-import Kelvo.Components
+import Kelvo.State
+import Kelvo.Toolkit
 import Kelvo.UI
 
 /// One machine: what it is, how it stands, and what can be done with it.

@@ -1,5 +1,6 @@
 import QtQuick
-import Kelvo.Components
+import Kelvo.Display
+import Kelvo.Toolkit
 
 /// The screen behind a VNC server, scaled to fit on black, with its keys and pointer; until there is a picture,
 /// what it waits for.

@@ -1,5 +1,6 @@
 import QtQuick
-import Kelvo.Components
+import Kelvo.Display
+import Kelvo.Toolkit
 
 /// Embeds the hypervisor layer's own view of a guest, which has the keyboard as soon as it is shown.
 Item {

@@ -1,0 +1,104 @@
+#pragma once
+
+#include "Models/VirtualMachine.h"
+#include "Platform/Hypervisor/VZVirtualMachine.h"
+#include "Virtualization/VMManager.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QtQml/qqmlregistration.h>
+
+/// What a console window shows below its buttons: the guest's screen, or a panel with a title, a message and
+/// the next useful action.
+class ConsolePresenter : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(VirtualMachine *vm READ vm WRITE setVM NOTIFY vmChanged)
+    Q_PROPERTY(VMManager *manager READ manager WRITE setManager NOTIFY managerChanged)
+    Q_PROPERTY(Display display READ display NOTIFY displayChanged)
+    Q_PROPERTY(QString vncHost READ vncHost NOTIFY displayChanged)
+    Q_PROPERTY(int vncPort READ vncPort NOTIFY displayChanged)
+    /// What HypervisorView shows; null otherwise.
+    Q_PROPERTY(VZVirtualMachine *vzMachine READ vzMachine NOTIFY displayChanged)
+    Q_PROPERTY(QString statusTitle READ statusTitle NOTIFY statusChanged)
+    Q_PROPERTY(QString statusMessage READ statusMessage NOTIFY statusChanged)
+    Q_PROPERTY(QUrl serialLog READ serialLog NOTIFY statusChanged)
+    Q_PROPERTY(bool isBusy READ isBusy NOTIFY statusChanged)
+    Q_PROPERTY(bool offersInstall READ offersInstall NOTIFY statusChanged)
+    Q_PROPERTY(bool offersStart READ offersStart NOTIFY statusChanged)
+    Q_PROPERTY(bool offersFinishInstall READ offersFinishInstall NOTIFY statusChanged)
+    Q_PROPERTY(bool offersDiagnostics READ offersDiagnostics NOTIFY statusChanged)
+
+public:
+    enum Display
+    {
+        StatusPanel,
+        VNC,
+        HypervisorView
+    };
+    Q_ENUM(Display)
+
+    [[nodiscard]] VirtualMachine *vm() const { return m_vm; }
+    void setVM(VirtualMachine *vm);
+    [[nodiscard]] VMManager *manager() const { return m_manager; }
+    void setManager(VMManager *manager);
+
+    [[nodiscard]] Display display() const { return m_display.kind; }
+    [[nodiscard]] QString vncHost() const { return m_display.vncHost; }
+    [[nodiscard]] int vncPort() const { return m_display.vncPort; }
+    /// Where the guest's words on its serial line are; empty without a machine.
+    [[nodiscard]] QUrl serialLog() const { return m_status.serialLog; }
+    [[nodiscard]] VZVirtualMachine *vzMachine() const { return m_display.vzMachine; }
+    [[nodiscard]] QString statusTitle() const { return m_status.title; }
+    [[nodiscard]] QString statusMessage() const { return m_status.message; }
+    /// A start, a stop or another operation is under way.
+    [[nodiscard]] bool isBusy() const { return m_status.isBusy; }
+    [[nodiscard]] bool offersInstall() const { return m_status.offersInstall; }
+    [[nodiscard]] bool offersStart() const { return m_status.offersStart; }
+    [[nodiscard]] bool offersFinishInstall() const { return m_status.offersFinishInstall; }
+    /// Something failed, of which the log may say more.
+    [[nodiscard]] bool offersDiagnostics() const { return m_status.offersDiagnostics; }
+
+    /// Looks anew, also for what notifies nobody: the controller's display and the QEMU tools.
+    Q_INVOKABLE void refresh();
+
+Q_SIGNALS:
+    void vmChanged();
+    void managerChanged();
+    void displayChanged();
+    void statusChanged();
+
+private:
+    struct DisplaySource
+    {
+        Display kind = StatusPanel;
+        QString vncHost;
+        int vncPort = 0;
+        QPointer<VZVirtualMachine> vzMachine;
+
+        bool operator==(const DisplaySource &) const = default;
+    };
+    struct Status
+    {
+        QString title;
+        QString message;
+        QUrl serialLog;
+        bool isBusy = false;
+        bool offersInstall = false;
+        bool offersStart = false;
+        bool offersFinishInstall = false;
+        bool offersDiagnostics = false;
+
+        bool operator==(const Status &) const = default;
+    };
+
+    [[nodiscard]] DisplaySource displaySource() const;
+    [[nodiscard]] Status status() const;
+    [[nodiscard]] QString message() const;
+
+    QPointer<VirtualMachine> m_vm;
+    QPointer<VMManager> m_manager;
+    DisplaySource m_display;
+    Status m_status;
+};

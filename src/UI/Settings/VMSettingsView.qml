@@ -1,0 +1,247 @@
+import QtQuick
+import Kelvo.State
+import Kelvo.Toolkit
+import Kelvo.UI
+
+FormPage {
+    id: root
+
+    required property VirtualMachine vm
+
+    title: qsTr("VM Settings")
+
+    VMSettingsModel {
+        id: settings
+
+        vm: root.vm
+        appState: AppState
+    }
+
+    FormSection {
+        width: parent.width
+        title: qsTr("General")
+
+        FormRow {
+            label: qsTr("Name")
+            announcesLabel: false
+            enabled: !settings.isRunning
+
+            TextField {
+                height: Theme.smallControlHeight
+                text: settings.name
+                Accessible.name: qsTr("Name")
+                onTextEdited: settings.name = text
+            }
+        }
+        FormRow {
+            label: qsTr("Operating System")
+            value: settings.guestName
+        }
+    }
+    FormSection {
+        width: parent.width
+        title: qsTr("CPU")
+
+        FormRow {
+            label: qsTr("%1 cores").arg(settings.cpuCount)
+            enabled: !settings.isRunning
+
+            Stepper {
+                label: qsTr("%1 cores").arg(settings.cpuCount)
+                canDecrease: settings.cpuCount > settings.minimumCPUCount
+                canIncrease: settings.cpuCount < settings.maximumCPUCount
+                onDecreased: settings.cpuCount = settings.cpuCount - 1
+                onIncreased: settings.cpuCount = settings.cpuCount + 1
+            }
+        }
+    }
+    FormSection {
+        width: parent.width
+        title: qsTr("Memory")
+
+        FormRow {
+            label: qsTr("RAM")
+            announcesLabel: false
+            enabled: !settings.isRunning
+
+            Picker {
+                label: qsTr("RAM")
+                model: settings.memoryLabels
+                displayText: settings.memoryLabel
+                currentIndex: settings.memoryIndex
+                onActivated: index => settings.memoryIndex = index
+            }
+        }
+    }
+    InfoSection {
+        width: parent.width
+        title: qsTr("Storage")
+        values: settings.storage
+
+        FormRow {
+            label: ""
+
+            PushButton {
+                small: true
+                text: qsTr("Refresh Disk Usage")
+                onClicked: settings.refreshDiskUsage()
+            }
+        }
+    }
+    FormSection {
+        width: parent.width
+        title: qsTr("Network")
+
+        FormRow {
+            label: qsTr("Mode")
+            announcesLabel: false
+            enabled: !settings.isRunning
+
+            Picker {
+                label: qsTr("Mode")
+                model: settings.networkNames
+                currentIndex: settings.networkIndex
+                onActivated: index => settings.networkIndex = index
+            }
+        }
+    }
+    FormSection {
+        width: parent.width
+        title: qsTr("Display")
+        note: !settings.offersDisplayDriver ? "" : settings.hasDisplayDriver ? qsTr("The guest chooses the size of its screen. Without the driver it shows no picture.") : qsTr("The screen has 1024 × 768 pixels, for which a guest needs no driver.")
+
+        FormRow {
+            label: qsTr("Width: %1").arg(settings.displayWidth)
+            enabled: !settings.isRunning
+
+            NumberStepper {
+                label: qsTr("Width")
+                value: settings.displayWidth
+                minimum: settings.minimumDisplayWidth
+                maximum: settings.maximumDisplayWidth
+                onEdited: value => settings.displayWidth = value
+            }
+        }
+        FormRow {
+            label: qsTr("Height: %1").arg(settings.displayHeight)
+            enabled: !settings.isRunning
+
+            NumberStepper {
+                label: qsTr("Height")
+                value: settings.displayHeight
+                minimum: settings.minimumDisplayHeight
+                maximum: settings.maximumDisplayHeight
+                onEdited: value => settings.displayHeight = value
+            }
+        }
+        FormRow {
+            label: qsTr("Scaling")
+            announcesLabel: false
+            enabled: !settings.isRunning
+
+            Row {
+                spacing: Theme.mediumSpacing
+
+                Label {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: Number(settings.displayScaling).toLocaleString(Qt.locale(), "f", 2)
+                    color: Theme.secondaryText
+                    Accessible.ignored: true
+                }
+                Slider {
+                    label: qsTr("Scaling")
+                    from: 0.5
+                    to: 2.0
+                    value: settings.displayScaling
+                    onMoved: settings.displayScaling = value
+                }
+            }
+        }
+        FormRow {
+            visible: settings.offersDisplayDriver
+            label: driver.Accessible.name
+            announcesLabel: false
+            enabled: !settings.isRunning
+
+            Toggle {
+                id: driver
+
+                checked: settings.hasDisplayDriver
+                Accessible.name: qsTr("Guest has the virtio display driver")
+                onToggled: settings.hasDisplayDriver = checked
+            }
+        }
+    }
+    FormSection {
+        width: parent.width
+        title: qsTr("Advanced")
+
+        FormRow {
+            label: qsTr("Boot")
+            value: qsTr("EFI")
+        }
+        Item {
+            width: parent.width
+            height: logs.height + logLabel.implicitHeight + 2 * Theme.mediumSpacing + Theme.tightSpacing
+
+            Divider {
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.spacing
+                width: parent.width - Theme.spacing
+            }
+            Label {
+                id: logLabel
+
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.spacing
+                y: Theme.mediumSpacing
+                text: qsTr("Logs")
+            }
+            TextBlock {
+                id: logs
+
+                anchors.top: logLabel.bottom
+                anchors.topMargin: Theme.tightSpacing
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.spacing
+                width: parent.width - 2 * Theme.spacing
+                wrapMode: TextEdit.WrapAnywhere
+                text: settings.recentLog
+                font.family: Theme.monospaceFamily
+                font.pixelSize: Theme.caption
+                color: Theme.secondaryText
+            }
+        }
+    }
+
+    Label {
+        id: stopFirst
+
+        width: parent.width
+        visible: settings.isRunning
+        wrapMode: Text.Wrap
+        text: qsTr("Stop the virtual machine to change hardware settings.")
+        color: Theme.secondaryText
+    }
+    Row {
+        width: parent.width
+        spacing: Theme.mediumSpacing
+
+        PushButton {
+            id: save
+
+            prominent: true
+            enabled: settings.canSave
+            disabledReason: settings.isRunning ? stopFirst.text : settings.problem
+            text: qsTr("Save Changes")
+            onClicked: settings.saveChanges()
+        }
+        Label {
+            anchors.verticalCenter: save.verticalCenter
+            width: parent.width - save.width - parent.spacing
+            wrapMode: Text.Wrap
+            text: settings.isRunning ? "" : settings.problem !== "" ? settings.problem : settings.saveMessage
+            color: settings.problem !== "" ? Theme.redTone : Theme.secondaryText
+        }
+    }
+}

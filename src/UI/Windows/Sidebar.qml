@@ -1,0 +1,59 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Kelvo.State
+import Kelvo.Toolkit
+import Kelvo.UI
+
+/// The sections of the main window; there is always one selected.
+Rectangle {
+    id: root
+
+    color: Theme.sidebarBackground
+
+    ListView {
+        id: list
+
+        anchors.fill: parent
+        anchors.margins: Theme.smallSpacing
+        spacing: 2
+        model: SidebarModel {}
+        currentIndex: AppState.selectedSection
+        activeFocusOnTab: true
+        keyNavigationEnabled: true
+        interactive: contentHeight > height
+        highlightMoveDuration: 0
+        Accessible.role: Accessible.List
+        Accessible.name: qsTr("Sidebar")
+        Accessible.focusable: true
+        Keys.onUpPressed: list.choose(list.currentIndex - 1)
+        Keys.onDownPressed: list.choose(list.currentIndex + 1)
+
+        delegate: SidebarRow {
+            id: row
+
+            required property string title
+            required property int section
+
+            width: list.width
+            text: title
+            highlighted: AppState.selectedSection === section
+            Accessible.selectable: true
+            Accessible.selected: highlighted
+            onClicked: AppState.selectedSection = section
+
+            FocusRing {
+                visible: list.activeFocus && row.highlighted
+                controlRadius: Theme.rowRadius
+                anchors.margins: 0
+                radius: Theme.rowRadius
+            }
+        }
+
+        function choose(index: int): void {
+            const row = list.itemAtIndex(index) as SidebarRow;
+            if (row)
+                row.clicked();
+        }
+    }
+}

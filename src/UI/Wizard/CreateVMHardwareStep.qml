@@ -1,0 +1,94 @@
+import QtQuick
+import Kelvo.Toolkit
+import Kelvo.UI
+
+FocusScope {
+    id: root
+
+    required property CreateVMModel wizard
+
+    signal submitted
+
+    implicitHeight: column.implicitHeight
+
+    Column {
+        id: column
+
+        width: parent.width
+        spacing: Theme.spacing
+
+        FormSection {
+            width: parent.width
+            title: qsTr("CPU")
+
+            FormRow {
+                label: root.wizard.cpuText
+
+                Stepper {
+                    focus: true
+                    label: root.wizard.cpuText
+                    canDecrease: root.wizard.canDecreaseCPUs
+                    canIncrease: root.wizard.canIncreaseCPUs
+                    onDecreased: root.wizard.decreaseCPUs()
+                    onIncreased: root.wizard.increaseCPUs()
+                }
+            }
+        }
+        FormSection {
+            width: parent.width
+            title: qsTr("Memory")
+
+            FormRow {
+                label: qsTr("RAM")
+
+                Picker {
+                    label: qsTr("RAM")
+                    model: root.wizard.memoryLabels
+                    currentIndex: root.wizard.memoryIndex
+                    onActivated: index => root.wizard.memoryIndex = index
+                    onSubmitted: root.submitted()
+                }
+            }
+        }
+        FormSection {
+            width: parent.width
+            title: qsTr("Disk")
+
+            FormRow {
+                label: qsTr("Disk Size")
+
+                Picker {
+                    label: qsTr("Disk Size")
+                    model: root.wizard.diskLabels
+                    currentIndex: root.wizard.diskIndex
+                    onActivated: index => root.wizard.diskIndex = index
+                    onSubmitted: root.submitted()
+                }
+            }
+        }
+        FormSection {
+            width: parent.width
+            title: qsTr("Network")
+
+            FormRow {
+                label: qsTr("Network")
+
+                Picker {
+                    label: qsTr("Network")
+                    model: root.wizard.networkNames
+                    currentIndex: root.wizard.networkIndex
+                    onActivated: index => root.wizard.networkIndex = index
+                    onSubmitted: root.submitted()
+                }
+            }
+        }
+        Label {
+            width: parent.width
+            visible: text !== ""
+            wrapMode: Text.Wrap
+            text: root.wizard.hardwareHint
+            font.pixelSize: Theme.caption
+            color: Theme.orangeTone
+        }
+    }
+}

@@ -1,0 +1,36 @@
+import QtQuick
+import Kelvo.Toolkit
+import Kelvo.UI
+
+FocusScope {
+    id: root
+
+    required property CreateVMModel wizard
+
+    implicitHeight: column.implicitHeight
+
+    Column {
+        id: column
+
+        width: parent.width
+        spacing: Theme.spacing
+
+        Label {
+            width: parent.width
+            text: qsTr("Choose Operating System")
+            font.pixelSize: Theme.title2
+            font.weight: Font.DemiBold
+            Accessible.role: Accessible.Heading
+        }
+        InlinePicker {
+            width: parent.width
+            focus: true
+            label: qsTr("Operating System")
+            choices: root.wizard.guestOSNames
+            details: root.wizard.guestOSDetails
+            symbols: ["display", "terminal", "desktopcomputer"]
+            currentIndex: root.wizard.guestOSIndex
+            onActivated: index => root.wizard.guestOSIndex = index
+        }
+    }
+}
