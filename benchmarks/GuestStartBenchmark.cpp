@@ -3,12 +3,12 @@
 #include "Statistics.h"
 
 #include "Platform/ChildProcess.h"
+#include "Platform/Emulator/QMPMessages.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
 #include "Platform/Hypervisor/EmulatorCommandLine.h"
 #include "Platform/Hypervisor/VZError.h"
 #include "Platform/Hypervisor/VZVirtualMachine.h"
-#include "Platform/QMPMessages.h"
 #include "Platform/UnixSocket.h"
 
 #include <QCommandLineParser>

@@ -1,4 +1,4 @@
-#include "Platform/QMPMessages.h"
+#include "Platform/Emulator/QMPMessages.h"
 #include "Require.h"
 
 #include <QJsonObject>

@@ -1,7 +1,7 @@
 #include "Emulator.h"
 
-#include "Platform/Hypervisor/EmulatorAnswer.h"
-#include "Platform/Hypervisor/KVMProbe.h"
+#include "Platform/Emulator/EmulatorAnswer.h"
+#include "Platform/Emulator/KVMProbe.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

@@ -1,8 +1,8 @@
 #include "ArgumentRewriter.h"
 #include "Emulator.h"
-#include "Platform/Hypervisor/DisplayDriverMark.h"
-#include "Platform/Hypervisor/EmulatorAnswer.h"
-#include "Platform/Hypervisor/ProcessorKinds.h"
+#include "Platform/Emulator/DisplayDriverMark.h"
+#include "Platform/Emulator/EmulatorAnswer.h"
+#include "Platform/Emulator/ProcessorKinds.h"
 
 #include <unistd.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Models/VirtualMachine.h"
-#include "Platform/GuestTakeUp.h"
+#include "Platform/Emulator/GuestTakeUp.h"
 #include "Services/QEMUDependencyService.h"
 #include "Services/SystemInfoService.h"
 #include "Virtualization/BundleLibrary.h"

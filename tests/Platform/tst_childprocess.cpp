@@ -1,6 +1,6 @@
 #include "Platform/BoundedLines.h"
 #include "Platform/ChildProcess.h"
-#include "Platform/EmulatorLog.h"
+#include "Platform/Emulator/EmulatorLog.h"
 #include "Platform/PlatformError.h"
 #include "Platform/UniqueDescriptor.h"
 #include "support/ProcessCensus.h"

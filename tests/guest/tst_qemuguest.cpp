@@ -1,4 +1,4 @@
-#include "Platform/EmulatorLog.h"
+#include "Platform/Emulator/EmulatorLog.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
 #include "Services/DiagnosticLogger.h"

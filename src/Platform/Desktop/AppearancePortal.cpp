@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString interface = u"org.freedesktop.portal.Settings"_s;
+const QString settingsInterface = u"org.freedesktop.portal.Settings"_s;
 
 const QString common = u"org.freedesktop.appearance"_s;
 const QString gnome = u"org.gnome.desktop.interface"_s;
@@ -60,7 +60,7 @@ void AppearancePortal::start()
 void AppearancePortal::ask()
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
-    bus.connect(DesktopPortal::service, DesktopPortal::path, interface, u"SettingChanged"_s, this,
+    bus.connect(DesktopPortal::service, DesktopPortal::path, settingsInterface, u"SettingChanged"_s, this,
                 SLOT(settingChanged(QDBusMessage)));
     for (const QString &key : {colorSchemeKey, contrastKey, reducedMotionKey})
         ask(common, key);
@@ -70,8 +70,8 @@ void AppearancePortal::ask()
 
 void AppearancePortal::ask(const QString &nameSpace, const QString &key)
 {
-    QDBusMessage read =
-        QDBusMessage::createMethodCall(DesktopPortal::service, DesktopPortal::path, interface, u"Read"_s);
+    QDBusMessage read = QDBusMessage::createMethodCall(DesktopPortal::service, DesktopPortal::path,
+                                                       settingsInterface, u"Read"_s);
     read.setArguments({nameSpace, key});
     auto *watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(read), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, nameSpace, key] {

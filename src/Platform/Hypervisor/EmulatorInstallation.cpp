@@ -1,8 +1,8 @@
 #include "Platform/Hypervisor/EmulatorInstallation.h"
 
+#include "Platform/Emulator/EmulatorAnswer.h"
+#include "Platform/Emulator/KVMProbe.h"
 #include "Platform/FileManager.h"
-#include "Platform/Hypervisor/EmulatorAnswer.h"
-#include "Platform/Hypervisor/KVMProbe.h"
 #include "Platform/Hypervisor/VZEFIVariableStore.h"
 #include "Platform/LocalizedError.h"
 #include "Platform/OwnThread.h"

@@ -1,11 +1,11 @@
 #include "Platform/Hypervisor/EmulatorSession.h"
 
-#include "Platform/EmulatorEnd.h"
-#include "Platform/EmulatorLog.h"
+#include "Platform/Emulator/EmulatorEnd.h"
+#include "Platform/Emulator/EmulatorLog.h"
+#include "Platform/Emulator/ProcessorKinds.h"
 #include "Platform/FileLock.h"
 #include "Platform/FileUrl.h"
 #include "Platform/Hypervisor/EmulatorCommandLine.h"
-#include "Platform/Hypervisor/ProcessorKinds.h"
 #include "Platform/Hypervisor/VZError.h"
 #include "Platform/PlatformError.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Platform/EmulatorPoll.h"
+#include "Platform/Emulator/EmulatorPoll.h"
+#include "Platform/Emulator/RunningEmulator.h"
 #include "Platform/Hypervisor/VZVirtualMachineConfiguration.h"
-#include "Platform/RunningEmulator.h"
 
 struct EmulatorInstallation;
 

@@ -1,11 +1,11 @@
 #include "Platform/Hypervisor/VZVirtualMachine.h"
 
-#include "Platform/EmulatorEnd.h"
+#include "Platform/Emulator/EmulatorEnd.h"
+#include "Platform/Emulator/QMPError.h"
 #include "Platform/FileUrl.h"
 #include "Platform/Hypervisor/EmulatorInstallation.h"
 #include "Platform/Hypervisor/EmulatorSession.h"
 #include "Platform/Hypervisor/VZError.h"
-#include "Platform/QMPError.h"
 
 #include <QCoreApplication>
 #include <QCoroFuture>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/GuestTakeUp.h"
+#include "Platform/Emulator/GuestTakeUp.h"
 #include "Platform/Hypervisor/VZVirtualMachineConfiguration.h"
 #include "Platform/UniqueDescriptor.h"
 

@@ -1,9 +1,9 @@
 #include "Platform/Hypervisor/VZVirtualMachineConfiguration.h"
 
 #include "Platform/BinaryUnits.h"
+#include "Platform/Emulator/KVMProbe.h"
 #include "Platform/FileUrl.h"
 #include "Platform/HostFacts.h"
-#include "Platform/Hypervisor/KVMProbe.h"
 #include "Platform/Hypervisor/VZError.h"
 #include "Platform/UnixSocket.h"
 

@@ -1,8 +1,8 @@
 #include "UI/Settings/AppInfo.h"
 
 #include "Models/VMConfiguration.h"
+#include "Platform/Emulator/KVMProbe.h"
 #include "Platform/FileUrl.h"
-#include "Platform/Hypervisor/KVMProbe.h"
 #include "Services/DiagnosticLogger.h"
 #include "UI/Components/ByteCount.h"
 #include "Virtualization/VMManager.h"

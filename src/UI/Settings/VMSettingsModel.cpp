@@ -1,8 +1,8 @@
 #include "UI/Settings/VMSettingsModel.h"
 
+#include "Platform/Emulator/DisplayDriverMark.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
-#include "Platform/Hypervisor/DisplayDriverMark.h"
 #include "Platform/Hypervisor/VZError.h"
 #include "Platform/Hypervisor/VZVirtualMachineConfiguration.h"
 #include "Services/DiagnosticLogger.h"

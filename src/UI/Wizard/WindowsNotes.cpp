@@ -1,6 +1,6 @@
 #include "UI/Wizard/WindowsNotes.h"
 
-#include "Platform/Hypervisor/EmulatorAnswer.h"
+#include "Platform/Emulator/EmulatorAnswer.h"
 #include "Platform/Hypervisor/EmulatorInstallation.h"
 #include "Platform/OwnThread.h"
 

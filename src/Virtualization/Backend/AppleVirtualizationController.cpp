@@ -1,6 +1,6 @@
 #include "Virtualization/Backend/AppleVirtualizationController.h"
 
-#include "Platform/Hypervisor/KVMProbe.h"
+#include "Platform/Emulator/KVMProbe.h"
 #include "Platform/Hypervisor/VZError.h"
 #include "Services/DiagnosticLogger.h"
 #include "Virtualization/Backend/KelvoError.h"

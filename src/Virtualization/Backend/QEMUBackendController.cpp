@@ -1,9 +1,9 @@
 #include "Virtualization/Backend/QEMUBackendController.h"
 
+#include "Platform/Emulator/KVMProbe.h"
 #include "Platform/FileLock.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
-#include "Platform/Hypervisor/KVMProbe.h"
 #include "Virtualization/Backend/KelvoError.h"
 #include "Virtualization/BundleFiles.h"
 #include "Virtualization/QEMU/FirmwareVariables.h"

@@ -2,7 +2,7 @@
 
 #include "Models/VMConfiguration.h"
 #include "Models/VMState.h"
-#include "Platform/GuestTakeUp.h"
+#include "Platform/Emulator/GuestTakeUp.h"
 
 #include <QCoroTask>
 #include <QList>

@@ -1,6 +1,6 @@
 #include "Virtualization/QEMU/QEMUGuest.h"
 
-#include "Platform/EmulatorLog.h"
+#include "Platform/Emulator/EmulatorLog.h"
 #include "Platform/FileLock.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"

@@ -2,9 +2,9 @@
 
 #include "Models/VMConfiguration.h"
 #include "Models/VMState.h"
-#include "Platform/EmulatorPoll.h"
-#include "Platform/GuestTakeUp.h"
-#include "Platform/RunningEmulator.h"
+#include "Platform/Emulator/EmulatorPoll.h"
+#include "Platform/Emulator/GuestTakeUp.h"
+#include "Platform/Emulator/RunningEmulator.h"
 #include "Services/QEMUDependencyService.h"
 #include "Virtualization/QEMU/LoopbackPort.h"
 #include "Virtualization/QEMU/QEMUProcessRunner.h"

@@ -1,7 +1,7 @@
-#include "Platform/EmulatorEnd.h"
+#include "Platform/Emulator/EmulatorEnd.h"
+#include "Platform/Emulator/QMPError.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
-#include "Platform/QMPError.h"
 #include "Services/DiagnosticLogger.h"
 #include "Virtualization/QEMU/QEMUGuest.h"
 

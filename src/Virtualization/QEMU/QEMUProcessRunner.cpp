@@ -1,8 +1,8 @@
 #include "Virtualization/QEMU/QEMUProcessRunner.h"
 
 #include "Platform/ChildProcess.h"
-#include "Platform/EmulatorEnd.h"
-#include "Platform/EmulatorLog.h"
+#include "Platform/Emulator/EmulatorEnd.h"
+#include "Platform/Emulator/EmulatorLog.h"
 #include "Platform/FileUrl.h"
 #include "Services/DiagnosticLogger.h"
 

@@ -1,8 +1,8 @@
 #include "Virtualization/QEMU/QMPClient.h"
 
+#include "Platform/Emulator/QMPError.h"
 #include "Platform/FileManager.h"
 #include "Platform/FileUrl.h"
-#include "Platform/QMPError.h"
 #include "Platform/UnixSocket.h"
 #include "Virtualization/Backend/KelvoError.h"
 

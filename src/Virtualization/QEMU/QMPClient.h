@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/QMPChannel.h"
+#include "Platform/Emulator/QMPChannel.h"
 
 #include <QUrl>
 

@@ -1,6 +1,6 @@
-#include "Platform/EmulatorEnd.h"
+#include "Platform/Emulator/EmulatorEnd.h"
 
-#include "Platform/EmulatorLog.h"
+#include "Platform/Emulator/EmulatorLog.h"
 
 #include <QFile>
 

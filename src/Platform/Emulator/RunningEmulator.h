@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/ChildProcess.h"
-#include "Platform/EmulatorStatus.h"
+#include "Platform/Emulator/EmulatorStatus.h"
 
 /// An emulator that an earlier run of the application, or another one of the same user, has launched.
 struct RunningEmulator

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/QMPMessages.h"
+#include "Platform/Emulator/QMPMessages.h"
 #include "Platform/UnixSocket.h"
 
 #include <QCoroTask>

@@ -1,6 +1,6 @@
-#include "Platform/RunningEmulator.h"
+#include "Platform/Emulator/RunningEmulator.h"
 
-#include "Platform/QMPError.h"
+#include "Platform/Emulator/QMPError.h"
 
 #include <QFile>
 

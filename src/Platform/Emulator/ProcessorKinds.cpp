@@ -1,4 +1,4 @@
-#include "Platform/Hypervisor/ProcessorKinds.h"
+#include "Platform/Emulator/ProcessorKinds.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,4 +1,4 @@
-#include "Platform/EmulatorStatus.h"
+#include "Platform/Emulator/EmulatorStatus.h"
 
 #include <QCoroFuture>
 #include <QJsonArray>

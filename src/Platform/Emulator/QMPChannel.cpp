@@ -1,7 +1,7 @@
-#include "Platform/QMPChannel.h"
+#include "Platform/Emulator/QMPChannel.h"
 
+#include "Platform/Emulator/QMPError.h"
 #include "Platform/PlatformError.h"
-#include "Platform/QMPError.h"
 
 #include <QCoroFuture>
 #include <QCoroTimer>

@@ -1,4 +1,4 @@
-#include "Platform/QMPError.h"
+#include "Platform/Emulator/QMPError.h"
 
 using namespace Qt::StringLiterals;
 

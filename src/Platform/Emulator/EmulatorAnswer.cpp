@@ -1,4 +1,4 @@
-#include "Platform/Hypervisor/EmulatorAnswer.h"
+#include "Platform/Emulator/EmulatorAnswer.h"
 
 #include <fcntl.h>
 #include <poll.h>

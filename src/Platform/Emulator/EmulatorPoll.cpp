@@ -1,6 +1,6 @@
-#include "Platform/EmulatorPoll.h"
+#include "Platform/Emulator/EmulatorPoll.h"
 
-#include "Platform/QMPError.h"
+#include "Platform/Emulator/QMPError.h"
 
 #include <QPointer>
 

@@ -1,4 +1,4 @@
-#include "Platform/Hypervisor/KVMProbe.h"
+#include "Platform/Emulator/KVMProbe.h"
 
 #include <limits>
 #include <mutex>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/EmulatorStatus.h"
+#include "Platform/Emulator/EmulatorStatus.h"
 
 #include <QTimer>
 
