@@ -48,10 +48,10 @@ FormPage {
 
             Stepper {
                 label: qsTr("%1 cores").arg(settings.cpuCount)
-                canDecrease: settings.cpuCount > settings.minimumCPUCount
-                canIncrease: settings.cpuCount < settings.maximumCPUCount
-                onDecreased: settings.cpuCount = settings.cpuCount - 1
-                onIncreased: settings.cpuCount = settings.cpuCount + 1
+                value: settings.cpuCount
+                minimumValue: settings.minimumCPUCount
+                maximumValue: settings.maximumCPUCount
+                onEdited: value => settings.cpuCount = value
             }
         }
     }

@@ -27,10 +27,10 @@ FocusScope {
                 Stepper {
                     focus: true
                     label: root.wizard.cpuText
-                    canDecrease: root.wizard.canDecreaseCPUs
-                    canIncrease: root.wizard.canIncreaseCPUs
-                    onDecreased: root.wizard.decreaseCPUs()
-                    onIncreased: root.wizard.increaseCPUs()
+                    value: root.wizard.cpuCount
+                    minimumValue: root.wizard.minimumCPUCount
+                    maximumValue: root.wizard.maximumCPUCount
+                    onEdited: value => root.wizard.cpuCount = value
                 }
             }
         }

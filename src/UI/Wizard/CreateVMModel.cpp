@@ -139,7 +139,7 @@ void CreateVMModel::fitHardwareToHost()
     if (!m_appState || recommendedBackend(m_guestOS) != VMBackendType::appleVirtualization)
         return;
     const SystemCapabilities &host = m_appState->vmManager()->systemCapabilities();
-    m_cpuCount = std::clamp(m_cpuCount, host.allowedCPUCountRange.minimum, host.allowedCPUCountRange.maximum);
+    m_cpuCount = std::clamp(m_cpuCount, minimumCPUCount(), maximumCPUCount());
     const QList<quint64> &options = VMConfiguration::memoryOptions();
     while (m_memoryBytes > host.allowedMemoryRange.maximum && m_memoryBytes != options.first())
         m_memoryBytes = options.at(options.indexOf(m_memoryBytes) - 1);
@@ -247,36 +247,28 @@ QString CreateVMModel::virtioDriversName() const
                                         : tr("No driver ISO selected");
 }
 
-SteppedValue CreateVMModel::steppedCPUCount() const
+void CreateVMModel::setCPUCount(int count)
 {
-    const auto range = m_appState ? m_appState->vmManager()->systemCapabilities().allowedCPUCountRange
-                                  : ClosedRange<qint64>();
-    return {.value = m_cpuCount, .range = range};
+    set(m_cpuCount, std::clamp(count, minimumCPUCount(), maximumCPUCount()));
+}
+
+int CreateVMModel::minimumCPUCount() const
+{
+    return m_appState
+               ? static_cast<int>(m_appState->vmManager()->systemCapabilities().allowedCPUCountRange.minimum)
+               : 0;
+}
+
+int CreateVMModel::maximumCPUCount() const
+{
+    return m_appState
+               ? static_cast<int>(m_appState->vmManager()->systemCapabilities().allowedCPUCountRange.maximum)
+               : 0;
 }
 
 QString CreateVMModel::cpuText() const
 {
     return tr("%1 virtual CPU cores").arg(m_cpuCount);
-}
-
-bool CreateVMModel::canDecreaseCPUs() const
-{
-    return steppedCPUCount().canDecrease();
-}
-
-bool CreateVMModel::canIncreaseCPUs() const
-{
-    return steppedCPUCount().canIncrease();
-}
-
-void CreateVMModel::decreaseCPUs()
-{
-    set(m_cpuCount, steppedCPUCount().decreased());
-}
-
-void CreateVMModel::increaseCPUs()
-{
-    set(m_cpuCount, steppedCPUCount().increased());
 }
 
 int CreateVMModel::memoryIndex() const

@@ -3,7 +3,6 @@
 #include "App/State/AppState.h"
 #include "Models/VMConfiguration.h"
 #include "UI/Components/LabeledValue.h"
-#include "UI/Wizard/SteppedValue.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -41,8 +40,9 @@ class CreateVMModel : public QObject
     Q_PROPERTY(QString virtioDriversName READ virtioDriversName NOTIFY changed)
     Q_PROPERTY(bool hasDrivers READ hasDrivers NOTIFY changed)
     Q_PROPERTY(QString cpuText READ cpuText NOTIFY changed)
-    Q_PROPERTY(bool canDecreaseCPUs READ canDecreaseCPUs NOTIFY changed)
-    Q_PROPERTY(bool canIncreaseCPUs READ canIncreaseCPUs NOTIFY changed)
+    Q_PROPERTY(int cpuCount READ cpuCount WRITE setCPUCount NOTIFY changed)
+    Q_PROPERTY(int minimumCPUCount READ minimumCPUCount NOTIFY appStateChanged)
+    Q_PROPERTY(int maximumCPUCount READ maximumCPUCount NOTIFY appStateChanged)
     Q_PROPERTY(int memoryIndex READ memoryIndex WRITE setMemoryIndex NOTIFY changed)
     Q_PROPERTY(int diskIndex READ diskIndex WRITE setDiskIndex NOTIFY changed)
     Q_PROPERTY(int networkIndex READ networkIndex WRITE setNetworkIndex NOTIFY changed)
@@ -101,13 +101,12 @@ public:
     [[nodiscard]] QString virtioDriversName() const;
     [[nodiscard]] bool hasDrivers() const { return m_virtioDriversURL.isValid(); }
 
-    [[nodiscard]] qint64 cpuCount() const { return m_cpuCount; }
+    [[nodiscard]] int cpuCount() const { return m_cpuCount; }
+    /// Takes the range's nearest end for what is outside of it.
+    void setCPUCount(int count);
+    [[nodiscard]] int minimumCPUCount() const;
+    [[nodiscard]] int maximumCPUCount() const;
     [[nodiscard]] QString cpuText() const;
-    [[nodiscard]] bool canDecreaseCPUs() const;
-    [[nodiscard]] bool canIncreaseCPUs() const;
-    /// One step, to a number within the host's range.
-    Q_INVOKABLE void decreaseCPUs();
-    Q_INVOKABLE void increaseCPUs();
     [[nodiscard]] int memoryIndex() const;
     void setMemoryIndex(int index);
     [[nodiscard]] int diskIndex() const;
@@ -152,7 +151,6 @@ private:
                                                  std::optional<QUrl> installationImage);
     [[nodiscard]] VMConfiguration configuration() const;
     [[nodiscard]] QUrl bundleURL() const;
-    [[nodiscard]] SteppedValue steppedCPUCount() const;
     void takeProposedImage();
     void setStep(int step);
     void fitHardwareToHost();
@@ -166,7 +164,7 @@ private:
     InstallationMediaType m_mediaType = InstallationMediaType::iso;
     QUrl m_isoURL;
     QUrl m_virtioDriversURL;
-    qint64 m_cpuCount = 4;
+    int m_cpuCount = 4;
     quint64 m_memoryBytes;
     quint64 m_diskBytes;
     VMNetworkMode m_networkMode = VMNetworkMode::nat;

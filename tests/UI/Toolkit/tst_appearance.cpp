@@ -4,6 +4,7 @@
 #include "UI/Toolkit/Style/SymbolItem.h"
 #include "support/TestMain.h"
 
+#include <QAccessible>
 #include <QPalette>
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -52,6 +53,7 @@ private Q_SLOTS:
     void everySymbolIsDrawnInItsColor();
     void gridFitsItsColumns();
     void mnemonicsAreMarked();
+    void steppersStayInTheirRange();
 };
 
 void AppearanceTest::schemeComesFromOverridePortalThenPalette()
@@ -181,6 +183,26 @@ void AppearanceTest::mnemonicsAreMarked()
           {u"a&"_s, u"a&"_s, u"a&amp;"_s}}) {
         QCOMPARE(MnemonicText::plain(text), plain);
         QCOMPARE(MnemonicText::underlined(text), underlined);
+    }
+}
+
+void AppearanceTest::steppersStayInTheirRange()
+{
+    QQmlEngine engine;
+    QQmlComponent component(&engine);
+    component.setData(
+        "import Kelvo.Toolkit\n"
+        "Stepper { label: 'x'; value: 4; minimumValue: 1; maximumValue: 2; onEdited: to => value = to }",
+        {});
+    const std::unique_ptr<QObject> stepper(component.create());
+    QVERIFY2(stepper, qPrintable(component.errorString()));
+    QAccessibleInterface *announced = QAccessible::queryAccessibleInterface(stepper.get());
+    QVERIFY(announced && announced->valueInterface());
+    QCOMPARE(announced->valueInterface()->maximumValue().toInt(), 2);
+    for (const auto &[step, value] :
+         {std::pair(1, 4), {-1, 2}, {1, 2}, {-10, 1}, {-1, 1}, {10, 2}}) { // 4 is outside
+        QMetaObject::invokeMethod(stepper.get(), "step", Q_ARG(int, step));
+        QCOMPARE(announced->valueInterface()->currentValue().toInt(), value);
     }
 }
 

@@ -33,9 +33,9 @@ Row {
 
     Stepper {
         label: root.label
-        canDecrease: root.value > root.minimum
-        canIncrease: root.value < root.maximum
-        onDecreased: root.edited(Math.min(root.value - 1, root.maximum))
-        onIncreased: root.edited(Math.max(root.value + 1, root.minimum))
+        value: root.value
+        minimumValue: root.minimum
+        maximumValue: root.maximum
+        onEdited: value => root.edited(value)
     }
 }

@@ -2,37 +2,54 @@ import QtQuick
 import QtQuick.Templates as T
 import Kelvo.Toolkit
 
-/// A pair of buttons that moves a number one step down or up; it does not hold the number.
+/// A pair of buttons that moves a whole number within a range; it does not hold the number. That may be outside of the range:
+/// then a step leads to the nearest end. The range's names are those that assistive technologies are told of.
 Item {
     id: root
 
     required property string label
-    property string valueText: ""
-    property bool canDecrease: true
-    property bool canIncrease: true
+    required property int value
+    required property int minimumValue
+    required property int maximumValue
 
-    signal decreased
-    signal increased
+    signal edited(value: int)
 
     implicitWidth: row.implicitWidth
     implicitHeight: Theme.smallControlHeight
     activeFocusOnTab: enabled
     Accessible.role: Accessible.SpinBox
     Accessible.name: root.label
-    Accessible.description: root.valueText
     Accessible.focusable: true
-    Accessible.onIncreaseAction: if (root.canIncrease) root.increased()
-    Accessible.onDecreaseAction: if (root.canDecrease) root.decreased()
-    Keys.onUpPressed: if (root.canIncrease) root.increased()
-    Keys.onDownPressed: if (root.canDecrease) root.decreased()
+    Accessible.onIncreaseAction: root.step(1)
+    Accessible.onDecreaseAction: root.step(-1)
     Keys.onPressed: event => {
-        if ((event.key === Qt.Key_Plus || event.key === Qt.Key_Right) && root.canIncrease) {
-            root.increased();
-            event.accepted = true;
-        } else if ((event.key === Qt.Key_Minus || event.key === Qt.Key_Left) && root.canDecrease) {
-            root.decreased();
-            event.accepted = true;
+        event.accepted = true;
+        switch (event.key) {
+        case Qt.Key_Up:
+        case Qt.Key_Right:
+        case Qt.Key_Plus:
+            return root.step(1);
+        case Qt.Key_Down:
+        case Qt.Key_Left:
+        case Qt.Key_Minus:
+            return root.step(-1);
+        case Qt.Key_PageUp:
+            return root.step(10);
+        case Qt.Key_PageDown:
+            return root.step(-10);
+        case Qt.Key_Home:
+            return root.step(root.minimumValue - root.value);
+        case Qt.Key_End:
+            return root.step(root.maximumValue - root.value);
+        default:
+            event.accepted = false;
         }
+    }
+
+    function step(by: int): void {
+        const next = Math.min(Math.max(root.value + by, root.minimumValue), root.maximumValue);
+        if (by < 0 ? next < root.value : next > root.value)
+            root.edited(next);
     }
 
     component StepButton: T.AbstractButton {
@@ -75,8 +92,8 @@ Item {
             StepButton {
                 symbol: "minus"
                 text: qsTr("Decrease %1").arg(root.label)
-                enabled: root.canDecrease
-                onClicked: root.decreased()
+                enabled: root.value > root.minimumValue
+                onClicked: root.step(-1)
             }
             Divider {
                 anchors.verticalCenter: parent.verticalCenter
@@ -85,8 +102,8 @@ Item {
             StepButton {
                 symbol: "plus"
                 text: qsTr("Increase %1").arg(root.label)
-                enabled: root.canIncrease
-                onClicked: root.increased()
+                enabled: root.value < root.maximumValue
+                onClicked: root.step(1)
             }
         }
     }
