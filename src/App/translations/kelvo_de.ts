@@ -343,32 +343,12 @@
 <context>
     <name>CreateVMModel</name>
     <message>
-        <source>%1 GB</source>
-        <translation>%1 GB</translation>
-    </message>
-    <message>
-        <source>1 TB</source>
-        <translation>1 TB</translation>
-    </message>
-    <message>
         <source>Choose an ISO file first.</source>
         <translation>Zuerst eine ISO-Datei auswählen.</translation>
     </message>
     <message>
         <source>Enter a name first.</source>
         <translation>Zuerst einen Namen eingeben.</translation>
-    </message>
-    <message>
-        <source>ISO file</source>
-        <translation>ISO-Datei</translation>
-    </message>
-    <message>
-        <source>Existing VM disk</source>
-        <translation>Vorhandene Festplatte</translation>
-    </message>
-    <message>
-        <source>Installation image</source>
-        <translation>Installationsabbild</translation>
     </message>
     <message>
         <source>No file selected</source>
@@ -873,6 +853,29 @@
     <message>
         <source>Shut Down</source>
         <translation>Herunterfahren</translation>
+    </message>
+</context>
+<context>
+    <name>VMChoices</name>
+    <message>
+        <source>ISO file</source>
+        <translation>ISO-Datei</translation>
+    </message>
+    <message>
+        <source>Existing VM disk</source>
+        <translation>Vorhandene Festplatte</translation>
+    </message>
+    <message>
+        <source>Installation image</source>
+        <translation>Installationsabbild</translation>
+    </message>
+    <message>
+        <source>1 TB</source>
+        <translation>1 TB</translation>
+    </message>
+    <message>
+        <source>%1 GB</source>
+        <translation>%1 GB</translation>
     </message>
 </context>
 <context>

@@ -16,15 +16,6 @@ VMSettingsModel::VMSettingsModel(QObject *parent)
     : QObject(parent)
 {}
 
-template<typename Value>
-void VMSettingsModel::set(Value &member, const Value &value)
-{
-    if (member == value)
-        return;
-    member = value;
-    Q_EMIT changed();
-}
-
 void VMSettingsModel::setVM(VirtualMachine *vm)
 {
     if (m_vm == vm)
@@ -89,50 +80,6 @@ void VMSettingsModel::setCPUCount(int count)
 {
     const ClosedRange<qint64> range = cpuCountRange();
     set(m_cpuCount, std::clamp<qint64>(count, range.minimum, range.maximum));
-}
-
-QStringList VMSettingsModel::memoryLabels() const
-{
-    QStringList labels;
-    for (const quint64 bytes : VMConfiguration::memoryOptions())
-        labels.append(tr("%1 GB").arg(bytes >> 30));
-    return labels;
-}
-
-QString VMSettingsModel::memoryLabel() const
-{
-    return tr("%1 GB").arg(m_memoryBytes >> 30);
-}
-
-int VMSettingsModel::memoryIndex() const
-{
-    return static_cast<int>(VMConfiguration::memoryOptions().indexOf(m_memoryBytes));
-}
-
-void VMSettingsModel::setMemoryIndex(int index)
-{
-    const QList<quint64> &options = VMConfiguration::memoryOptions();
-    if (index >= 0 && index < options.size())
-        set(m_memoryBytes, options.at(index));
-}
-
-QStringList VMSettingsModel::networkNames() const
-{
-    QStringList names;
-    for (const VMNetworkMode mode : allVMNetworkModes)
-        names.append(localizedName(mode));
-    return names;
-}
-
-int VMSettingsModel::networkIndex() const
-{
-    return static_cast<int>(std::ranges::find(allVMNetworkModes, m_networkMode) - allVMNetworkModes.begin());
-}
-
-void VMSettingsModel::setNetworkIndex(int index)
-{
-    if (index >= 0 && index < static_cast<int>(allVMNetworkModes.size()))
-        set(m_networkMode, allVMNetworkModes.at(static_cast<std::size_t>(index)));
 }
 
 void VMSettingsModel::setDisplayWidth(int pixels)

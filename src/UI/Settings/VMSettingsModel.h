@@ -4,6 +4,7 @@
 #include "Models/VMConfiguration.h"
 #include "Models/VMConfigurationValidator.h"
 #include "UI/Components/LabeledValue.h"
+#include "UI/Components/VMChoices.h"
 
 #include <QObject>
 #include <QPointer>
@@ -23,11 +24,9 @@ class VMSettingsModel : public QObject
     Q_PROPERTY(int cpuCount READ cpuCount WRITE setCPUCount NOTIFY changed)
     Q_PROPERTY(int minimumCPUCount READ minimumCPUCount NOTIFY changed)
     Q_PROPERTY(int maximumCPUCount READ maximumCPUCount NOTIFY changed)
-    Q_PROPERTY(QStringList memoryLabels READ memoryLabels CONSTANT)
     Q_PROPERTY(QString memoryLabel READ memoryLabel NOTIFY changed)
     /// −1 while the memory is none of the offered sizes.
     Q_PROPERTY(int memoryIndex READ memoryIndex WRITE setMemoryIndex NOTIFY changed)
-    Q_PROPERTY(QStringList networkNames READ networkNames CONSTANT)
     Q_PROPERTY(int networkIndex READ networkIndex WRITE setNetworkIndex NOTIFY changed)
     Q_PROPERTY(int displayWidth READ displayWidth WRITE setDisplayWidth NOTIFY changed)
     Q_PROPERTY(int displayHeight READ displayHeight WRITE setDisplayHeight NOTIFY changed)
@@ -68,13 +67,14 @@ public:
     void setCPUCount(int count);
     [[nodiscard]] int minimumCPUCount() const { return asInt(cpuCountRange().minimum); }
     [[nodiscard]] int maximumCPUCount() const { return asInt(cpuCountRange().maximum); }
-    [[nodiscard]] QStringList memoryLabels() const;
-    [[nodiscard]] QString memoryLabel() const;
-    [[nodiscard]] int memoryIndex() const;
-    void setMemoryIndex(int index);
-    [[nodiscard]] QStringList networkNames() const;
-    [[nodiscard]] int networkIndex() const;
-    void setNetworkIndex(int index);
+    [[nodiscard]] QString memoryLabel() const { return VMChoices::sizeText(m_memoryBytes); }
+    [[nodiscard]] int memoryIndex() const
+    {
+        return VMChoices::indexIn(VMConfiguration::memoryOptions(), m_memoryBytes);
+    }
+    void setMemoryIndex(int index) { choose(m_memoryBytes, VMConfiguration::memoryOptions(), index); }
+    [[nodiscard]] int networkIndex() const { return VMChoices::indexIn(allVMNetworkModes, m_networkMode); }
+    void setNetworkIndex(int index) { choose(m_networkMode, allVMNetworkModes, index); }
     [[nodiscard]] int displayWidth() const { return asInt(m_displayWidth); }
     void setDisplayWidth(int pixels);
     [[nodiscard]] int displayHeight() const { return asInt(m_displayHeight); }
@@ -110,7 +110,18 @@ private:
     /// What QML has for numbers; a stored one may be larger.
     [[nodiscard]] static int asInt(qint64 number);
     template<typename Value>
-    void set(Value &member, const Value &value);
+    void set(Value &member, const Value &value)
+    {
+        if (member == value)
+            return;
+        member = value;
+        Q_EMIT changed();
+    }
+    template<typename Value, typename List>
+    void choose(Value &member, const List &list, int index)
+    {
+        set(member, VMChoices::at(list, index, member));
+    }
     void loadFromVM();
     [[nodiscard]] ClosedRange<qint64> cpuCountRange() const;
     [[nodiscard]] VMConfiguration edited() const;

@@ -66,7 +66,7 @@ FormPage {
 
             Picker {
                 label: qsTr("RAM")
-                model: settings.memoryLabels
+                model: VMChoices.memorySizes
                 displayText: settings.memoryLabel
                 currentIndex: settings.memoryIndex
                 onActivated: index => settings.memoryIndex = index
@@ -99,7 +99,7 @@ FormPage {
 
             Picker {
                 label: qsTr("Mode")
-                model: settings.networkNames
+                model: VMChoices.networks
                 currentIndex: settings.networkIndex
                 onActivated: index => settings.networkIndex = index
             }

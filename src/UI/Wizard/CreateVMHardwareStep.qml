@@ -43,7 +43,7 @@ FocusScope {
 
                 Picker {
                     label: qsTr("RAM")
-                    model: root.wizard.memoryLabels
+                    model: VMChoices.memorySizes
                     currentIndex: root.wizard.memoryIndex
                     onActivated: index => root.wizard.memoryIndex = index
                     onSubmitted: root.submitted()
@@ -59,7 +59,7 @@ FocusScope {
 
                 Picker {
                     label: qsTr("Disk Size")
-                    model: root.wizard.diskLabels
+                    model: VMChoices.diskSizes
                     currentIndex: root.wizard.diskIndex
                     onActivated: index => root.wizard.diskIndex = index
                     onSubmitted: root.submitted()
@@ -75,7 +75,7 @@ FocusScope {
 
                 Picker {
                     label: qsTr("Network")
-                    model: root.wizard.networkNames
+                    model: VMChoices.networks
                     currentIndex: root.wizard.networkIndex
                     onActivated: index => root.wizard.networkIndex = index
                     onSubmitted: root.submitted()

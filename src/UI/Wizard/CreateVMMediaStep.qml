@@ -26,7 +26,7 @@ FocusScope {
             width: parent.width
             focus: true
             label: qsTr("Media Type")
-            segments: root.wizard.mediaTypeNames
+            segments: VMChoices.mediaTypes
             currentIndex: root.wizard.mediaTypeIndex
             onActivated: index => root.wizard.mediaTypeIndex = index
         }

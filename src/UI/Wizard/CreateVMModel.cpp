@@ -16,12 +16,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::array mediaTypes = {
-    InstallationMediaType::iso,
-    InstallationMediaType::existingDisk,
-    InstallationMediaType::installationImage,
-};
-
 QString defaultName(GuestOperatingSystem guestOS)
 {
     switch (guestOS) {
@@ -35,37 +29,6 @@ QString defaultName(GuestOperatingSystem guestOS)
     Q_UNREACHABLE();
 }
 
-QString sizeLabel(quint64 bytes)
-{
-    return CreateVMModel::tr("%1 GB").arg(bytes / gibibyte);
-}
-
-QString diskLabel(quint64 bytes)
-{
-    return bytes / tebibyte > 0 ? CreateVMModel::tr("1 TB") : sizeLabel(bytes);
-}
-
-template<typename List, typename Value>
-int indexIn(const List &list, const Value &value)
-{
-    return static_cast<int>(std::ranges::find(list, value) - std::ranges::begin(list));
-}
-
-template<typename List>
-bool isIndexOf(const List &list, int index)
-{
-    return index >= 0 && index < static_cast<int>(std::size(list));
-}
-
-template<typename List, typename Text>
-QStringList textsOf(const List &list, Text text)
-{
-    QStringList texts;
-    for (const auto &value : list)
-        texts.append(text(value));
-    return texts;
-}
-
 } // namespace
 
 CreateVMModel::CreateVMModel(QObject *parent)
@@ -74,15 +37,6 @@ CreateVMModel::CreateVMModel(QObject *parent)
     , m_diskBytes(128 * gibibyte)
     , m_vmName(defaultName(m_guestOS))
 {}
-
-template<typename Value>
-void CreateVMModel::set(Value &member, const Value &value)
-{
-    if (member == value)
-        return;
-    member = value;
-    Q_EMIT changed();
-}
 
 void CreateVMModel::setAppState(AppState *appState)
 {
@@ -152,61 +106,14 @@ void CreateVMModel::setStep(int step)
     Q_EMIT changed();
 }
 
-QStringList CreateVMModel::guestOSNames() const
-{
-    return textsOf(allGuestOperatingSystems,
-                   [](GuestOperatingSystem guestOS) { return localizedName(guestOS); });
-}
-
-QStringList CreateVMModel::guestOSDetails() const
-{
-    return textsOf(allGuestOperatingSystems,
-                   [](GuestOperatingSystem guestOS) { return displayName(recommendedBackend(guestOS)); });
-}
-
-QStringList CreateVMModel::mediaTypeNames() const
-{
-    return {tr("ISO file"), tr("Existing VM disk"), tr("Installation image")};
-}
-
-QStringList CreateVMModel::memoryLabels() const
-{
-    return textsOf(VMConfiguration::memoryOptions(), sizeLabel);
-}
-
-QStringList CreateVMModel::diskLabels() const
-{
-    return textsOf(VMConfiguration::diskOptions(), diskLabel);
-}
-
-QStringList CreateVMModel::networkNames() const
-{
-    return textsOf(allVMNetworkModes, [](VMNetworkMode mode) { return localizedName(mode); });
-}
-
-int CreateVMModel::guestOSIndex() const
-{
-    return indexIn(allGuestOperatingSystems, m_guestOS);
-}
-
 void CreateVMModel::setGuestOSIndex(int index)
 {
-    if (!isIndexOf(allGuestOperatingSystems, index) || index == guestOSIndex())
+    const GuestOperatingSystem guestOS = VMChoices::at(allGuestOperatingSystems, index, m_guestOS);
+    if (guestOS == m_guestOS)
         return;
-    m_guestOS = allGuestOperatingSystems.at(static_cast<std::size_t>(index));
+    m_guestOS = guestOS;
     m_vmName = defaultName(m_guestOS);
     Q_EMIT changed();
-}
-
-int CreateVMModel::mediaTypeIndex() const
-{
-    return indexIn(mediaTypes, m_mediaType);
-}
-
-void CreateVMModel::setMediaTypeIndex(int index)
-{
-    if (isIndexOf(mediaTypes, index))
-        set(m_mediaType, mediaTypes.at(static_cast<std::size_t>(index)));
 }
 
 QStringList CreateVMModel::imagePatterns() const
@@ -271,39 +178,6 @@ QString CreateVMModel::cpuText() const
     return tr("%1 virtual CPU cores").arg(m_cpuCount);
 }
 
-int CreateVMModel::memoryIndex() const
-{
-    return indexIn(VMConfiguration::memoryOptions(), m_memoryBytes);
-}
-
-void CreateVMModel::setMemoryIndex(int index)
-{
-    if (isIndexOf(VMConfiguration::memoryOptions(), index))
-        set(m_memoryBytes, VMConfiguration::memoryOptions().at(index));
-}
-
-int CreateVMModel::diskIndex() const
-{
-    return indexIn(VMConfiguration::diskOptions(), m_diskBytes);
-}
-
-void CreateVMModel::setDiskIndex(int index)
-{
-    if (isIndexOf(VMConfiguration::diskOptions(), index))
-        set(m_diskBytes, VMConfiguration::diskOptions().at(index));
-}
-
-int CreateVMModel::networkIndex() const
-{
-    return indexIn(allVMNetworkModes, m_networkMode);
-}
-
-void CreateVMModel::setNetworkIndex(int index)
-{
-    if (isIndexOf(allVMNetworkModes, index))
-        set(m_networkMode, allVMNetworkModes.at(static_cast<std::size_t>(index)));
-}
-
 void CreateVMModel::setVMName(const QString &name)
 {
     set(m_vmName, name);
@@ -329,8 +203,8 @@ QList<LabeledValue> CreateVMModel::summaryRows() const
     QList<LabeledValue> rows = {
         {tr("OS"), localizedName(m_guestOS)},
         {tr("CPU"), tr("%1 cores").arg(m_cpuCount)},
-        {tr("RAM"), sizeLabel(m_memoryBytes)},
-        {tr("Disk"), diskLabel(m_diskBytes)},
+        {tr("RAM"), VMChoices::sizeText(m_memoryBytes)},
+        {tr("Disk"), VMChoices::sizeText(m_diskBytes)},
         {tr("Network"), localizedName(m_networkMode)},
         {tr("Backend"), displayName(recommendedBackend(m_guestOS))},
         {tr("Location"), FileUrl::path(bundleURL())},
@@ -353,7 +227,7 @@ QString CreateVMModel::hardwareHint() const
             << tr("More cores than this computer has (%1) make a machine slower.").arg(host.physicalCPUCount);
     if (m_memoryBytes > host.allowedMemoryRange.maximum)
         hints << tr("This computer has %1 of memory: a machine with %2 may not start.")
-                     .arg(ByteCount::memoryStyle(host.totalMemoryBytes), sizeLabel(m_memoryBytes));
+                     .arg(ByteCount::memoryStyle(host.totalMemoryBytes), VMChoices::sizeText(m_memoryBytes));
     return hints.join(u'\n');
 }
 

@@ -3,6 +3,7 @@
 #include "App/State/AppState.h"
 #include "Models/VMConfiguration.h"
 #include "UI/Components/LabeledValue.h"
+#include "UI/Components/VMChoices.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -22,12 +23,6 @@ class CreateVMModel : public QObject
     Q_PROPERTY(bool isLastStep READ isLastStep NOTIFY stepChanged)
     Q_PROPERTY(bool canContinue READ canContinue NOTIFY changed)
     Q_PROPERTY(QString missing READ missing NOTIFY changed)
-    Q_PROPERTY(QList<QString> guestOSNames READ guestOSNames CONSTANT)
-    Q_PROPERTY(QList<QString> guestOSDetails READ guestOSDetails CONSTANT)
-    Q_PROPERTY(QList<QString> mediaTypeNames READ mediaTypeNames CONSTANT)
-    Q_PROPERTY(QList<QString> memoryLabels READ memoryLabels CONSTANT)
-    Q_PROPERTY(QList<QString> diskLabels READ diskLabels CONSTANT)
-    Q_PROPERTY(QList<QString> networkNames READ networkNames CONSTANT)
     Q_PROPERTY(int guestOSIndex READ guestOSIndex WRITE setGuestOSIndex NOTIFY changed)
     Q_PROPERTY(int mediaTypeIndex READ mediaTypeIndex WRITE setMediaTypeIndex NOTIFY changed)
     Q_PROPERTY(QList<QString> imagePatterns READ imagePatterns CONSTANT)
@@ -75,18 +70,14 @@ public:
     /// Nothing where canContinue() is false or the step is the last.
     Q_INVOKABLE void goForward();
 
-    [[nodiscard]] QStringList guestOSNames() const;
-    [[nodiscard]] QStringList guestOSDetails() const;
-    [[nodiscard]] QStringList mediaTypeNames() const;
-    [[nodiscard]] QStringList memoryLabels() const;
-    [[nodiscard]] QStringList diskLabels() const;
-    [[nodiscard]] QStringList networkNames() const;
-
-    [[nodiscard]] int guestOSIndex() const;
+    [[nodiscard]] int guestOSIndex() const { return VMChoices::indexIn(allGuestOperatingSystems, m_guestOS); }
     /// A new guest brings its own default name, over one that was typed.
     void setGuestOSIndex(int index);
-    [[nodiscard]] int mediaTypeIndex() const;
-    void setMediaTypeIndex(int index);
+    [[nodiscard]] int mediaTypeIndex() const
+    {
+        return VMChoices::indexIn(VMChoices::allMediaTypes, m_mediaType);
+    }
+    void setMediaTypeIndex(int index) { choose(m_mediaType, VMChoices::allMediaTypes, index); }
     /// File names that a picker shows at first; every other file may be chosen too.
     [[nodiscard]] QStringList imagePatterns() const;
     /// Where a picker for an image begins: beside the last image, else where downloads go.
@@ -107,12 +98,18 @@ public:
     [[nodiscard]] int minimumCPUCount() const;
     [[nodiscard]] int maximumCPUCount() const;
     [[nodiscard]] QString cpuText() const;
-    [[nodiscard]] int memoryIndex() const;
-    void setMemoryIndex(int index);
-    [[nodiscard]] int diskIndex() const;
-    void setDiskIndex(int index);
-    [[nodiscard]] int networkIndex() const;
-    void setNetworkIndex(int index);
+    [[nodiscard]] int memoryIndex() const
+    {
+        return VMChoices::indexIn(VMConfiguration::memoryOptions(), m_memoryBytes);
+    }
+    void setMemoryIndex(int index) { choose(m_memoryBytes, VMConfiguration::memoryOptions(), index); }
+    [[nodiscard]] int diskIndex() const
+    {
+        return VMChoices::indexIn(VMConfiguration::diskOptions(), m_diskBytes);
+    }
+    void setDiskIndex(int index) { choose(m_diskBytes, VMConfiguration::diskOptions(), index); }
+    [[nodiscard]] int networkIndex() const { return VMChoices::indexIn(allVMNetworkModes, m_networkMode); }
+    void setNetworkIndex(int index) { choose(m_networkMode, allVMNetworkModes, index); }
 
     /// What this host cannot do of what is chosen; empty when it can do all of it.
     [[nodiscard]] QString hardwareHint() const;
@@ -156,7 +153,18 @@ private:
     void fitHardwareToHost();
     void setCreating(bool creating);
     template<typename Value>
-    void set(Value &member, const Value &value);
+    void set(Value &member, const Value &value)
+    {
+        if (member == value)
+            return;
+        member = value;
+        Q_EMIT changed();
+    }
+    template<typename Value, typename List>
+    void choose(Value &member, const List &list, int index)
+    {
+        set(member, VMChoices::at(list, index, member));
+    }
 
     QPointer<AppState> m_appState;
     int m_step = 0;

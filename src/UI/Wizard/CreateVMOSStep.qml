@@ -26,8 +26,8 @@ FocusScope {
             width: parent.width
             focus: true
             label: qsTr("Operating System")
-            choices: root.wizard.guestOSNames
-            details: root.wizard.guestOSDetails
+            choices: VMChoices.guests
+            details: VMChoices.guestBackends
             symbols: ["display", "terminal", "desktopcomputer"]
             currentIndex: root.wizard.guestOSIndex
             onActivated: index => root.wizard.guestOSIndex = index

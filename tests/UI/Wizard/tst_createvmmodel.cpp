@@ -131,7 +131,7 @@ void CreateVMModelTest::processorsFitTheHost()
     QCOMPARE(m_wizard->cpuCount(), 4); // whatever the host has, which only the hypervisor layer minds
     const SystemCapabilities &host = m_state->vmManager()->systemCapabilities();
     QCOMPARE(m_wizard->hardwareHint().contains(u"More cores"_s), host.physicalCPUCount < 4);
-    for (int index = 0; index < m_wizard->memoryLabels().size(); ++index) {
+    for (int index = 0; index < VMConfiguration::memoryOptions().size(); ++index) {
         m_wizard->setMemoryIndex(index);
         const bool isTooMuch = VMConfiguration::memoryOptions().at(index) > host.allowedMemoryRange.maximum;
         QCOMPARE(m_wizard->hardwareHint().contains(u"may not start"_s), isTooMuch);

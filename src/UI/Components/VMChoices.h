@@ -1,0 +1,56 @@
+#pragma once
+
+#include "Models/InstallationMediaType.h"
+
+#include <QObject>
+#include <QStringList>
+#include <QtQml/qqmlregistration.h>
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+/// What can be chosen for a machine, as views show it: the texts of lists of values, in the order of these.
+class VMChoices : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+    Q_PROPERTY(QStringList guests READ guests CONSTANT)
+    Q_PROPERTY(QStringList guestBackends READ guestBackends CONSTANT)
+    Q_PROPERTY(QStringList mediaTypes READ mediaTypes CONSTANT)
+    Q_PROPERTY(QStringList memorySizes READ memorySizes CONSTANT)
+    Q_PROPERTY(QStringList diskSizes READ diskSizes CONSTANT)
+    Q_PROPERTY(QStringList networks READ networks CONSTANT)
+
+public:
+    static constexpr std::array allMediaTypes = {
+        InstallationMediaType::iso,
+        InstallationMediaType::existingDisk,
+        InstallationMediaType::installationImage,
+    };
+
+    [[nodiscard]] QStringList guests() const;
+    [[nodiscard]] QStringList guestBackends() const;
+    [[nodiscard]] QStringList mediaTypes() const;
+    [[nodiscard]] QStringList memorySizes() const;
+    [[nodiscard]] QStringList diskSizes() const;
+    [[nodiscard]] QStringList networks() const;
+
+    [[nodiscard]] static QString sizeText(quint64 bytes);
+
+    /// −1 for a value that is not in the list.
+    template<typename List, typename Value>
+    [[nodiscard]] static int indexIn(const List &list, const Value &value)
+    {
+        const auto found = std::ranges::find(list, value);
+        return found == std::end(list) ? -1 : static_cast<int>(found - std::begin(list));
+    }
+    /// The value at an index of the list; `present` for an index beside it.
+    template<typename List, typename Value>
+    [[nodiscard]] static Value at(const List &list, int index, const Value &present)
+    {
+        return index >= 0 && index < static_cast<int>(std::size(list)) ? *(std::begin(list) + index)
+                                                                       : present;
+    }
+};
