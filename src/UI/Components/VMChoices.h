@@ -16,12 +16,12 @@ class VMChoices : public QObject
     Q_OBJECT
     QML_ELEMENT
     QML_SINGLETON
-    Q_PROPERTY(QStringList guests READ guests CONSTANT)
-    Q_PROPERTY(QStringList guestBackends READ guestBackends CONSTANT)
-    Q_PROPERTY(QStringList mediaTypes READ mediaTypes CONSTANT)
-    Q_PROPERTY(QStringList memorySizes READ memorySizes CONSTANT)
-    Q_PROPERTY(QStringList diskSizes READ diskSizes CONSTANT)
-    Q_PROPERTY(QStringList networks READ networks CONSTANT)
+    Q_PROPERTY(QList<QString> guests READ guests CONSTANT)
+    Q_PROPERTY(QList<QString> guestBackends READ guestBackends CONSTANT)
+    Q_PROPERTY(QList<QString> mediaTypes READ mediaTypes CONSTANT)
+    Q_PROPERTY(QList<QString> memorySizes READ memorySizes CONSTANT)
+    Q_PROPERTY(QList<QString> diskSizes READ diskSizes CONSTANT)
+    Q_PROPERTY(QList<QString> networks READ networks CONSTANT)
 
 public:
     static constexpr std::array allMediaTypes = {

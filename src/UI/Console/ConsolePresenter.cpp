@@ -81,10 +81,6 @@ ConsolePresenter::Status ConsolePresenter::status() const
     shown.message = message();
     shown.serialLog = m_vm->configuration().serialLogURL();
     shown.isBusy = m_vm->operationInProgress() || state == VMState::starting || state == VMState::stopping;
-    shown.offersInstall = m_vm->canInstall();
-    shown.offersStart = m_vm->canStart() && !m_vm->needsInstallation();
-    shown.offersFinishInstall =
-        m_vm->installationState() == VMInstallationState::inProgress && state == VMState::poweredOff;
     shown.offersDiagnostics = m_vm->lastError().has_value();
     return shown;
 }

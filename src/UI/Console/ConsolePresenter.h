@@ -8,8 +8,8 @@
 #include <QPointer>
 #include <QtQml/qqmlregistration.h>
 
-/// What a console window shows below its buttons: the guest's screen, or a panel with a title, a message and
-/// the next useful action.
+/// What a console window shows below its buttons: the guest's screen, or a panel with a title and a message.
+/// What can be done VMPresenter says.
 class ConsolePresenter : public QObject
 {
     Q_OBJECT
@@ -25,9 +25,6 @@ class ConsolePresenter : public QObject
     Q_PROPERTY(QString statusMessage READ statusMessage NOTIFY statusChanged)
     Q_PROPERTY(QUrl serialLog READ serialLog NOTIFY statusChanged)
     Q_PROPERTY(bool isBusy READ isBusy NOTIFY statusChanged)
-    Q_PROPERTY(bool offersInstall READ offersInstall NOTIFY statusChanged)
-    Q_PROPERTY(bool offersStart READ offersStart NOTIFY statusChanged)
-    Q_PROPERTY(bool offersFinishInstall READ offersFinishInstall NOTIFY statusChanged)
     Q_PROPERTY(bool offersDiagnostics READ offersDiagnostics NOTIFY statusChanged)
 
 public:
@@ -54,9 +51,6 @@ public:
     [[nodiscard]] QString statusMessage() const { return m_status.message; }
     /// A start, a stop or another operation is under way.
     [[nodiscard]] bool isBusy() const { return m_status.isBusy; }
-    [[nodiscard]] bool offersInstall() const { return m_status.offersInstall; }
-    [[nodiscard]] bool offersStart() const { return m_status.offersStart; }
-    [[nodiscard]] bool offersFinishInstall() const { return m_status.offersFinishInstall; }
     /// Something failed, of which the log may say more.
     [[nodiscard]] bool offersDiagnostics() const { return m_status.offersDiagnostics; }
 
@@ -85,9 +79,6 @@ private:
         QString message;
         QUrl serialLog;
         bool isBusy = false;
-        bool offersInstall = false;
-        bool offersStart = false;
-        bool offersFinishInstall = false;
         bool offersDiagnostics = false;
 
         bool operator==(const Status &) const = default;

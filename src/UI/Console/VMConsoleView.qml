@@ -230,19 +230,19 @@ Item {
             color: Theme.secondaryText
         }
         PushButton {
-            visible: consolePresenter.offersInstall
+            visible: presenter.shown.showsInstall
             prominent: true
             text: qsTr("Install Windows")
             onClicked: AppState.performInConsole(root.vm, VMCommand.Install)
         }
         PushButton {
-            visible: consolePresenter.offersStart
+            visible: presenter.shown.startEnabled
             prominent: true
             text: qsTr("Start")
             onClicked: AppState.performInConsole(root.vm, VMCommand.Start)
         }
         PushButton {
-            visible: consolePresenter.offersFinishInstall
+            visible: presenter.shown.showsFinishInstall
             text: qsTr("Finish Install")
             onClicked: AppState.finishInstallationInConsole(root.vm)
         }
