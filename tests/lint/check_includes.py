@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Checks the direction of the #include lines under src: check_includes.py SOURCE_ROOT
 
-Libraries share one include root, so the compiler finds a header that its folder has no business with. A quoted include
-must name an existing file from the root, in the same room or in one that ALLOWED has below it.
+Libraries share one include root, so the compiler finds a header that its folder has no business with. The folders of
+ALLOWED, each without those below it that are named too, are the tree's rooms: a quoted include must name an existing
+file from the root, in the same room or in one that ALLOWED lists for it.
 """
 
 import re
