@@ -9,6 +9,7 @@
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
+#include <QDBusVirtualObject>
 #include <QSignalSpy>
 
 using namespace Qt::StringLiterals;
@@ -16,6 +17,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString portalPath = u"/org/freedesktop/portal/desktop"_s;
+constexpr uint staysOpen = 3; // a response that no portal gives
 
 } // namespace
 
@@ -58,6 +60,15 @@ public:
     QStringList uris;
     QString title;
     QVariantMap options;
+    int panels = 0;
+    bool isStuck = false;
+    QDBusMessage stuckCall;
+
+    void answerStuckCall() const
+    {
+        QDBusConnection(u"portal"_s)
+            .send(stuckCall.createReply(QVariant::fromValue(QDBusObjectPath(u"/late"_s))));
+    }
 
 public Q_SLOTS:
     QDBusObjectPath OpenFile(const QString &, const QString &title_, const QVariantMap &options_,
@@ -65,14 +76,38 @@ public Q_SLOTS:
     {
         title = title_;
         options = options_;
+        ++panels;
+        if (isStuck) {
+            call.setDelayedReply(true);
+            stuckCall = call;
+            return {};
+        }
         const QString sender = call.service().mid(1).replace(u'.', u'_');
         const QString path =
             portalPath + u"/request/%1/%2"_s.arg(sender, options.value(u"handle_token"_s).toString());
         QDBusMessage answer = QDBusMessage::createTargetedSignal(
             call.service(), path, u"org.freedesktop.portal.Request"_s, u"Response"_s);
         answer.setArguments({response, QVariantMap{{u"uris"_s, uris}}});
-        QTimer::singleShot(10, this, [answer] { QDBusConnection(u"portal"_s).send(answer); });
+        if (response != staysOpen)
+            QTimer::singleShot(10, this, [answer] { QDBusConnection(u"portal"_s).send(answer); });
         return QDBusObjectPath(path);
+    }
+};
+
+/// Counts the requests that are closed, whatever their paths.
+class FakeRequests : public QDBusVirtualObject
+{
+    Q_OBJECT
+
+public:
+    QStringList closed;
+
+    QString introspect(const QString &) const override { return {}; }
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &) override
+    {
+        if (message.interface() == u"org.freedesktop.portal.Request" && message.member() == u"Close")
+            closed.append(message.path());
+        return true;
     }
 };
 
@@ -89,6 +124,7 @@ private Q_SLOTS:
     void settingsAreUnderstood();
     void filesAndFoldersArePickedOrNot();
     void missingChooserIsSaidAtOnce();
+    void thereIsOnePanelAtMost();
 
 private:
     void publish();
@@ -212,6 +248,37 @@ void PortalsTest::missingChooserIsSaidAtOnce()
     chooser.open(nullptr, u"Choose"_s, {}, false, {});
     // A call that nobody answers takes 25 s.
     QTRY_COMPARE_WITH_TIMEOUT(unavailable.count(), 1, 20'000);
+}
+
+void PortalsTest::thereIsOnePanelAtMost()
+{
+    publish();
+    FakeRequests requests;
+    QVERIFY(m_bus.registerVirtualObject(portalPath + u"/request"_s, &requests, QDBusConnection::SubPath));
+    const auto ask = [](FileChooserPortal &chooser) {
+        chooser.open(nullptr, u"Choose"_s, {}, false, {});
+    };
+
+    m_fileChooser->response = staysOpen;
+    auto chooser = std::make_unique<FileChooserPortal>();
+    ask(*chooser);
+    ask(*chooser);
+    QTRY_COMPARE(m_fileChooser->panels, 1);
+    QTest::qWait(50); // until the call's reply is here
+    chooser.reset();
+    QTRY_COMPARE(requests.closed.count(), 1);
+    QCOMPARE(m_fileChooser->panels, 1);
+
+    // Another panel is open when a slow desktop's comes at last.
+    m_fileChooser->isStuck = true;
+    chooser = std::make_unique<FileChooserPortal>();
+    const QSignalSpy unavailable(chooser.get(), &FileChooserPortal::unavailable);
+    ask(*chooser);
+    QTRY_COMPARE_WITH_TIMEOUT(unavailable.count(), 1, 20'000);
+    m_fileChooser->answerStuckCall();
+    QTRY_COMPARE(requests.closed.count(), 2);
+    QVERIFY(requests.closed.last() != requests.closed.first());
+    m_bus.unregisterObject(portalPath + u"/request"_s);
 }
 
 KELVO_GUI_TEST_MAIN(PortalsTest)

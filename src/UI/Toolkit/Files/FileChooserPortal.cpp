@@ -10,13 +10,16 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QGuiApplication>
+#include <QPointer>
 #include <QRandomGenerator>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int answerTimeoutMilliseconds = 2000;
+constexpr auto patience = 2s;
+const QString requestInterface = u"org.freedesktop.portal.Request"_s;
 
 /// "(us)": 0 and a file name pattern.
 struct Pattern
@@ -71,6 +74,12 @@ QString windowIdentifier(const QWindow *window)
     return u"x11:"_s + QString::number(window->winId(), 16);
 }
 
+void close(const QString &requestPath)
+{
+    QDBusConnection::sessionBus().send(
+        QDBusMessage::createMethodCall(DesktopPortal::service, requestPath, requestInterface, u"Close"_s));
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(Pattern)
@@ -83,11 +92,22 @@ FileChooserPortal::FileChooserPortal(QObject *parent)
     qDBusRegisterMetaType<QList<Pattern>>();
     qDBusRegisterMetaType<Filter>();
     qDBusRegisterMetaType<QList<Filter>>();
+    m_patience.setSingleShot(true);
+    m_patience.setInterval(patience);
+    connect(&m_patience, &QTimer::timeout, this, &FileChooserPortal::giveUp);
+}
+
+FileChooserPortal::~FileChooserPortal()
+{
+    if (!m_requestPath.isEmpty() && !m_patience.isActive())
+        close(m_requestPath);
 }
 
 void FileChooserPortal::open(QWindow *parentWindow, const QString &title, const QUrl &startFolder,
                              bool picksFolder, const QList<QString> &patterns)
 {
+    if (!m_requestPath.isEmpty())
+        return;
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
         Q_EMIT unavailable();
@@ -96,7 +116,9 @@ void FileChooserPortal::open(QWindow *parentWindow, const QString &title, const 
     // The request's path follows from our bus name and token, so its answer cannot come before we listen.
     const QString token = u"kelvo%1"_s.arg(QRandomGenerator::global()->generate());
     const QString sender = bus.baseService().mid(1).replace(u'.', u'_');
-    listen(u"/org/freedesktop/portal/desktop/request/%1/%2"_s.arg(sender, token));
+    m_requestPath = u"/org/freedesktop/portal/desktop/request/%1/%2"_s.arg(sender, token);
+    bus.connect(DesktopPortal::service, m_requestPath, requestInterface, u"Response"_s, this,
+                SLOT(handleResponse(uint, QVariantMap)));
 
     QVariantMap options = {{u"handle_token"_s, token}, {u"modal"_s, true}, {u"directory"_s, picksFolder}};
     if (startFolder.isLocalFile())
@@ -111,33 +133,33 @@ void FileChooserPortal::open(QWindow *parentWindow, const QString &title, const 
     QDBusMessage call = QDBusMessage::createMethodCall(
         DesktopPortal::service, DesktopPortal::path, u"org.freedesktop.portal.FileChooser"_s, u"OpenFile"_s);
     call.setArguments({windowIdentifier(parentWindow), title, options});
-    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, answerTimeoutMilliseconds), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
-        watcher->deleteLater();
-        const QDBusPendingReply<QDBusObjectPath> reply = *watcher;
-        if (!reply.isError())
-            return;
-        forget();
-        Q_EMIT unavailable();
-    });
+    m_patience.start();
+    // Outlives us: a panel that nobody waits for any more is closed as soon as it can be.
+    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call), QCoreApplication::instance());
+    connect(watcher, &QDBusPendingCallWatcher::finished,
+            [chooser = QPointer(this), path = m_requestPath, watcher] {
+                watcher->deleteLater();
+                const bool isAwaited = chooser && chooser->m_requestPath == path;
+                if (!isAwaited && !watcher->isError())
+                    close(path);
+                else if (isAwaited && watcher->isError())
+                    chooser->giveUp();
+                else if (isAwaited)
+                    chooser->m_patience.stop();
+            });
 }
 
-void FileChooserPortal::listen(const QString &requestPath)
+void FileChooserPortal::giveUp()
 {
     forget();
-    m_requestPath = requestPath;
-    QDBusConnection::sessionBus().connect(DesktopPortal::service, m_requestPath,
-                                          u"org.freedesktop.portal.Request"_s, u"Response"_s, this,
-                                          SLOT(handleResponse(uint, QVariantMap)));
+    Q_EMIT unavailable();
 }
 
 void FileChooserPortal::forget()
 {
-    if (m_requestPath.isEmpty())
-        return;
-    QDBusConnection::sessionBus().disconnect(DesktopPortal::service, m_requestPath,
-                                             u"org.freedesktop.portal.Request"_s, u"Response"_s, this,
-                                             SLOT(handleResponse(uint, QVariantMap)));
+    m_patience.stop();
+    QDBusConnection::sessionBus().disconnect(DesktopPortal::service, m_requestPath, requestInterface,
+                                             u"Response"_s, this, SLOT(handleResponse(uint, QVariantMap)));
     m_requestPath.clear();
 }
 

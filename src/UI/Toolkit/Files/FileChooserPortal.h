@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QStringList>
+#include <QTimer>
 #include <QUrl>
 #include <QVariantMap>
 #include <QWindow>
@@ -16,8 +17,11 @@ class FileChooserPortal : public QObject
 
 public:
     explicit FileChooserPortal(QObject *parent = nullptr);
+    /// Closes the panel.
+    ~FileChooserPortal() override;
 
-    /// Ends in picked() or dismissed(), or in unavailable() where no portal answers within two seconds.
+    /// Ends in picked() or dismissed(), or in unavailable() where no portal answers within two seconds; a
+    /// panel that comes later is closed. Does nothing while there is a panel.
     Q_INVOKABLE void open(QWindow *parentWindow, const QString &title, const QUrl &startFolder,
                           bool picksFolder, const QList<QString> &patterns);
 
@@ -30,8 +34,9 @@ private Q_SLOTS:
     void handleResponse(uint response, const QVariantMap &results);
 
 private:
-    void listen(const QString &requestPath);
+    void giveUp();
     void forget();
 
     QString m_requestPath;
+    QTimer m_patience;
 };
