@@ -10,7 +10,6 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <utility>
@@ -21,6 +20,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto pokeInterval = 100ms;
+
 QString describe(rfb::ScreenConversation::Failure failure)
 {
     using Failure = rfb::ScreenConversation::Failure;
@@ -51,6 +51,8 @@ DisplayChannel::DisplayChannel(UniqueDescriptor socket, QObject *parent)
     const int flags = ::fcntl(m_socket.get(), F_GETFL);
     if (flags < 0 || ::fcntl(m_socket.get(), F_SETFL, flags | O_NONBLOCK) < 0)
         throw PlatformError(errno, u"open the display"_s);
+    m_pokeTimer.setInterval(pokeInterval);
+    connect(&m_pokeTimer, &QTimer::timeout, this, &DisplayChannel::poke);
     m_thread = std::thread([this] { run(); });
 }
 
@@ -112,9 +114,10 @@ bool DisplayChannel::send(std::span<const std::byte> messages)
 
 void DisplayChannel::setWatched(bool isWatched)
 {
-    const std::lock_guard lock(m_mutex);
-    if (std::exchange(m_isWatched, isWatched) != isWatched)
-        wake();
+    if (!isWatched)
+        m_pokeTimer.stop();
+    else if (!m_pokeTimer.isActive())
+        m_pokeTimer.start();
 }
 
 void DisplayChannel::run()
@@ -136,7 +139,6 @@ bool DisplayChannel::wait()
     while (true) {
         std::array waits{pollfd{.fd = m_socket.get(), .events = 0, .revents = 0},
                          pollfd{.fd = m_wakeEvent.get(), .events = POLLIN, .revents = 0}};
-        int timeout = -1; // for ever
         {
             const std::lock_guard lock(m_mutex);
             if (m_isStopping)
@@ -147,7 +149,6 @@ bool DisplayChannel::wait()
             }
             const std::vector<std::byte> answers = m_receiver.conversation().takeOutput();
             m_output.insert(m_output.end(), answers.begin(), answers.end());
-            addPokeIfDue();
             flush();
             // A server that is answered must read the answers.
             const bool mayReceive = !m_isUpdateInUse && m_output.size() <= maxWaitingBytes;
@@ -157,13 +158,8 @@ bool DisplayChannel::wait()
                 waits[0].events |= POLLIN;
             if (!m_output.empty())
                 waits[0].events |= POLLOUT;
-            if (m_isWatched && m_isOpen) {
-                const auto left = m_nextPoke - std::chrono::steady_clock::now();
-                timeout =
-                    std::max(0, static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(left).count()));
-            }
         }
-        if (::poll(waits.data(), waits.size(), timeout) < 0 && errno != EINTR)
+        if (::poll(waits.data(), waits.size(), -1) < 0 && errno != EINTR)
             throw PlatformError(errno, u"watch the display"_s);
         eventfd_t wakes = 0;
         if (waits[1].revents != 0)
@@ -199,18 +195,6 @@ void DisplayChannel::hand(bool isOver, const QString &reason)
     post(news);
 }
 
-void DisplayChannel::addPokeIfDue()
-{
-    const auto now = std::chrono::steady_clock::now();
-    if (!m_isWatched || !m_isOpen || now < m_nextPoke)
-        return;
-    m_nextPoke = now + pokeInterval;
-    const auto poke = rfb::emptyCutText();
-    // Where something waits already there is no need for more.
-    if (m_output.empty())
-        m_output.assign(poke.begin(), poke.end());
-}
-
 /// Sends what the socket takes at once; the thread sees to the rest.
 void DisplayChannel::flush()
 {
@@ -240,6 +224,16 @@ void DisplayChannel::post(const News &news)
     if (m_news == News() || std::exchange(m_isDelivering, true))
         return;
     QMetaObject::invokeMethod(this, &DisplayChannel::deliver, Qt::QueuedConnection);
+}
+
+void DisplayChannel::poke()
+{
+    std::unique_lock lock(m_mutex);
+    const bool isIdle = m_output.empty();
+    lock.unlock();
+    // Where something waits already there is no need for more.
+    if (isIdle)
+        send(rfb::emptyCutText());
 }
 
 void DisplayChannel::deliver()

@@ -5,8 +5,8 @@
 
 #include <QObject>
 #include <QString>
+#include <QTimer>
 
-#include <chrono>
 #include <cstddef>
 #include <mutex>
 #include <optional>
@@ -85,13 +85,14 @@ private:
     void hand(bool isOver, const QString &reason);
 
     // With m_mutex.
-    void addPokeIfDue();
     void flush();
     void post(const News &news);
 
     void wake();
+    void poke();
     void deliver();
 
+    QTimer m_pokeTimer;
     UniqueDescriptor m_socket;
     UniqueDescriptor m_wakeEvent;
     DisplayReceiver m_receiver; ///< of the thread alone
@@ -104,8 +105,6 @@ private:
     std::optional<rfb::CursorShape> m_cursor;
     Input m_input;
     std::vector<std::byte> m_output;
-    std::chrono::steady_clock::time_point m_nextPoke;
-    bool m_isWatched = false;
     bool m_isOpen = false; ///< the handshake is over and the connection is not
     bool m_isStopping = false;
     News m_news;
