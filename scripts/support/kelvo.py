@@ -29,8 +29,7 @@ class Kelvo(Application):
         wizard.find(kind, "radio button").press()
         wizard.find("Continue").press()
         wizard.find("Choose ISO…").press()
-        self._choose_file(main.find("Choose ISO", "dialog"), image)
-        main.wait_gone("Choose ISO", "dialog")
+        self.choose_file(image)
         wizard.find(image.name, "label")
         for next_page in ("CPU", "Virtual Machine Name", "Summary"):
             wizard.find("Continue").press()
@@ -136,6 +135,10 @@ class Kelvo(Application):
         if status != 0:
             raise RuntimeError(f"Kelvo ended with status {status}")
 
-    def _choose_file(self, panel, path):
+    def choose_file(self, path):
+        """In the panel for an image, which begins in the home folder."""
+        main = self.window(MACHINES)
+        panel = main.find("Choose ISO", "dialog")
         for name in path.relative_to(self.home).parts:
-            panel.find(name, "list item").press()
+            panel.find(name, "label").click(times=2)
+        main.wait_gone("Choose ISO", "dialog")

@@ -6,6 +6,7 @@
 #include <QEvent>
 #include <QGuiApplication>
 #include <QQmlComponent>
+#include <QQmlFileSelector>
 #include <QQuickWindow>
 
 #include <algorithm>
@@ -19,6 +20,7 @@ KelvoApp::KelvoApp(std::unique_ptr<AppState> state, const QString &windowFile, Q
     , m_opener(*m_state)
     , m_windowMemory(windowFile)
 {
+    new QQmlFileSelector(&m_engine, &m_engine); // for the library's panels, which are in files of a style
     m_state->showTo(m_engine);
     connect(&m_engine, &QQmlEngine::quit, this, &KelvoApp::quit, Qt::QueuedConnection);
     connect(m_state.get(), &AppState::quitConfirmed, this, &KelvoApp::quitWithoutAsking,

@@ -13,6 +13,7 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <QPainter>
+#include <QQuickStyle>
 #include <QQuickWindow>
 #include <QStandardPaths>
 #include <QSvgRenderer>
@@ -129,6 +130,8 @@ int main(int argc, char *argv[])
         QGuiApplication::setLayoutDirection(Qt::RightToLeft);
     useReadableFont();
     QGuiApplication::setWindowIcon(windowIcon());
+    // What is the library's looks the same whatever style the environment names.
+    QQuickStyle::setStyle(u"Fusion"_s);
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
 
     Appearance::shared().setOverride(commandLine.colorScheme);

@@ -81,11 +81,7 @@ def walk_through_every_window(stage):
         wizard.find("Installation Media")
         walk(kelvo, wizard, "the page of the image")
         wizard.find("Choose ISO…").press()
-        panel = main.find("Choose ISO", "dialog")
-        panel.find(image.name, "list item")
-        walk(kelvo, panel, "the file panel")
-        panel.find(image.name, "list item").press()
-        main.wait_gone("Choose ISO", "dialog")
+        kelvo.choose_file(image)
         for page in ("CPU", "Virtual Machine Name", "Summary"):
             wizard.find("Continue").press()
             wizard.find(page)

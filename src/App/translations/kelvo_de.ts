@@ -521,18 +521,14 @@
     </message>
 </context>
 <context>
-    <name>FileBrowser</name>
+    <name>FileChooser</name>
     <message>
-        <source>This is not a folder.</source>
-        <translation>Das ist kein Ordner.</translation>
+        <source>Disk images</source>
+        <translation>Datenträgerabbilder</translation>
     </message>
     <message>
-        <source>This is not a file.</source>
-        <translation>Das ist keine Datei.</translation>
-    </message>
-    <message>
-        <source>There is no such file or folder.</source>
-        <translation>Eine solche Datei oder einen solchen Ordner gibt es nicht.</translation>
+        <source>All files</source>
+        <translation>Alle Dateien</translation>
     </message>
 </context>
 <context>
@@ -544,49 +540,6 @@
     <message>
         <source>All files</source>
         <translation>Alle Dateien</translation>
-    </message>
-</context>
-<context>
-    <name>FilePanel</name>
-    <message>
-        <source>Enclosing Folder</source>
-        <translation>Übergeordneter Ordner</translation>
-    </message>
-    <message>
-        <source>Path</source>
-        <translation>Pfad</translation>
-    </message>
-    <message>
-        <source>Files</source>
-        <translation>Dateien</translation>
-    </message>
-    <message>
-        <source>No folders here</source>
-        <translation>Hier gibt es keine Ordner</translation>
-    </message>
-    <message>
-        <source>No disk images here</source>
-        <translation>Hier gibt es keine Abbilder</translation>
-    </message>
-    <message>
-        <source>All files</source>
-        <translation>Alle Dateien</translation>
-    </message>
-    <message>
-        <source>Cancel</source>
-        <translation>Abbrechen</translation>
-    </message>
-    <message>
-        <source>Select a file first.</source>
-        <translation>Zuerst eine Datei auswählen.</translation>
-    </message>
-    <message>
-        <source>Choose</source>
-        <translation>Auswählen</translation>
-    </message>
-    <message>
-        <source>Open</source>
-        <translation>Öffnen</translation>
     </message>
 </context>
 <context>

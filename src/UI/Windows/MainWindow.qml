@@ -15,6 +15,20 @@ T.ApplicationWindow {
     minimumWidth: Math.min(900, Screen.desktopAvailableWidth)
     minimumHeight: Math.min(600, Screen.desktopAvailableHeight)
     color: Theme.windowBackground
+    // For the library's panels
+    palette {
+        window: Theme.popupBackground
+        windowText: Theme.text
+        light: Theme.popupBackground
+        base: Theme.popupBackground
+        text: Theme.text
+        button: Theme.control
+        buttonText: Theme.text
+        highlight: Theme.accent
+        highlightedText: Theme.accentText
+        mid: Theme.cardBorder
+        dark: Theme.disabledText
+    }
     LayoutMirroring.enabled: Theme.mirrored
     LayoutMirroring.childrenInherit: true
 

@@ -1,7 +1,7 @@
 #include "UI/Toolkit/Pages/AdaptiveGrid.h"
 #include "UI/Toolkit/Style/Appearance.h"
 #include "UI/Toolkit/Style/MnemonicText.h"
-#include "UI/Toolkit/Style/SymbolItem.h"
+#include "UI/Toolkit/Style/SymbolProvider.h"
 #include "support/TestMain.h"
 
 #include <QAccessible>
@@ -141,10 +141,14 @@ void AppearanceTest::everySymbolIsDrawnInItsColor()
 {
     const QFileInfoList drawings = QDir(u":/qt-project.org/imports/Kelvo/Toolkit/symbols"_s).entryInfoList();
     QVERIFY(drawings.size() > 10);
+    const auto pictureOf = [](const QString &symbol, int extent) {
+        QSize size;
+        return SymbolProvider().requestImage(symbol + u"/ff0000"_s, &size, {extent, extent});
+    };
     for (const QFileInfo &drawing : drawings) {
         const QString symbol = drawing.completeBaseName();
         for (const int extent : {16, 22, 66}) {
-            const QImage image = SymbolItem::picture(symbol, extent, Qt::red);
+            const QImage image = pictureOf(symbol, extent);
             QCOMPARE(image.size(), QSize(extent, extent));
             int drawn = 0;
             for (int y = 0; y < extent; ++y)
@@ -158,7 +162,7 @@ void AppearanceTest::everySymbolIsDrawnInItsColor()
                      qPrintable(u"%1 at %2: %3 pixels"_s.arg(symbol).arg(extent).arg(drawn)));
         }
     }
-    QCOMPARE(SymbolItem::picture(u"no.such.symbol"_s, 16, Qt::red).pixelColor(8, 8).alpha(), 0);
+    QCOMPARE(pictureOf(u"no.such.symbol"_s, 16).pixelColor(8, 8).alpha(), 0);
 }
 
 void AppearanceTest::gridFitsItsColumns()

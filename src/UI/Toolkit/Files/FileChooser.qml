@@ -1,7 +1,8 @@
 import QtQuick
+import QtQuick.Dialogs
 import Kelvo.Toolkit
 
-/// Asks for one file or folder: with the desktop's own panel, or with ours where there is none.
+/// Asks for one file or folder: with the desktop's own panel, or with the library's where there is none.
 Item {
     id: root
 
@@ -16,28 +17,24 @@ Item {
         id: portal
 
         onPicked: file => root.picked(file)
-        onUnavailable: panel.setSource("FilePanel.qml", {
-            title: root.title,
-            picksFolder: root.picksFolder,
-            startFolder: root.startFolder,
-            patterns: root.patterns
-        })
+        onUnavailable: root.picksFolder ? folderPanel.open() : filePanel.open()
     }
 
-    Loader {
-        id: panel
+    FileDialog {
+        id: filePanel
+
+        title: root.title
+        currentFolder: root.startFolder
+        nameFilters: [qsTr("Disk images") + ` (${Array.from(root.patterns).join(" ")})`, qsTr("All files") + " (*)"]
+        onAccepted: root.picked(selectedFile)
     }
 
-    Connections {
-        target: panel.item
-        ignoreUnknownSignals: true
+    FolderDialog {
+        id: folderPanel
 
-        function onPicked(file: url): void {
-            root.picked(file);
-        }
-        function onClosed(): void {
-            panel.source = "";
-        }
+        title: root.title
+        currentFolder: root.startFolder
+        onAccepted: root.picked(selectedFolder)
     }
 
     function open(): void {

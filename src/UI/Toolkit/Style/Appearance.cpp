@@ -1,5 +1,7 @@
 #include "UI/Toolkit/Style/Appearance.h"
 
+#include "UI/Toolkit/Style/SymbolProvider.h"
+
 #include <QEvent>
 #include <QFontInfo>
 #include <QGuiApplication>
@@ -8,6 +10,8 @@
 
 #include <cmath>
 #include <utility>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -44,8 +48,9 @@ Appearance &Appearance::shared()
     return appearance;
 }
 
-Appearance *Appearance::create(QQmlEngine *, QJSEngine *)
+Appearance *Appearance::create(QQmlEngine *engine, QJSEngine *)
 {
+    engine->addImageProvider(u"symbol"_s, new SymbolProvider);
     QQmlEngine::setObjectOwnership(&shared(), QQmlEngine::CppOwnership);
     return &shared();
 }

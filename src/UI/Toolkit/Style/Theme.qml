@@ -112,6 +112,11 @@ QtObject {
         return Math.round(pixels * root.body / 14);
     }
 
+    /// Where a drawing in that color is.
+    function symbolSource(name: string, color: color): url {
+        return `image://symbol/${name}/${color.toString().slice(1)}`;
+    }
+
     function toneColor(tone: int): color {
         switch (tone) {
         case BadgeTone.Green:
