@@ -8,6 +8,7 @@
 #include "Virtualization/Backend/VMBackendController.h"
 #include "Virtualization/Backend/VMBackendFactory.h"
 #include "Virtualization/ControlSocket.h"
+#include "Virtualization/QEMU/QEMURuntimePaths.h"
 
 #include <QSet>
 
@@ -195,6 +196,8 @@ QCoro::Task<VirtualMachine *> VMManager::createVirtualMachine(VMConfiguration co
     configuration.backend = recommendedBackend(configuration.guestOS);
     validateBackendAvailability(configuration);
     VMConfigurationValidator::validate(configuration);
+    if (configuration.backend == VMBackendType::qemuHVF)
+        QEMURuntimePaths::forConfiguration(configuration).requireAddressableSockets();
     m_library.requireFreeFolder(configuration.storageDirectory);
     avoidVNCPorts(knownPorts(), configuration);
     m_library.storage().ensureRootDirectory();

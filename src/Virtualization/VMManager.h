@@ -78,7 +78,7 @@ public:
     void takeOverChanges(VirtualMachine &vm);
     /// Makes the files and appends the machine. The backend is the guest's recommended one; an identifier
     /// whose VNC port a known machine has is exchanged for one with a free port, as long as there is one.
-    /// Throws KelvoError where there is anything in the folder already.
+    /// Throws KelvoError where there is anything in the folder already, or its path is too long for sockets.
     QCoro::Task<VirtualMachine *> createVirtualMachine(VMConfiguration configuration);
     /// Throws KelvoError, and writes nothing, when another application has saved the machine since
     /// takeOverChanges(), or the folder is no longer the machine's.

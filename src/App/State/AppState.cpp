@@ -179,6 +179,25 @@ void AppState::finishInstallation(VirtualMachine *vm)
     complete(vm, Asker::mainWindow);
 }
 
+QCoro::Task<> AppState::createMachine(VMConfiguration configuration, std::optional<QUrl> installationImage)
+{
+    const QPointer<AppState> self(this);
+    const QCoro::Task<VirtualMachine *> creating = m_vmManager->createVirtualMachine(configuration);
+    VirtualMachine *created = co_await creating;
+    if (!self)
+        co_return;
+    select(created);
+    if (!installationImage)
+        co_return;
+    const QUuid id = created->id();
+    const QCoro::Task<> installing = m_vmManager->beginInstallation(created, installationImage);
+    co_await installing;
+    if (!self)
+        co_return;
+    setConsoleVMID(id);
+    setShowingConsole(true);
+}
+
 void AppState::performInConsole(VirtualMachine *vm, VMCommand command)
 {
     begin(vm, command, Asker::console);

@@ -86,6 +86,10 @@ public:
     /// Asks for the console once the installation has begun.
     Q_INVOKABLE void installAndShowConsole(VirtualMachine *vm);
     Q_INVOKABLE void finishInstallation(VirtualMachine *vm);
+    /// Makes and selects a machine; with an image begins its installation, and then asks for the console.
+    /// Throws as the manager's operations do.
+    [[nodiscard]] QCoro::Task<> createMachine(VMConfiguration configuration,
+                                              std::optional<QUrl> installationImage);
     /// The same from the machine's console, where a failure is told, too: consoleFailed().
     Q_INVOKABLE void performInConsole(VirtualMachine *vm, VMCommandEnum::VMCommand command);
     Q_INVOKABLE void finishInstallationInConsole(VirtualMachine *vm);

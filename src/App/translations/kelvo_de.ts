@@ -288,6 +288,10 @@
         <source>Network</source>
         <translation>Netzwerk</translation>
     </message>
+    <message>
+        <source>%1 virtual CPU cores</source>
+        <translation>%1 virtuelle Prozessorkerne</translation>
+    </message>
 </context>
 <context>
     <name>CreateVMMediaStep</name>
@@ -357,10 +361,6 @@
     <message>
         <source>No driver ISO selected</source>
         <translation>Kein Treiber-ISO ausgewählt</translation>
-    </message>
-    <message>
-        <source>%1 virtual CPU cores</source>
-        <translation>%1 virtuelle Prozessorkerne</translation>
     </message>
     <message>
         <source>OS</source>

@@ -46,11 +46,11 @@ public:
         const auto found = std::ranges::find(list, value);
         return found == std::end(list) ? -1 : static_cast<int>(found - std::begin(list));
     }
-    /// The value at an index of the list; `present` for an index beside it.
-    template<typename List, typename Value>
-    [[nodiscard]] static Value at(const List &list, int index, const Value &present)
+    /// Nothing for an index beside the list.
+    template<typename Value, typename List>
+    static void choose(Value &value, const List &list, int index)
     {
-        return index >= 0 && index < static_cast<int>(std::size(list)) ? *(std::begin(list) + index)
-                                                                       : present;
+        if (index >= 0 && index < static_cast<int>(std::size(list)))
+            value = *(std::begin(list) + index);
     }
 };

@@ -40,23 +40,26 @@ void VMSettingsModel::loadFromVM()
         if (m_appState)
             m_appState->vmManager()->takeOverChanges(*m_vm);
         const VMConfiguration &configuration = m_vm->configuration();
-        m_name = configuration.name;
-        m_cpuCount = configuration.cpuCount;
-        m_memoryBytes = configuration.memorySizeBytes;
-        m_networkMode = configuration.networkMode;
-        m_displayWidth = configuration.displayWidth;
-        m_displayHeight = configuration.displayHeight;
-        m_displayScaling = configuration.displayScaling;
-        m_hasDisplayDriver =
+        m_draft.name = configuration.name;
+        m_draft.cpuCount = asInt(configuration.cpuCount);
+        m_draft.memoryBytes = configuration.memorySizeBytes;
+        m_draft.networkMode = configuration.networkMode;
+        m_draft.displayWidth = asInt(configuration.displayWidth);
+        m_draft.displayHeight = asInt(configuration.displayHeight);
+        m_draft.displayScaling = configuration.displayScaling;
+        m_draft.hasDisplayDriver =
             offersDisplayDriver() && FileManager::defaultManager().fileExists(displayDriverMarkPath());
     }
     m_saveMessage.clear();
     Q_EMIT changed();
 }
 
-void VMSettingsModel::setName(const QString &name)
+void VMSettingsModel::setDraft(const VMDraft &draft)
 {
-    set(m_name, name);
+    if (m_draft == draft)
+        return;
+    m_draft = draft;
+    Q_EMIT changed();
 }
 
 QString VMSettingsModel::guestName() const
@@ -67,39 +70,13 @@ QString VMSettingsModel::guestName() const
 ClosedRange<qint64> VMSettingsModel::cpuCountRange() const
 {
     return m_appState ? m_appState->vmManager()->systemCapabilities().allowedCPUCountRange
-                      : ClosedRange<qint64>{m_cpuCount, m_cpuCount};
+                      : ClosedRange<qint64>{m_draft.cpuCount, m_draft.cpuCount};
 }
 
 int VMSettingsModel::asInt(qint64 number)
 {
     return static_cast<int>(
         std::clamp<qint64>(number, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
-}
-
-void VMSettingsModel::setCPUCount(int count)
-{
-    const ClosedRange<qint64> range = cpuCountRange();
-    set(m_cpuCount, std::clamp<qint64>(count, range.minimum, range.maximum));
-}
-
-void VMSettingsModel::setDisplayWidth(int pixels)
-{
-    set(m_displayWidth, std::clamp<qint64>(pixels, minimumDisplayWidth, maximumDisplayWidth));
-}
-
-void VMSettingsModel::setDisplayHeight(int pixels)
-{
-    set(m_displayHeight, std::clamp<qint64>(pixels, minimumDisplayHeight, maximumDisplayHeight));
-}
-
-void VMSettingsModel::setDisplayScaling(double scaling)
-{
-    set(m_displayScaling, std::clamp(scaling, minimumDisplayScaling, maximumDisplayScaling));
-}
-
-void VMSettingsModel::setHasDisplayDriver(bool hasDriver)
-{
-    set(m_hasDisplayDriver, hasDriver);
 }
 
 bool VMSettingsModel::offersDisplayDriver() const
@@ -117,9 +94,9 @@ void VMSettingsModel::saveDisplayDriver() const
 {
     FileManager &files = FileManager::defaultManager();
     const QString mark = displayDriverMarkPath();
-    if (!offersDisplayDriver() || files.fileExists(mark) == m_hasDisplayDriver)
+    if (!offersDisplayDriver() || files.fileExists(mark) == m_draft.hasDisplayDriver)
         return;
-    if (m_hasDisplayDriver)
+    if (m_draft.hasDisplayDriver)
         files.writeAtomically(mark, {});
     else
         files.removeItem(mark);
@@ -157,13 +134,13 @@ bool VMSettingsModel::isRunning() const
 VMConfiguration VMSettingsModel::edited() const
 {
     VMConfiguration configuration = m_vm->configuration();
-    configuration.name = m_name;
-    configuration.cpuCount = m_cpuCount;
-    configuration.memorySizeBytes = m_memoryBytes;
-    configuration.networkMode = m_networkMode;
-    configuration.displayWidth = m_displayWidth;
-    configuration.displayHeight = m_displayHeight;
-    configuration.displayScaling = m_displayScaling;
+    configuration.name = m_draft.name;
+    configuration.cpuCount = m_draft.cpuCount;
+    configuration.memorySizeBytes = m_draft.memoryBytes;
+    configuration.networkMode = m_draft.networkMode;
+    configuration.displayWidth = m_draft.displayWidth;
+    configuration.displayHeight = m_draft.displayHeight;
+    configuration.displayScaling = m_draft.displayScaling;
     return configuration;
 }
 
@@ -176,7 +153,7 @@ QString VMSettingsModel::problem() const
         VMConfigurationValidator::validate(configuration);
         if (configuration.backend == VMBackendType::appleVirtualization) {
             VZVirtualMachineConfiguration::validateScreen(
-                {.widthInPixels = m_displayWidth, .heightInPixels = m_displayHeight});
+                {.widthInPixels = m_draft.displayWidth, .heightInPixels = m_draft.displayHeight});
         }
     } catch (const LocalizedError &error) {
         return error.localizedDescription();
@@ -196,7 +173,8 @@ void VMSettingsModel::saveChanges()
         m_appState->setErrorMessage(error.localizedDescription());
         return;
     }
-    set(m_saveMessage, tr("Saved."));
+    m_saveMessage = tr("Saved.");
+    Q_EMIT changed();
 }
 
 void VMSettingsModel::refreshDiskUsage()

@@ -28,9 +28,9 @@ FormPage {
 
             TextField {
                 height: Theme.smallControlHeight
-                text: settings.name
+                text: settings.draft.name
                 Accessible.name: qsTr("Name")
-                onTextEdited: settings.name = text
+                onTextEdited: settings.draft.name = text
             }
         }
         FormRow {
@@ -43,15 +43,15 @@ FormPage {
         title: qsTr("CPU")
 
         FormRow {
-            label: qsTr("%1 cores").arg(settings.cpuCount)
+            label: qsTr("%1 cores").arg(settings.draft.cpuCount)
             enabled: !settings.isRunning
 
             Stepper {
-                label: qsTr("%1 cores").arg(settings.cpuCount)
-                value: settings.cpuCount
+                label: qsTr("%1 cores").arg(settings.draft.cpuCount)
+                value: settings.draft.cpuCount
                 minimumValue: settings.minimumCPUCount
                 maximumValue: settings.maximumCPUCount
-                onEdited: value => settings.cpuCount = value
+                onEdited: value => settings.draft.cpuCount = value
             }
         }
     }
@@ -67,9 +67,9 @@ FormPage {
             Picker {
                 label: qsTr("RAM")
                 model: VMChoices.memorySizes
-                displayText: settings.memoryLabel
-                currentIndex: settings.memoryIndex
-                onActivated: index => settings.memoryIndex = index
+                displayText: settings.draft.memoryText
+                currentIndex: settings.draft.memoryIndex
+                onActivated: index => settings.draft.memoryIndex = index
             }
         }
     }
@@ -100,38 +100,38 @@ FormPage {
             Picker {
                 label: qsTr("Mode")
                 model: VMChoices.networks
-                currentIndex: settings.networkIndex
-                onActivated: index => settings.networkIndex = index
+                currentIndex: settings.draft.networkIndex
+                onActivated: index => settings.draft.networkIndex = index
             }
         }
     }
     FormSection {
         width: parent.width
         title: qsTr("Display")
-        note: !settings.offersDisplayDriver ? "" : settings.hasDisplayDriver ? qsTr("The guest chooses the size of its screen. Without the driver it shows no picture.") : qsTr("The screen has 1024 × 768 pixels, for which a guest needs no driver.")
+        note: !settings.offersDisplayDriver ? "" : settings.draft.hasDisplayDriver ? qsTr("The guest chooses the size of its screen. Without the driver it shows no picture.") : qsTr("The screen has 1024 × 768 pixels, for which a guest needs no driver.")
 
         FormRow {
-            label: qsTr("Width: %1").arg(settings.displayWidth)
+            label: qsTr("Width: %1").arg(settings.draft.displayWidth)
             enabled: !settings.isRunning
 
             NumberStepper {
                 label: qsTr("Width")
-                value: settings.displayWidth
+                value: settings.draft.displayWidth
                 minimum: settings.minimumDisplayWidth
                 maximum: settings.maximumDisplayWidth
-                onEdited: value => settings.displayWidth = value
+                onEdited: value => settings.draft.displayWidth = value
             }
         }
         FormRow {
-            label: qsTr("Height: %1").arg(settings.displayHeight)
+            label: qsTr("Height: %1").arg(settings.draft.displayHeight)
             enabled: !settings.isRunning
 
             NumberStepper {
                 label: qsTr("Height")
-                value: settings.displayHeight
+                value: settings.draft.displayHeight
                 minimum: settings.minimumDisplayHeight
                 maximum: settings.maximumDisplayHeight
-                onEdited: value => settings.displayHeight = value
+                onEdited: value => settings.draft.displayHeight = value
             }
         }
         FormRow {
@@ -144,16 +144,16 @@ FormPage {
 
                 Label {
                     anchors.verticalCenter: parent.verticalCenter
-                    text: Number(settings.displayScaling).toLocaleString(Qt.locale(), "f", 2)
+                    text: Number(settings.draft.displayScaling).toLocaleString(Qt.locale(), "f", 2)
                     color: Theme.secondaryText
                     Accessible.ignored: true
                 }
                 Slider {
                     label: qsTr("Scaling")
-                    from: 0.5
-                    to: 2.0
-                    value: settings.displayScaling
-                    onMoved: settings.displayScaling = value
+                    from: settings.minimumDisplayScaling
+                    to: settings.maximumDisplayScaling
+                    value: settings.draft.displayScaling
+                    onMoved: settings.draft.displayScaling = value
                 }
             }
         }
@@ -166,9 +166,9 @@ FormPage {
             Toggle {
                 id: driver
 
-                checked: settings.hasDisplayDriver
+                checked: settings.draft.hasDisplayDriver
                 Accessible.name: qsTr("Guest has the virtio display driver")
-                onToggled: settings.hasDisplayDriver = checked
+                onToggled: settings.draft.hasDisplayDriver = checked
             }
         }
     }

@@ -22,15 +22,17 @@ FocusScope {
             title: qsTr("CPU")
 
             FormRow {
-                label: root.wizard.cpuText
+                id: cores
+
+                label: qsTr("%1 virtual CPU cores").arg(root.wizard.draft.cpuCount)
 
                 Stepper {
                     focus: true
-                    label: root.wizard.cpuText
-                    value: root.wizard.cpuCount
+                    label: cores.label
+                    value: root.wizard.draft.cpuCount
                     minimumValue: root.wizard.minimumCPUCount
                     maximumValue: root.wizard.maximumCPUCount
-                    onEdited: value => root.wizard.cpuCount = value
+                    onEdited: value => root.wizard.draft.cpuCount = value
                 }
             }
         }
@@ -44,8 +46,8 @@ FocusScope {
                 Picker {
                     label: qsTr("RAM")
                     model: VMChoices.memorySizes
-                    currentIndex: root.wizard.memoryIndex
-                    onActivated: index => root.wizard.memoryIndex = index
+                    currentIndex: root.wizard.draft.memoryIndex
+                    onActivated: index => root.wizard.draft.memoryIndex = index
                     onSubmitted: root.submitted()
                 }
             }
@@ -60,8 +62,8 @@ FocusScope {
                 Picker {
                     label: qsTr("Disk Size")
                     model: VMChoices.diskSizes
-                    currentIndex: root.wizard.diskIndex
-                    onActivated: index => root.wizard.diskIndex = index
+                    currentIndex: root.wizard.draft.diskIndex
+                    onActivated: index => root.wizard.draft.diskIndex = index
                     onSubmitted: root.submitted()
                 }
             }
@@ -76,8 +78,8 @@ FocusScope {
                 Picker {
                     label: qsTr("Network")
                     model: VMChoices.networks
-                    currentIndex: root.wizard.networkIndex
-                    onActivated: index => root.wizard.networkIndex = index
+                    currentIndex: root.wizard.draft.networkIndex
+                    onActivated: index => root.wizard.draft.networkIndex = index
                     onSubmitted: root.submitted()
                 }
             }

@@ -27,8 +27,8 @@ FocusScope {
             focus: true
             label: qsTr("Media Type")
             segments: VMChoices.mediaTypes
-            currentIndex: root.wizard.mediaTypeIndex
-            onActivated: index => root.wizard.mediaTypeIndex = index
+            currentIndex: root.wizard.draft.mediaTypeIndex
+            onActivated: index => root.wizard.draft.mediaTypeIndex = index
         }
         Label {
             visible: root.wizard.offersISO
@@ -44,7 +44,7 @@ FocusScope {
             hasFile: root.wizard.offersInstallation
             buttonText: qsTr("Choose ISO…")
             onChooseRequested: isoChooser.open()
-            onDropped: file => root.wizard.isoURL = file
+            onDropped: file => root.wizard.draft.iso = file
         }
         Item {
             visible: root.wizard.offersDrivers
@@ -108,11 +108,11 @@ FocusScope {
         FileRow {
             visible: root.wizard.offersDrivers
             width: parent.width
-            fileName: root.wizard.virtioDriversName
+            fileName: root.wizard.driversName
             hasFile: root.wizard.hasDrivers
             buttonText: qsTr("Choose Virtio ISO…")
             onChooseRequested: driversChooser.open()
-            onDropped: file => root.wizard.virtioDriversURL = file
+            onDropped: file => root.wizard.draft.drivers = file
         }
     }
 
@@ -130,7 +130,7 @@ FocusScope {
         title: qsTr("Choose ISO")
         startFolder: root.wizard.startFolder
         patterns: root.wizard.imagePatterns
-        onPicked: file => root.wizard.isoURL = file
+        onPicked: file => root.wizard.draft.iso = file
     }
     FileChooser {
         id: driversChooser
@@ -138,6 +138,6 @@ FocusScope {
         title: qsTr("Select the ARM64 virtio-win driver ISO")
         startFolder: root.wizard.startFolder
         patterns: root.wizard.imagePatterns
-        onPicked: file => root.wizard.virtioDriversURL = file
+        onPicked: file => root.wizard.draft.drivers = file
     }
 }

@@ -1,11 +1,8 @@
 #include "UI/Wizard/CreateVMModel.h"
 
-#include "Platform/BinaryUnits.h"
 #include "Platform/FileUrl.h"
 #include "Services/ISOService.h"
 #include "UI/Components/ByteCount.h"
-#include "Virtualization/Backend/KelvoError.h"
-#include "Virtualization/QEMU/QEMURuntimePaths.h"
 #include "Virtualization/VMManager.h"
 
 #include <QStandardPaths>
@@ -33,10 +30,9 @@ QString defaultName(GuestOperatingSystem guestOS)
 
 CreateVMModel::CreateVMModel(QObject *parent)
     : QObject(parent)
-    , m_memoryBytes(8 * gibibyte)
-    , m_diskBytes(128 * gibibyte)
-    , m_vmName(defaultName(m_guestOS))
-{}
+{
+    m_draft.name = defaultName(m_draft.guestOS);
+}
 
 void CreateVMModel::setAppState(AppState *appState)
 {
@@ -57,16 +53,18 @@ void CreateVMModel::takeProposedImage()
     // What is being created has its image already; the next presentation takes this one.
     if (m_isCreating || !m_appState || !m_appState->proposedImage().isValid())
         return;
-    set(m_mediaType, InstallationMediaType::iso);
-    set(m_isoURL, m_appState->proposedImage());
+    VMDraft draft = m_draft;
+    draft.mediaType = InstallationMediaType::iso;
+    draft.iso = m_appState->proposedImage();
+    setDraft(draft);
     m_appState->setProposedImage({});
 }
 
 QString CreateVMModel::missing() const
 {
-    if (m_step == 1 && offersISO() && !m_isoURL.isValid())
+    if (m_step == 1 && offersISO() && !m_draft.iso.isValid())
         return tr("Choose an ISO file first.");
-    if (m_step == 3 && m_vmName.trimmed().isEmpty())
+    if (m_step == 3 && m_draft.name.trimmed().isEmpty())
         return tr("Enter a name first.");
     return {};
 }
@@ -90,13 +88,12 @@ void CreateVMModel::goForward()
 /// small one.
 void CreateVMModel::fitHardwareToHost()
 {
-    if (!m_appState || recommendedBackend(m_guestOS) != VMBackendType::appleVirtualization)
+    if (!m_appState || recommendedBackend(m_draft.guestOS) != VMBackendType::appleVirtualization)
         return;
     const SystemCapabilities &host = m_appState->vmManager()->systemCapabilities();
-    m_cpuCount = std::clamp(m_cpuCount, minimumCPUCount(), maximumCPUCount());
-    const QList<quint64> &options = VMConfiguration::memoryOptions();
-    while (m_memoryBytes > host.allowedMemoryRange.maximum && m_memoryBytes != options.first())
-        m_memoryBytes = options.at(options.indexOf(m_memoryBytes) - 1);
+    m_draft.cpuCount = std::clamp(m_draft.cpuCount, minimumCPUCount(), maximumCPUCount());
+    while (m_draft.memoryBytes > host.allowedMemoryRange.maximum && m_draft.memoryIndex() > 0)
+        m_draft.setMemoryIndex(m_draft.memoryIndex() - 1);
 }
 
 void CreateVMModel::setStep(int step)
@@ -106,13 +103,14 @@ void CreateVMModel::setStep(int step)
     Q_EMIT changed();
 }
 
-void CreateVMModel::setGuestOSIndex(int index)
+void CreateVMModel::setDraft(const VMDraft &draft)
 {
-    const GuestOperatingSystem guestOS = VMChoices::at(allGuestOperatingSystems, index, m_guestOS);
-    if (guestOS == m_guestOS)
+    if (m_draft == draft)
         return;
-    m_guestOS = guestOS;
-    m_vmName = defaultName(m_guestOS);
+    const bool isOtherGuest = m_draft.guestOS != draft.guestOS;
+    m_draft = draft;
+    if (isOtherGuest)
+        m_draft.name = defaultName(m_draft.guestOS);
     Q_EMIT changed();
 }
 
@@ -123,96 +121,58 @@ QStringList CreateVMModel::imagePatterns() const
 
 QUrl CreateVMModel::startFolder() const
 {
-    if (m_isoURL.isValid())
-        return FileUrl::deletingLastComponent(m_isoURL);
+    if (m_draft.iso.isValid())
+        return FileUrl::deletingLastComponent(m_draft.iso);
     return QUrl::fromLocalFile(QStandardPaths::writableLocation(QStandardPaths::DownloadLocation));
 }
 
 bool CreateVMModel::offersDrivers() const
 {
-    return offersISO() && m_guestOS == GuestOperatingSystem::windows11ARM64;
-}
-
-void CreateVMModel::setISOURL(const QUrl &url)
-{
-    set(m_isoURL, url);
+    return offersISO() && m_draft.guestOS == GuestOperatingSystem::windows11ARM64;
 }
 
 QString CreateVMModel::isoName() const
 {
-    return m_isoURL.isValid() ? FileUrl::lastComponent(m_isoURL) : tr("No file selected");
+    return m_draft.iso.isValid() ? FileUrl::lastComponent(m_draft.iso) : tr("No file selected");
 }
 
-void CreateVMModel::setVirtioDriversURL(const QUrl &url)
+QString CreateVMModel::driversName() const
 {
-    set(m_virtioDriversURL, url);
+    return hasDrivers() ? FileUrl::lastComponent(m_draft.drivers) : tr("No driver ISO selected");
 }
 
-QString CreateVMModel::virtioDriversName() const
+ClosedRange<qint64> CreateVMModel::cpuCountRange() const
 {
-    return m_virtioDriversURL.isValid() ? FileUrl::lastComponent(m_virtioDriversURL)
-                                        : tr("No driver ISO selected");
-}
-
-void CreateVMModel::setCPUCount(int count)
-{
-    set(m_cpuCount, std::clamp(count, minimumCPUCount(), maximumCPUCount()));
-}
-
-int CreateVMModel::minimumCPUCount() const
-{
-    return m_appState
-               ? static_cast<int>(m_appState->vmManager()->systemCapabilities().allowedCPUCountRange.minimum)
-               : 0;
-}
-
-int CreateVMModel::maximumCPUCount() const
-{
-    return m_appState
-               ? static_cast<int>(m_appState->vmManager()->systemCapabilities().allowedCPUCountRange.maximum)
-               : 0;
-}
-
-QString CreateVMModel::cpuText() const
-{
-    return tr("%1 virtual CPU cores").arg(m_cpuCount);
-}
-
-void CreateVMModel::setVMName(const QString &name)
-{
-    set(m_vmName, name);
-}
-
-void CreateVMModel::setStorageLocation(const QUrl &url)
-{
-    set(m_storageLocation, url);
+    return m_appState ? m_appState->vmManager()->systemCapabilities().allowedCPUCountRange
+                      : ClosedRange<qint64>();
 }
 
 QString CreateVMModel::storageLocationPath() const
 {
-    return FileUrl::path(m_storageLocation);
+    return FileUrl::path(m_draft.storageLocation);
 }
 
 QUrl CreateVMModel::bundleURL() const
 {
-    return FileUrl::appendingDirectory(m_storageLocation, VMConfiguration::bundleFolderName(m_vmName));
+    return FileUrl::appendingDirectory(m_draft.storageLocation,
+                                       VMConfiguration::bundleFolderName(m_draft.name));
 }
 
 QList<LabeledValue> CreateVMModel::summaryRows() const
 {
     QList<LabeledValue> rows = {
-        {tr("OS"), localizedName(m_guestOS)},
-        {tr("CPU"), tr("%1 cores").arg(m_cpuCount)},
-        {tr("RAM"), VMChoices::sizeText(m_memoryBytes)},
-        {tr("Disk"), VMChoices::sizeText(m_diskBytes)},
-        {tr("Network"), localizedName(m_networkMode)},
-        {tr("Backend"), displayName(recommendedBackend(m_guestOS))},
+        {tr("OS"), localizedName(m_draft.guestOS)},
+        {tr("CPU"), tr("%1 cores").arg(m_draft.cpuCount)},
+        {tr("RAM"), VMChoices::sizeText(m_draft.memoryBytes)},
+        {tr("Disk"), VMChoices::sizeText(m_draft.diskBytes)},
+        {tr("Network"), localizedName(m_draft.networkMode)},
+        {tr("Backend"), displayName(recommendedBackend(m_draft.guestOS))},
         {tr("Location"), FileUrl::path(bundleURL())},
     };
-    if (m_isoURL.isValid())
-        rows.append({tr("Installation ISO"), FileUrl::lastComponent(m_isoURL)});
-    if (m_virtioDriversURL.isValid())
-        rows.append({tr("Virtio Drivers"), FileUrl::lastComponent(m_virtioDriversURL)});
+    if (m_draft.iso.isValid())
+        rows.append({tr("Installation ISO"), FileUrl::lastComponent(m_draft.iso)});
+    if (m_draft.drivers.isValid())
+        rows.append({tr("Virtio Drivers"), FileUrl::lastComponent(m_draft.drivers)});
     return rows;
 }
 
@@ -222,28 +182,24 @@ QString CreateVMModel::hardwareHint() const
         return {};
     const SystemCapabilities &host = m_appState->vmManager()->systemCapabilities();
     QStringList hints;
-    if (m_cpuCount > host.physicalCPUCount)
+    if (m_draft.cpuCount > host.physicalCPUCount)
         hints
             << tr("More cores than this computer has (%1) make a machine slower.").arg(host.physicalCPUCount);
-    if (m_memoryBytes > host.allowedMemoryRange.maximum)
+    if (m_draft.memoryBytes > host.allowedMemoryRange.maximum)
         hints << tr("This computer has %1 of memory: a machine with %2 may not start.")
-                     .arg(ByteCount::memoryStyle(host.totalMemoryBytes), VMChoices::sizeText(m_memoryBytes));
+                     .arg(ByteCount::memoryStyle(host.totalMemoryBytes),
+                          VMChoices::sizeText(m_draft.memoryBytes));
     return hints.join(u'\n');
 }
 
 QString CreateVMModel::summaryHint() const
 {
-    if (m_guestOS == GuestOperatingSystem::windows11ARM64)
+    if (m_draft.guestOS == GuestOperatingSystem::windows11ARM64)
         return tr("Windows 11 runs on QEMU with Apple Hypervisor (HVF) acceleration, a virtual TPM and UEFI "
                   "firmware.");
     if (m_appState && !m_appState->vmManager()->qemuDependencyService().status().isReady())
         return tr("Linux VMs use Apple Virtualization. Install QEMU only if you plan to run Windows.");
     return {};
-}
-
-void CreateVMModel::setStartInstallationAfterCreate(bool start)
-{
-    set(m_startInstallationAfterCreate, start);
 }
 
 void CreateVMModel::setErrorMessage(const QString &message)
@@ -260,17 +216,17 @@ void CreateVMModel::setCreating(bool creating)
 
 VMConfiguration CreateVMModel::configuration() const
 {
-    VMConfiguration configuration = VMConfiguration::defaultConfiguration(m_vmName, m_guestOS);
-    configuration.cpuCount = m_cpuCount;
-    configuration.memorySizeBytes = m_memoryBytes;
-    configuration.diskSizeBytes = m_diskBytes;
-    configuration.networkMode = m_networkMode;
+    VMConfiguration configuration = VMConfiguration::defaultConfiguration(m_draft.name, m_draft.guestOS);
+    configuration.cpuCount = m_draft.cpuCount;
+    configuration.memorySizeBytes = m_draft.memoryBytes;
+    configuration.diskSizeBytes = m_draft.diskBytes;
+    configuration.networkMode = m_draft.networkMode;
     configuration.storageDirectory = bundleURL();
-    configuration.installationMediaType = m_mediaType;
-    if (m_isoURL.isValid())
-        configuration.installationMediaPath = FileUrl::path(m_isoURL);
-    if (m_virtioDriversURL.isValid())
-        configuration.virtioDriversMediaPath = FileUrl::path(m_virtioDriversURL);
+    configuration.installationMediaType = m_draft.mediaType;
+    if (m_draft.iso.isValid())
+        configuration.installationMediaPath = FileUrl::path(m_draft.iso);
+    if (m_draft.drivers.isValid())
+        configuration.virtioDriversMediaPath = FileUrl::path(m_draft.drivers);
     return configuration;
 }
 
@@ -288,13 +244,9 @@ QCoro::Task<> CreateVMModel::createVM()
     QString failure;
     try {
         std::optional<QUrl> image;
-        if (m_startInstallationAfterCreate && m_isoURL.isValid())
-            image = m_isoURL;
-        const QPointer<AppState> state = m_appState;
-        const VMConfiguration wanted = configuration();
-        if (wanted.backend == VMBackendType::qemuHVF)
-            QEMURuntimePaths::forConfiguration(wanted).requireAddressableSockets();
-        const QCoro::Task<> creating = createAndInstall(state, wanted, image);
+        if (m_draft.startsInstallation && m_draft.iso.isValid())
+            image = m_draft.iso;
+        const QCoro::Task<> creating = m_appState->createMachine(configuration(), image);
         co_await creating;
     } catch (const std::exception &error) {
         failure = localizedDescription(error);
@@ -307,23 +259,4 @@ QCoro::Task<> CreateVMModel::createVM()
         m_appState->setShowingCreateVM(false);
     if (self)
         setCreating(false);
-}
-
-QCoro::Task<> CreateVMModel::createAndInstall(QPointer<AppState> state, VMConfiguration configuration,
-                                              std::optional<QUrl> installationImage)
-{
-    const QCoro::Task<VirtualMachine *> creating = state->vmManager()->createVirtualMachine(configuration);
-    VirtualMachine *created = co_await creating;
-    if (!state)
-        co_return;
-    const QUuid id = created->id();
-    state->setSelectedVMID(id);
-    if (!installationImage)
-        co_return;
-    const QCoro::Task<> installing = state->vmManager()->beginInstallation(created, installationImage);
-    co_await installing;
-    if (!state)
-        co_return;
-    state->setConsoleVMID(id);
-    state->setShowingConsole(true);
 }

@@ -25,9 +25,9 @@ FocusScope {
                 TextField {
                     width: Math.min(Theme.scaled(280), column.width - Theme.scaled(220))
                     focus: true
-                    text: root.wizard.vmName
+                    text: root.wizard.draft.name
                     Accessible.name: qsTr("Virtual Machine Name")
-                    onTextEdited: root.wizard.vmName = text
+                    onTextEdited: root.wizard.draft.name = text
                     Component.onCompleted: selectAll()
                 }
             }
@@ -55,7 +55,7 @@ FocusScope {
 
         title: qsTr("Choose Location")
         picksFolder: true
-        startFolder: root.wizard.storageLocation
-        onPicked: folder => root.wizard.storageLocation = folder
+        startFolder: root.wizard.draft.storageLocation
+        onPicked: folder => root.wizard.draft.storageLocation = folder
     }
 }

@@ -29,8 +29,8 @@ FocusScope {
             choices: VMChoices.guests
             details: VMChoices.guestBackends
             symbols: ["display", "terminal", "desktopcomputer"]
-            currentIndex: root.wizard.guestOSIndex
-            onActivated: index => root.wizard.guestOSIndex = index
+            currentIndex: root.wizard.draft.guestIndex
+            onActivated: index => root.wizard.draft.guestIndex = index
         }
     }
 }

@@ -73,8 +73,8 @@ FocusScope {
             focus: true
             visible: root.wizard.offersInstallation
             text: qsTr("Start installation after creating the virtual machine")
-            checked: root.wizard.startInstallationAfterCreate
-            onToggled: root.wizard.startInstallationAfterCreate = checked
+            checked: root.wizard.draft.startsInstallation
+            onToggled: root.wizard.draft.startsInstallation = checked
         }
     }
 }

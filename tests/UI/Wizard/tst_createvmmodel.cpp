@@ -32,10 +32,17 @@ private:
     {
         return m_state->vmManager()->virtualMachines();
     }
+    template<typename Value>
+    void choose(Value VMDraft::*field, const std::type_identity_t<Value> &value)
+    {
+        VMDraft draft = m_wizard->draft();
+        draft.*field = value;
+        m_wizard->setDraft(draft);
+    }
     /// Begins to create a machine whose installation waits for the controller's release().
     FakeController *createUntilInstallationWaits()
     {
-        m_wizard->setISOURL(image());
+        choose(&VMDraft::iso, image());
         const auto holding = connect(m_state, &AppState::selectedVMChanged, this, [this] {
             m_stage->controllerOf(machines().first())->holdsOperations = true;
         });
@@ -59,7 +66,7 @@ void CreateVMModelTest::init()
     m_state = m_stage->state.get();
     m_state->setShowingCreateVM(true);
     m_wizard->setAppState(m_state);
-    m_wizard->setStorageLocation(m_stage->host.root());
+    choose(&VMDraft::storageLocation, m_stage->host.root());
 }
 
 void CreateVMModelTest::stepsWaitForWhatTheyNeed()
@@ -71,16 +78,16 @@ void CreateVMModelTest::stepsWaitForWhatTheyNeed()
     QCOMPARE(m_wizard->missing(), u"Choose an ISO file first."_s);
     m_wizard->goForward();
     QCOMPARE(m_wizard->step(), 1);
-    m_wizard->setMediaTypeIndex(1);
+    choose(&VMDraft::mediaType, InstallationMediaType::existingDisk);
     QVERIFY(m_wizard->canContinue());
-    m_wizard->setMediaTypeIndex(0);
+    choose(&VMDraft::mediaType, InstallationMediaType::iso);
     QVERIFY(!m_wizard->canContinue());
-    m_wizard->setISOURL(image());
+    choose(&VMDraft::iso, image());
     m_wizard->goForward();
     m_wizard->goForward();
     QCOMPARE(m_wizard->step(), 3);
     for (const auto &[name, mayGoOn] : {std::pair(u""_s, false), {u" \t\n"_s, false}, {u" a"_s, true}}) {
-        m_wizard->setVMName(name);
+        choose(&VMDraft::name, name);
         QCOMPARE(m_wizard->canContinue(), mayGoOn);
     }
     m_wizard->goForward();
@@ -92,25 +99,27 @@ void CreateVMModelTest::stepsWaitForWhatTheyNeed()
 void CreateVMModelTest::guestBringsItsNameAndDrivers()
 {
     QVERIFY(m_wizard->offersISO() && m_wizard->offersDrivers());
-    m_wizard->setMediaTypeIndex(2);
+    choose(&VMDraft::mediaType, InstallationMediaType::installationImage);
     QVERIFY(!m_wizard->offersISO() && !m_wizard->offersDrivers());
-    m_wizard->setMediaTypeIndex(0);
-    m_wizard->setVMName(u"mine"_s);
-    m_wizard->setGuestOSIndex(0);
-    QCOMPARE(m_wizard->vmName(), u"mine"_s);
-    m_wizard->setGuestOSIndex(1);
-    QCOMPARE(m_wizard->vmName(), u"Linux ARM64"_s);
+    choose(&VMDraft::mediaType, InstallationMediaType::iso);
+    choose(&VMDraft::name, u"mine"_s);
+    choose(&VMDraft::guestOS, GuestOperatingSystem::windows11ARM64);
+    QCOMPARE(m_wizard->draft().name, u"mine"_s);
+    choose(&VMDraft::guestOS, GuestOperatingSystem::linuxARM64);
+    QCOMPARE(m_wizard->draft().name, u"Linux ARM64"_s);
     QVERIFY(m_wizard->offersISO() && !m_wizard->offersDrivers());
-    m_wizard->setGuestOSIndex(3);
-    QCOMPARE(m_wizard->guestOSIndex(), 1);
+    VMDraft draft = m_wizard->draft();
+    QCOMPARE(draft.guestIndex(), 1);
+    draft.setGuestIndex(3);
+    QCOMPARE(draft, m_wizard->draft());
 }
 
 void CreateVMModelTest::proposedImageIsTakenOnceUnlessOneIsInUse()
 {
-    m_wizard->setMediaTypeIndex(1);
+    choose(&VMDraft::mediaType, InstallationMediaType::existingDisk);
     m_state->setProposedImage(image());
     QVERIFY(m_wizard->offersISO());
-    QCOMPARE(m_wizard->isoURL(), image());
+    QCOMPARE(m_wizard->draft().iso, image());
     QVERIFY(!m_state->proposedImage().isValid());
 
     const QUrl later = FileUrl::file(u"/later.iso"_s);
@@ -123,46 +132,42 @@ void CreateVMModelTest::proposedImageIsTakenOnceUnlessOneIsInUse()
     QCOMPARE(machines().first()->configuration().installationMediaPath, FileUrl::path(image()));
     CreateVMModel next;
     next.setAppState(m_state);
-    QCOMPARE(next.isoURL(), later);
+    QCOMPARE(next.draft().iso, later);
 }
 
 void CreateVMModelTest::processorsFitTheHost()
 {
-    QCOMPARE(m_wizard->cpuCount(), 4); // whatever the host has, which only the hypervisor layer minds
+    QCOMPARE(m_wizard->draft().cpuCount, 4); // whatever the host has, which only the hypervisor layer minds
     const SystemCapabilities &host = m_state->vmManager()->systemCapabilities();
     QCOMPARE(m_wizard->hardwareHint().contains(u"More cores"_s), host.physicalCPUCount < 4);
-    for (int index = 0; index < VMConfiguration::memoryOptions().size(); ++index) {
-        m_wizard->setMemoryIndex(index);
-        const bool isTooMuch = VMConfiguration::memoryOptions().at(index) > host.allowedMemoryRange.maximum;
+    for (const quint64 bytes : VMConfiguration::memoryOptions()) {
+        choose(&VMDraft::memoryBytes, bytes);
+        const bool isTooMuch = bytes > host.allowedMemoryRange.maximum;
         QCOMPARE(m_wizard->hardwareHint().contains(u"may not start"_s), isTooMuch);
     }
     const auto range = host.allowedCPUCountRange;
-    m_wizard->setISOURL(image());
-    m_wizard->setGuestOSIndex(1);
+    choose(&VMDraft::iso, image());
+    choose(&VMDraft::guestOS, GuestOperatingSystem::linuxARM64);
     m_wizard->goForward();
     m_wizard->goForward();
-    QCOMPARE(m_wizard->cpuCount(), std::min<qint64>(4, range.maximum));
-    m_wizard->setCPUCount(-1);
-    QCOMPARE(m_wizard->cpuCount(), range.minimum);
-    m_wizard->setCPUCount(1000);
-    QCOMPARE(m_wizard->cpuCount(), range.maximum);
+    QCOMPARE(m_wizard->draft().cpuCount, std::min<qint64>(4, range.maximum));
 }
 
 void CreateVMModelTest::createdMachineIsAsSummarized()
 {
     QCOMPARE(m_wizard->summaryRows().size(), 7);
     QVERIFY(!m_wizard->offersInstallation());
-    m_wizard->setISOURL(image());
-    m_wizard->setVirtioDriversURL(FileUrl::file(u"/media/virtio win#1.iso"_s));
-    m_wizard->setCPUCount(2);
-    m_wizard->setMemoryIndex(0);
-    m_wizard->setDiskIndex(4);
-    m_wizard->setNetworkIndex(1);
-    m_wizard->setVMName(u" Work"_s);
-    m_wizard->setStartInstallationAfterCreate(false);
+    choose(&VMDraft::iso, image());
+    choose(&VMDraft::drivers, FileUrl::file(u"/media/virtio win#1.iso"_s));
+    choose(&VMDraft::cpuCount, 2);
+    choose(&VMDraft::memoryBytes, 4 * gibibyte);
+    choose(&VMDraft::diskBytes, 1024 * gibibyte);
+    choose(&VMDraft::networkMode, VMNetworkMode::disconnected);
+    choose(&VMDraft::name, u" Work"_s);
+    choose(&VMDraft::startsInstallation, false);
     const QList<LabeledValue> expected = {
         {u"OS"_s, u"Windows 11 ARM64"_s},
-        {u"CPU"_s, u"%1 cores"_s.arg(m_wizard->cpuCount())},
+        {u"CPU"_s, u"%1 cores"_s.arg(m_wizard->draft().cpuCount)},
         {u"RAM"_s, u"4 GB"_s},
         {u"Disk"_s, u"1 TB"_s},
         {u"Network"_s, u"Disconnected"_s},
@@ -172,9 +177,9 @@ void CreateVMModelTest::createdMachineIsAsSummarized()
         {u"Virtio Drivers"_s, u"virtio win#1.iso"_s},
     };
     QCOMPARE(m_wizard->summaryRows(), expected);
-    m_wizard->setMediaTypeIndex(1); // a chosen ISO stays chosen
+    choose(&VMDraft::mediaType, InstallationMediaType::existingDisk); // a chosen ISO stays chosen
     QVERIFY(m_wizard->summaryRows() == expected && m_wizard->offersInstallation());
-    m_wizard->setMediaTypeIndex(0);
+    choose(&VMDraft::mediaType, InstallationMediaType::iso);
 
     m_wizard->create();
     QTRY_VERIFY(!m_state->showingCreateVM());
@@ -183,7 +188,7 @@ void CreateVMModelTest::createdMachineIsAsSummarized()
     const VMConfiguration made = vm->configuration();
     QCOMPARE(made.name, u" Work"_s);
     QCOMPARE(made.guestOS, GuestOperatingSystem::windows11ARM64);
-    QCOMPARE(made.cpuCount, m_wizard->cpuCount());
+    QCOMPARE(made.cpuCount, m_wizard->draft().cpuCount);
     QCOMPARE(made.memorySizeBytes, 4 * gibibyte);
     QCOMPARE(made.diskSizeBytes, 1024 * gibibyte);
     QCOMPARE(made.networkMode, VMNetworkMode::disconnected);
@@ -198,7 +203,7 @@ void CreateVMModelTest::createdMachineIsAsSummarized()
 
 void CreateVMModelTest::installationStartsWhenWanted()
 {
-    m_wizard->setISOURL(image());
+    choose(&VMDraft::iso, image());
     m_wizard->create();
     QTRY_VERIFY(m_state->showingConsole());
     const VirtualMachine *vm = machines().first();
@@ -211,7 +216,7 @@ void CreateVMModelTest::installationStartsWhenWanted()
 
 void CreateVMModelTest::failedInstallationLeavesTheMachineAndRefusesASecond()
 {
-    m_wizard->setISOURL(FileUrl::file(m_stage->host.path(u"gone.iso"_s)));
+    choose(&VMDraft::iso, FileUrl::file(m_stage->host.path(u"gone.iso"_s)));
     m_wizard->create();
     QTRY_COMPARE(m_wizard->errorMessage(), u"Installation media could not be opened."_s);
     QCOMPARE(machines().size(), 1);
@@ -240,12 +245,12 @@ void CreateVMModelTest::existingFolderIsNeverTouched()
 
 void CreateVMModelTest::nameTooLongForItsSocketsIsRefused()
 {
-    m_wizard->setVMName(QString(200, u'n'));
+    choose(&VMDraft::name, QString(200, u'n'));
     m_wizard->create();
     QTRY_VERIFY(m_wizard->errorMessage().contains(u"too long a path"_s));
     QVERIFY(machines().isEmpty());
     QVERIFY(QDir(FileUrl::path(m_stage->host.root())).isEmpty());
-    m_wizard->setVMName(u"n"_s);
+    choose(&VMDraft::name, u"n"_s);
     m_wizard->create();
     QTRY_COMPARE(machines().size(), 1);
 }
