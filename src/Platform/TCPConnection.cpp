@@ -6,11 +6,9 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <memory>
 #include <utility>
@@ -51,46 +49,42 @@ int pendingError(int socket)
 TCPConnection::TCPConnection(const QString &host, quint16 port)
     : m_host(host)
     , m_port(port)
-    , m_wakeEvent(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
-{
-    if (!m_wakeEvent.isValid())
-        throw PlatformError(errno, u"connect to"_s, endpoint());
-}
+{}
 
 bool TCPConnection::open()
 {
     const AddressList addresses = lookUp(m_host, m_port);
     int error = EHOSTUNREACH;
-    for (const addrinfo *address = addresses.get(); address && !m_isCancelled; address = address->ai_next) {
+    for (const addrinfo *address = addresses.get(); address && !isCancelled(); address = address->ai_next) {
         error = connectTo(*address);
         if (error == 0)
-            return !m_isCancelled;
+            return !isCancelled();
     }
-    if (m_isCancelled)
+    if (isCancelled())
         return false;
     throw PlatformError(error, u"connect to"_s, endpoint());
 }
 
 int TCPConnection::connectTo(const addrinfo &address)
 {
-    m_socket.reset(
-        ::socket(address.ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, address.ai_protocol));
-    if (!m_socket.isValid())
+    UniqueDescriptor socket(::socket(address.ai_family, SOCK_STREAM | SOCK_CLOEXEC, address.ai_protocol));
+    if (!socket.isValid())
         return errno;
+    m_stream.reset(std::move(socket));
     // The requests are a few bytes each and are waited for.
     const int on = 1;
-    ::setsockopt(m_socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    if (::connect(m_socket.get(), address.ai_addr, address.ai_addrlen) == 0)
+    ::setsockopt(m_stream.descriptor(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    if (::connect(m_stream.descriptor(), address.ai_addr, address.ai_addrlen) == 0)
         return 0;
     if (errno != EINPROGRESS)
         return errno;
-    return waitFor(POLLOUT) ? pendingError(m_socket.get()) : ECANCELED;
+    return waitFor(POLLOUT) ? pendingError(m_stream.descriptor()) : ECANCELED;
 }
 
 std::size_t TCPConnection::receive(std::span<std::byte> target)
 {
-    while (!m_isCancelled) {
-        const ssize_t count = ::recv(m_socket.get(), target.data(), target.size(), 0);
+    while (!isCancelled()) {
+        const ssize_t count = ::recv(m_stream.descriptor(), target.data(), target.size(), 0);
         if (count >= 0)
             return static_cast<std::size_t>(count);
         if (errno == EAGAIN) {
@@ -110,81 +104,22 @@ void TCPConnection::wakeFor(std::size_t bytes)
     constexpr std::size_t largePiece = std::size_t{1024} * 1024;
     const int wakeBytes = static_cast<int>(std::min(bytes, largePiece));
     if (std::exchange(m_wakeBytes, wakeBytes) != wakeBytes)
-        ::setsockopt(m_socket.get(), SOL_SOCKET, SO_RCVLOWAT, &wakeBytes, sizeof wakeBytes);
-}
-
-void TCPConnection::send(std::span<const std::byte> bytes)
-{
-    while (!bytes.empty() && !m_isCancelled) {
-        const ssize_t count = ::send(m_socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (count >= 0)
-            bytes = bytes.subspan(static_cast<std::size_t>(count));
-        else if (errno == EAGAIN)
-            (void)waitFor(POLLOUT);
-        else if (errno != EINTR)
-            return;
-    }
-}
-
-bool TCPConnection::post(std::span<const std::byte> bytes)
-{
-    {
-        const std::lock_guard lock(m_postedMutex);
-        if (m_posted.size() + bytes.size() > maxPostedBytes)
-            return false;
-        m_posted.insert(m_posted.end(), bytes.begin(), bytes.end());
-    }
-    ::eventfd_write(m_wakeEvent.get(), 1);
-    return true;
-}
-
-bool TCPConnection::hasPosted()
-{
-    const std::lock_guard lock(m_postedMutex);
-    return !m_posted.empty();
-}
-
-void TCPConnection::sendPosted()
-{
-    const std::lock_guard lock(m_postedMutex);
-    const ssize_t count = ::send(m_socket.get(), m_posted.data(), m_posted.size(), MSG_NOSIGNAL);
-    if (count > 0)
-        m_posted.erase(m_posted.begin(), m_posted.begin() + count);
-    else if (count < 0 && errno != EAGAIN && errno != EINTR)
-        m_posted.clear(); // the next receive() meets the failure as well
+        ::setsockopt(m_stream.descriptor(), SOL_SOCKET, SO_RCVLOWAT, &wakeBytes, sizeof wakeBytes);
 }
 
 void TCPConnection::waitForFailure()
 {
     if (!waitFor(0))
         return;
-    const int error = pendingError(m_socket.get());
+    const int error = pendingError(m_stream.descriptor());
     throw PlatformError(error ? error : ECONNRESET, u"receive from"_s, endpoint());
-}
-
-void TCPConnection::cancel()
-{
-    m_isCancelled = true;
-    ::eventfd_write(m_wakeEvent.get(), 1);
 }
 
 bool TCPConnection::waitFor(short events)
 {
-    while (!m_isCancelled) {
-        const bool sends = (events & POLLIN) != 0 && hasPosted();
-        const auto interest = static_cast<short>(events | (sends ? POLLOUT : 0));
-        std::array waits{pollfd{.fd = m_socket.get(), .events = interest, .revents = 0},
-                         pollfd{.fd = m_wakeEvent.get(), .events = POLLIN, .revents = 0}};
-        if (::poll(waits.data(), waits.size(), -1) <= 0)
-            continue;
-        eventfd_t count = 0;
-        if (waits[1].revents != 0)
-            ::eventfd_read(m_wakeEvent.get(), &count);
-        if (sends && (waits[0].revents & POLLOUT) != 0)
-            sendPosted();
-        if ((waits[0].revents & (events | POLLERR | POLLHUP | POLLNVAL)) != 0)
+    while (!isCancelled())
+        if (m_stream.wait(events))
             return true;
-    }
     return false;
 }
 

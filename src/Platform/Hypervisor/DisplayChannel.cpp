@@ -5,13 +5,8 @@
 
 #include <QPointer>
 
-#include <fcntl.h>
 #include <poll.h>
-#include <sys/eventfd.h>
-#include <sys/socket.h>
 
-#include <array>
-#include <cerrno>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -42,15 +37,9 @@ QString describe(rfb::ScreenConversation::Failure failure)
 
 DisplayChannel::DisplayChannel(UniqueDescriptor socket, QObject *parent)
     : QObject(parent)
-    , m_socket(std::move(socket))
-    , m_wakeEvent(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
-    , m_receiver(m_socket.get())
+    , m_receiver(socket.get())
 {
-    if (!m_wakeEvent.isValid())
-        throw PlatformError(errno, u"open the display"_s);
-    const int flags = ::fcntl(m_socket.get(), F_GETFL);
-    if (flags < 0 || ::fcntl(m_socket.get(), F_SETFL, flags | O_NONBLOCK) < 0)
-        throw PlatformError(errno, u"open the display"_s);
+    m_stream.reset(std::move(socket));
     m_pokeTimer.setInterval(pokeInterval);
     connect(&m_pokeTimer, &QTimer::timeout, this, &DisplayChannel::poke);
     m_thread = std::thread([this] { run(); });
@@ -58,11 +47,7 @@ DisplayChannel::DisplayChannel(UniqueDescriptor socket, QObject *parent)
 
 DisplayChannel::~DisplayChannel()
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        m_isStopping = true;
-    }
-    wake();
+    m_stream.cancel();
     m_thread.join();
 }
 
@@ -78,7 +63,7 @@ void DisplayChannel::requestUpdate()
     if (!m_isUpdateInUse || m_update)
         return;
     m_isRequestWanted = true;
-    wake();
+    m_stream.wake();
 }
 
 std::optional<rfb::CursorShape> DisplayChannel::takeCursor()
@@ -103,13 +88,7 @@ bool DisplayChannel::send(std::span<const std::byte> messages)
 {
     const std::lock_guard lock(m_mutex);
     // Before the handshake is over the server would take a message for a part of it.
-    if (!m_isOpen || m_output.size() + messages.size() > maxWaitingBytes)
-        return false;
-    m_output.insert(m_output.end(), messages.begin(), messages.end());
-    flush();
-    if (!m_output.empty())
-        wake();
-    return true;
+    return m_isOpen && m_stream.post(messages);
 }
 
 void DisplayChannel::setWatched(bool isWatched)
@@ -136,38 +115,23 @@ void DisplayChannel::run()
 
 bool DisplayChannel::wait()
 {
-    while (true) {
-        std::array waits{pollfd{.fd = m_socket.get(), .events = 0, .revents = 0},
-                         pollfd{.fd = m_wakeEvent.get(), .events = POLLIN, .revents = 0}};
+    while (!m_stream.isCancelled()) {
+        bool receives = false;
         {
             const std::lock_guard lock(m_mutex);
-            if (m_isStopping)
-                return false;
             if (std::exchange(m_isRequestWanted, false)) {
                 m_isUpdateInUse = false;
                 m_receiver.conversation().requestUpdate();
             }
-            const std::vector<std::byte> answers = m_receiver.conversation().takeOutput();
-            m_output.insert(m_output.end(), answers.begin(), answers.end());
-            flush();
-            // A server that is answered must read the answers.
-            const bool mayReceive = !m_isUpdateInUse && m_output.size() <= maxWaitingBytes;
-            if (mayReceive && m_receiver.hasReadAhead())
-                return true;
-            if (mayReceive)
-                waits[0].events |= POLLIN;
-            if (!m_output.empty())
-                waits[0].events |= POLLOUT;
+            receives = !m_isUpdateInUse;
         }
-        if (::poll(waits.data(), waits.size(), -1) < 0 && errno != EINTR)
-            throw PlatformError(errno, u"watch the display"_s);
-        eventfd_t wakes = 0;
-        if (waits[1].revents != 0)
-            ::eventfd_read(m_wakeEvent.get(), &wakes);
-        // Also at the end of the connection, which is told of without being asked for.
-        if ((waits[0].revents & ~POLLOUT) != 0)
+        m_stream.answer(m_receiver.conversation().takeOutput());
+        if (receives && m_receiver.hasReadAhead() && !m_stream.isHeldUp())
+            return true;
+        if (m_stream.wait(receives ? POLLIN : 0))
             return true;
     }
+    return false;
 }
 
 /// Gives the main thread what receive() brought.
@@ -195,24 +159,6 @@ void DisplayChannel::hand(bool isOver, const QString &reason)
     post(news);
 }
 
-/// Sends what the socket takes at once; the thread sees to the rest.
-void DisplayChannel::flush()
-{
-    if (m_output.empty())
-        return;
-    const ssize_t count =
-        ::send(m_socket.get(), m_output.data(), m_output.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    // A failure is met by receive() as well.
-    if (count > 0)
-        m_output.erase(m_output.begin(), m_output.begin() + count);
-}
-
-/// Lets the thread look anew at what there is to do.
-void DisplayChannel::wake()
-{
-    ::eventfd_write(m_wakeEvent.get(), 1);
-}
-
 /// Has deliver() called once, however much comes until then.
 void DisplayChannel::post(const News &news)
 {
@@ -226,13 +172,10 @@ void DisplayChannel::post(const News &news)
     QMetaObject::invokeMethod(this, &DisplayChannel::deliver, Qt::QueuedConnection);
 }
 
+/// Where something waits already there is no need for more.
 void DisplayChannel::poke()
 {
-    std::unique_lock lock(m_mutex);
-    const bool isIdle = m_output.empty();
-    lock.unlock();
-    // Where something waits already there is no need for more.
-    if (isIdle)
+    if (m_stream.isIdle())
         send(rfb::emptyCutText());
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Hypervisor/DisplayReceiver.h"
-#include "Platform/UniqueDescriptor.h"
+#include "Platform/StreamSocket.h"
 
 #include <QObject>
 #include <QString>
@@ -12,7 +12,6 @@
 #include <optional>
 #include <span>
 #include <thread>
-#include <vector>
 
 /// One connection to a guest's screen, keyboard and pointer (VZVirtualMachine::openDisplay()), with a thread
 /// that receives into a copy of the screen. Nothing here waits for the emulator, and the emulator sends no
@@ -22,9 +21,6 @@ class DisplayChannel : public QObject
     Q_OBJECT
 
 public:
-    /// What may wait for an emulator that does not read.
-    static constexpr std::size_t maxWaitingBytes = std::size_t{64} * 1024;
-
     /// Takes a connected stream socket on which the peer speaks RFB. Throws PlatformError or
     /// std::system_error when the process has no descriptors or threads left.
     explicit DisplayChannel(UniqueDescriptor socket, QObject *parent = nullptr);
@@ -84,17 +80,12 @@ private:
     [[nodiscard]] bool wait();
     void hand(bool isOver, const QString &reason);
 
-    // With m_mutex.
-    void flush();
-    void post(const News &news);
-
-    void wake();
+    void post(const News &news); ///< with m_mutex
     void poke();
     void deliver();
 
     QTimer m_pokeTimer;
-    UniqueDescriptor m_socket;
-    UniqueDescriptor m_wakeEvent;
+    StreamSocket m_stream;
     DisplayReceiver m_receiver; ///< of the thread alone
 
     mutable std::mutex m_mutex; ///< for all below, never held for long
@@ -104,9 +95,7 @@ private:
     bool m_isRequestWanted = false;
     std::optional<rfb::CursorShape> m_cursor;
     Input m_input;
-    std::vector<std::byte> m_output;
     bool m_isOpen = false; ///< the handshake is over and the connection is not
-    bool m_isStopping = false;
     News m_news;
     bool m_isDelivering = false;
 

@@ -1,6 +1,6 @@
 #include "UI/Components/Display/VNCInputConnection.h"
 
-#include "Platform/TCPConnection.h"
+#include "Platform/StreamSocket.h"
 #include "UI/Components/Display/VNCConnection.h"
 
 #include <QSocketNotifier>
@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 namespace {
 
 // Some thousand movements of the pointer: more than a person makes until a server has answered.
-constexpr std::size_t maximumWaitingBytes = TCPConnection::maxPostedBytes;
+constexpr std::size_t maximumWaitingBytes = StreamSocket::maxWaitingBytes;
 
 } // namespace
 
