@@ -2,7 +2,6 @@
 #include "App/State/AppStage.h"
 #include "support/TestMain.h"
 
-#include <QDir>
 #include <QSignalSpy>
 
 using namespace Qt::StringLiterals;
@@ -14,8 +13,6 @@ class DocumentOpenerTest : public QObject
 private Q_SLOTS:
     void init();
     void machineIsFoundHoweverItsFolderIsSpelt();
-    void machineOutsideTheRootIsListedOnce();
-    void movedMachineIsItselfAndACopyIsAnother();
     void imagesGoToTheWizard();
     void othersAreRefused();
     void documentsWaitForTheMachines();
@@ -61,37 +58,6 @@ void DocumentOpenerTest::machineIsFoundHoweverItsFolderIsSpelt()
         QCOMPARE(m_consoles->constFirst().constFirst().toUuid(), vm->id());
         QCOMPARE(m_state->vmManager()->virtualMachines().size(), 1);
     }
-}
-
-void DocumentOpenerTest::machineOutsideTheRootIsListedOnce()
-{
-    QVERIFY(QDir().mkpath(m_stage->host.path(u"disk"_s)));
-    QVERIFY(
-        QDir().rename(m_stage->host.path(u"Virtual Machines/a.vm"_s), m_stage->host.path(u"disk/b.vm"_s)));
-    m_state->load();
-    QVERIFY(m_state->vmManager()->virtualMachines().isEmpty());
-    open(u"disk/b.vm"_s);
-    open(u"disk/b.vm"_s);
-    QCOMPARE(m_consoles->count(), 2);
-    QCOMPARE(m_state->vmManager()->virtualMachines().size(), 1);
-    const VMConfiguration &configuration =
-        m_state->vmManager()->virtualMachines().constFirst()->configuration();
-    QCOMPARE(FileUrl::path(configuration.diskURL()), m_stage->host.path(u"disk/b.vm/disk.img"_s));
-}
-
-void DocumentOpenerTest::movedMachineIsItselfAndACopyIsAnother()
-{
-    const QString root = m_stage->host.path(u"Virtual Machines"_s);
-    QVERIFY(QDir(root).mkdir(u"copy.vm"_s));
-    QVERIFY(QFile::copy(root + u"/a.vm/config.json"_s, root + u"/copy.vm/config.json"_s));
-    open(u"Virtual Machines/copy.vm"_s);
-    QCOMPARE(m_consoles->count(), 1);
-    QCOMPARE(m_state->vmManager()->virtualMachines().size(), 2);
-
-    QVERIFY(QDir().rename(root + u"/a.vm"_s, root + u"/b.vm"_s));
-    open(u"Virtual Machines/b.vm"_s);
-    QCOMPARE(m_consoles->count(), 2);
-    QCOMPARE(m_state->vmManager()->virtualMachines().size(), 2);
 }
 
 void DocumentOpenerTest::imagesGoToTheWizard()

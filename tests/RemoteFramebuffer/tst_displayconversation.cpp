@@ -87,7 +87,6 @@ private Q_SLOTS:
     void takesPixelsAsTheFormatSays();
     void skipsTheBodiesOfOtherMessages_data();
     void skipsTheBodiesOfOtherMessages();
-    void dropsRectanglesWithoutMemory();
     void dropsAbsurdRectanglesAndGoesOn();
 };
 
@@ -211,14 +210,6 @@ void TestDisplayConversation::skipsTheBodiesOfOtherMessages()
     const Outcome outcome = play(handshake(1, 1) + message + message + update(1, 1, "abcd"));
     QCOMPARE(outcome.pictures, (QList<Picture>{{1, 1, rfb::PixelLayout::BGRX, "abcd"}}));
     QCOMPARE(outcome.sent, opening + request(1, 1).repeated(2));
-}
-
-void TestDisplayConversation::dropsRectanglesWithoutMemory()
-{
-    const Outcome outcome =
-        play(handshake(2, 2) + update(2, 2, "abcd"), [](std::size_t) { return rfb::PixelBuffer(); });
-    QVERIFY(outcome.pictures.isEmpty());
-    QCOMPARE(outcome.sent, opening + request(2, 2).repeated(2));
 }
 
 void TestDisplayConversation::dropsAbsurdRectanglesAndGoesOn()

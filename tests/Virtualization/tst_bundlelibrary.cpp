@@ -22,7 +22,6 @@ private Q_SLOTS:
     void init();
     void cleanup();
     void listsWhatAnotherApplicationMakes();
-    void listsWhatIsSlowlyCopied();
     void keepsWhatAnotherApplicationSaves();
     void makesAMachineOfACopy();
     void tellsTheOriginalFromItsCopy();
@@ -185,20 +184,6 @@ void BundleLibraryTest::keepsWhatAnotherApplicationSaves()
     QCOMPARE(edit(theirs, same, &VMConfiguration::cpuCount, 4), QString());
     ours.takeOverChanges(*vm); // it runs: what it runs with stays
     QCOMPARE(vm->configuration().cpuCount, 2);
-}
-
-void BundleLibraryTest::listsWhatIsSlowlyCopied()
-{
-    addMachine(u"a"_s);
-    m_manager->listNewBundles();
-    QVERIFY(QDir(root()).mkdir(u"slow.vm"_s));
-    age();
-    m_manager->listNewBundles();
-    QCOMPARE(names(), QStringList(u"a"_s));
-    m_host->write(u"Virtual Machines/slow.vm/config.json"_s,
-                  encodeConfiguration(make(u"slow"_s, GuestOperatingSystem::windows11ARM64)));
-    m_manager->listNewBundles();
-    QCOMPARE(names(), QStringList({u"a"_s, u"slow"_s}));
 }
 
 void BundleLibraryTest::makesAMachineOfACopy()

@@ -33,9 +33,7 @@ private Q_SLOTS:
     void startsNeverTouchALivingGuest();
     void guestsAreGivenTimeToShutDown();
     void workIsLostUnlessAnInstallerHasJustBegun();
-    void stopForgetsOnlyItsOwnActivity();
     void installationTakesTheRightImage();
-    void failedInstallationCanBeRepeated();
     void installationIsCompletedOnceAndOnlyWhenOff();
     void unsavedBootIsAnErrorOfARunningGuest();
     void managerMayGoWhileAnOperationWaits();
@@ -413,21 +411,6 @@ void VMManagerTest::workIsLostUnlessAnInstallerHasJustBegun()
     QVERIFY(m_manager->mayLoseWork(*vm));
 }
 
-void VMManagerTest::stopForgetsOnlyItsOwnActivity()
-{
-    VirtualMachine *first = addMachine(u"first"_s);
-    VirtualMachine *second = addMachine(u"second"_s);
-    finish(m_manager->start(first));
-    finish(m_manager->start(second));
-    QSignalSpy changed(m_manager.get(), &VMManager::activeVMIDChanged);
-    finish(m_manager->stop(first));
-    QCOMPARE(m_manager->activeVMID(), second->id());
-    QCOMPARE(changed.count(), 0);
-    finish(m_manager->stop(second));
-    QVERIFY(!m_manager->activeVMID() && m_manager->activeController() == nullptr);
-    QCOMPARE(changed.count(), 1);
-}
-
 void VMManagerTest::installationTakesTheRightImage()
 {
     const std::optional own = u"own.iso"_s;
@@ -452,20 +435,6 @@ void VMManagerTest::installationTakesTheRightImage()
             QVERIFY(storedMetadata(vm).lastBootedAt);
         }
     }
-}
-
-void VMManagerTest::failedInstallationCanBeRepeated()
-{
-    VirtualMachine *vm = addMachine(u"a"_s, u"own.iso"_s);
-    controllerOf(vm)->failingCall = u"start"_s;
-    QCOMPARE(errorTextOf([&] { finish(m_manager->beginInstallation(vm)); }), u"start failed."_s);
-    QCOMPARE(vm->state(), VMState::error);
-    QCOMPARE(vm->installationState(), VMInstallationState::ready);
-    QCOMPARE(vm->lastError(), u"start failed."_s);
-    QVERIFY(vm->canInstall());
-    controllerOf(vm)->failingCall.clear();
-    finish(m_manager->beginInstallation(vm));
-    QCOMPARE(vm->state(), VMState::running);
 }
 
 void VMManagerTest::installationIsCompletedOnceAndOnlyWhenOff()

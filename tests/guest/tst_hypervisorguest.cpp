@@ -28,17 +28,13 @@ class HypervisorGuestTest : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void pausesForReal();
     void stopsAndStartsAgain();
     void tellsAPowerOffFromAFailure();
     void runsOneMachineOnce();
-    void saysWhatTheEmulatorRefuses();
     void endsAStartThatNobodyWaitsFor();
     void takesUpWhatSomebodyElseHasStarted();
     void takesUpWhatItsLauncherHasLeftStandingStill();
     void followsItsMovedFolder();
-    void clearsAwayWhatWasKilledMeanwhile();
-    void waitsForSpaceOnAFullDisk();
 };
 
 namespace {
@@ -121,20 +117,6 @@ void HypervisorGuestTest::initTestCase()
     QVERIFY(VZVirtualMachine::isSupported());
 }
 
-void HypervisorGuestTest::pausesForReal()
-{
-    const GuestBundle bundle;
-    EmulatorSession session(bundle.configuration);
-    finish(session.boot());
-    QCOMPARE(statusOf(bundle), u"running"_s);
-    finish(session.pause());
-    QCOMPARE(statusOf(bundle), u"paused"_s);
-    finish(session.resume());
-    QCOMPARE(statusOf(bundle), u"running"_s);
-    finish(session.quit());
-    QVERIFY(QTest::qWaitFor([&] { return session.hasEnded(); }, patience));
-}
-
 void HypervisorGuestTest::stopsAndStartsAgain()
 {
     const GuestBundle bundle;
@@ -153,8 +135,10 @@ void HypervisorGuestTest::stopsAndStartsAgain()
         // After a pause that was given up nobody knows whether it runs.
         QCOMPARE(perform([&](const auto &handler) { machine.resume(handler); }), QString());
         QCOMPARE(machine.state(), VZVirtualMachine::State::running);
+        QCOMPARE(statusOf(bundle), u"running"_s);
         QCOMPARE(perform([&](const auto &handler) { machine.pause(handler); }), QString());
         QCOMPARE(machine.state(), VZVirtualMachine::State::paused);
+        QCOMPARE(statusOf(bundle), u"paused"_s);
         QCOMPARE(stop(machine), QString());
         QCOMPARE(machine.state(), VZVirtualMachine::State::stopped);
         QCOMPARE(stop(machine), u"The virtual machine cannot be stopped now."_s);
@@ -208,23 +192,6 @@ void HypervisorGuestTest::runsOneMachineOnce()
     QTRY_VERIFY(emulators().isEmpty());
     QCOMPARE(start(second), QString());
     QCOMPARE(stop(second), QString());
-}
-
-void HypervisorGuestTest::saysWhatTheEmulatorRefuses()
-{
-    const GuestBundle bundle;
-    GuestBundle other;
-    other.configuration.storageDevices = bundle.configuration.storageDevices;
-    VZVirtualMachine machine(bundle.configuration);
-    VZVirtualMachine sharer(other.configuration);
-    QCOMPARE(start(machine), QString());
-    const QString error = start(sharer);
-    QVERIFY2(error.contains("lock"_L1) || error.contains("another process"_L1), qUtf8Printable(error));
-    QCOMPARE(sharer.state(), VZVirtualMachine::State::stopped);
-    QCOMPARE(emulators().size(), 1);
-    QCOMPARE(stop(machine), QString());
-    QCOMPARE(start(sharer), QString());
-    QCOMPARE(stop(sharer), QString());
 }
 
 void HypervisorGuestTest::endsAStartThatNobodyWaitsFor()
@@ -311,51 +278,6 @@ void HypervisorGuestTest::followsItsMovedFolder()
     QCOMPARE(stop(machine), QString());
     QVERIFY(!QFile::exists(folder + u" moved/control.sock"_s));
     QVERIFY(QFile::rename(folder + u" moved"_s, folder));
-}
-
-void HypervisorGuestTest::clearsAwayWhatWasKilledMeanwhile()
-{
-    const GuestBundle bundle;
-    {
-        VZVirtualMachine machine(bundle.configuration);
-        QCOMPARE(start(machine), QString());
-    }
-    const QString socket = FileUrl::path(bundle.configuration.controlSocket);
-    ::kill(emulators().value(0), SIGKILL);
-    QTRY_VERIFY(emulators().isEmpty());
-    QVERIFY(QFile::exists(socket));
-    VZVirtualMachine machine(bundle.configuration);
-    const GuestTakeUp found = finish(machine.takeUp());
-    QCOMPARE(found.outcome, GuestTakeUp::Outcome::noGuest);
-    QCOMPARE(found.reason, u"The emulator ended unexpectedly."_s);
-    QVERIFY(!QFile::exists(socket));
-    QCOMPARE(finish(machine.takeUp()).reason, QString());
-}
-
-void HypervisorGuestTest::waitsForSpaceOnAFullDisk()
-{
-    if (::geteuid() != 0)
-        QSKIP("mounts a file system");
-    const SmallFileSystem disk;
-    const GuestBundle bundle(SmallFileSystem::fillingScript);
-    SmallFileSystem::addLargeFile(
-        FileUrl::path(attachmentOf(bundle.configuration.storageDevices.first()).url()));
-    Owner owner;
-    VZVirtualMachine machine(bundle.configuration);
-    machine.setDelegate(&owner);
-    QStringList reasons;
-    connect(&machine, &VZVirtualMachine::statusSeen, this, [&](const QString &reason) {
-        if (!reason.isEmpty())
-            reasons.append(reason);
-    });
-    QCOMPARE(start(machine), QString());
-    QTRY_COMPARE_WITH_TIMEOUT(machine.state(), VZVirtualMachine::State::paused, 90'000);
-    QTRY_COMPARE(reasons.value(0),
-                 u"The host has no space left for the virtual disk. Make room, then resume."_s);
-    disk.grow();
-    QCOMPARE(perform([&](const auto &handler) { machine.resume(handler); }), QString());
-    QTRY_COMPARE_WITH_TIMEOUT(owner.told, QStringList{u"guest did stop"_s}, 90'000);
-    QCOMPARE(machine.state(), VZVirtualMachine::State::stopped);
 }
 
 KELVO_TEST_MAIN(HypervisorGuestTest)

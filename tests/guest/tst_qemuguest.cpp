@@ -29,7 +29,6 @@ private Q_SLOTS:
     void initTestCase();
     void init() { DiagnosticLogger::shared().clear(); }
     void livesAWholeLife();
-    void startsAgainAfterAKilledEmulator();
     void oneDiskImageServesOneMachine();
     void takesUpWhatSomebodyElseHasStarted();
     void clearsAwayWhatEndedMeanwhile();
@@ -187,33 +186,6 @@ void TestQEMUGuest::livesAWholeLife()
         }
         controller.reset();
         QTRY_COMPARE(ProcessCensus::take(), before);
-    }
-}
-
-void TestQEMUGuest::startsAgainAfterAKilledEmulator()
-{
-    for (const bool isAlone : {false, true}) { // as after the application's end: the TPM stays
-        const Machine machine(u"Killed, perhaps alone"_s);
-        const ProcessCensus before = ProcessCensus::take();
-        auto controller = makeController();
-        QStringList told;
-        controller->onUnaskedChange([&told](const QString &reason) { told.append(reason); });
-        QVERIFY2(machine.start(*controller).isNull(), qPrintable(log()));
-        const pid_t process = machine.process();
-        if (isAlone)
-            controller.reset();
-        QCOMPARE(::kill(process, SIGKILL), 0);
-        QTRY_COMPARE(ProcessCensus::take().children, before.children + (isAlone ? 1 : 0));
-        if (isAlone) {
-            controller = makeController();
-        } else {
-            QTRY_COMPARE(controller->state(), VMState::poweredOff);
-            QVERIFY(!machine.hasSockets());
-            QCOMPARE(told, QStringList(u"The emulator was killed by signal 9."_s));
-        }
-        QVERIFY2(machine.start(*controller).isNull(), qPrintable(log()));
-        QCOMPARE(QCoro::waitFor(outcomeOf(controller->stop())), QString());
-        QTRY_COMPARE(ProcessCensus::take().children, before.children);
     }
 }
 

@@ -15,7 +15,6 @@ private Q_SLOTS:
     void propertiesNotifyOnRealChangesOnly();
     void machineIsAtWorkUnlessItStandsStill();
     void selectionOfAMissingMachineIsNone();
-    void settingsShowTheSelectedMachineElseTheApplication();
     void failedCommandsLeaveTheLatestText();
     void consoleIsAskedForOnlyOnceInstallationBegan();
     void stateMayGoWhileACommandWaits();
@@ -95,20 +94,6 @@ void AppStateTest::selectionOfAMissingMachineIsNone()
     m_state->load();
     QCOMPARE(selection.count(), 2);
     QCOMPARE(m_state->selectedVM(), nullptr);
-}
-
-void AppStateTest::settingsShowTheSelectedMachineElseTheApplication()
-{
-    const QSignalSpy content(m_state, &AppState::detailContentChanged);
-    QCOMPARE(m_state->detailContent(), DetailContent::MachineList);
-    m_state->setSelectedSection(SidebarSection::running);
-    QCOMPARE(content.count(), 0);
-    m_state->setSelectedSection(SidebarSection::settings);
-    QCOMPARE(m_state->detailContent(), DetailContent::ApplicationSettings);
-    m_state->showSettings(m_vm);
-    QCOMPARE(m_state->selectedVM(), m_vm);
-    QCOMPARE(m_state->detailContent(), DetailContent::MachineSettings);
-    QCOMPARE(content.count(), 2);
 }
 
 void AppStateTest::failedCommandsLeaveTheLatestText()

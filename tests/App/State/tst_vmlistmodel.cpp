@@ -27,11 +27,9 @@ class VMListModelTest : public QObject
 
 private Q_SLOTS:
     void init();
-    void newMachinesAreInserted();
     void sectionsAddAndTakeRows();
     void reloadKeepsRowsAndReplacesMachines();
     void reloadMovesARenamedMachine();
-    void sourceMayGo();
 
 private:
     VirtualMachine *machine(int number) const
@@ -68,16 +66,6 @@ void VMListModelTest::init()
     m_changes.clear();
     m_model->setSource(m_stage->state.get());
     QCOMPARE(takeChanges(), u"+"_s);
-}
-
-void VMListModelTest::newMachinesAreInserted()
-{
-    m_stage->add(u"1"_s);
-    QCOMPARE(takeChanges(), u"+"_s);
-    QCOMPARE(namesIn(*m_model), QStringList({u"a"_s, u"b"_s, u"c"_s, u"d"_s, u"1"_s}));
-    QCOMPARE(m_model->rowOf(m_model->machineAt(1)), 1);
-    QCOMPARE(m_model->machineAt(5), nullptr);
-    QCOMPARE(m_model->rowOf(nullptr), -1);
 }
 
 void VMListModelTest::sectionsAddAndTakeRows()
@@ -121,12 +109,6 @@ void VMListModelTest::reloadMovesARenamedMachine()
     const QString changes = takeChanges();
     QVERIFY2(changes.contains(u'>') && !changes.contains(u'+') && !changes.contains(u'!'),
              qPrintable(changes));
-}
-
-void VMListModelTest::sourceMayGo()
-{
-    m_stage->state.reset();
-    QCOMPARE(m_model->count(), 0);
 }
 
 KELVO_TEST_MAIN(VMListModelTest)

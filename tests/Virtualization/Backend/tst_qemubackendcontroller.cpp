@@ -34,12 +34,10 @@ private Q_SLOTS:
     void runsOnWithoutItsTPM();
     void stopsAfterItsBundleHasGone();
     void stopsWhateverQEMUDoes();
-    void reportsWhatQEMURefuses();
     void followsWhatItsGuestDoes();
     void letsOperationsEndWithoutTheController();
     void leavesGuestsAloneWhenTheApplicationQuits();
     void runsManyMachinesAtOnce();
-    void leavesNothingBehindAfterManyStarts();
 
 private:
     ProcessCensus m_clean;
@@ -383,19 +381,6 @@ void TestQEMUBackendController::stopsWhateverQEMUDoes()
     }
 }
 
-void TestQEMUBackendController::reportsWhatQEMURefuses()
-{
-    const QString refusing =
-        uR"(accept; send {"QMP": {}}; read-line; send {"return": {}}; read-line; send {"error": {"desc": "Not now"}};)"_s;
-    Machine machine(QEMUStage(u"open-port; open-socket;"_s + refusing + refusing + u"hang"_s), forSilentOnes);
-    QCOMPARE(machine.configureAndStart(), QString());
-    QCOMPARE(machine.pause(), u"Not now"_s);
-    QCOMPARE(machine.state(), VMState::paused);
-    QCOMPARE(machine.resume(), u"Not now"_s);
-    QCOMPARE(machine.state(), VMState::paused);
-    QCOMPARE(machine.stop(), QString());
-}
-
 /// Another hand pauses and resumes it, the host's disk runs full, and in the end the host cannot run it.
 void TestQEMUBackendController::followsWhatItsGuestDoes()
 {
@@ -521,27 +506,6 @@ void TestQEMUBackendController::runsManyMachinesAtOnce()
         QCOMPARE(childCount(), starts ? 60 : 0);
     }
     QCOMPARE(beat.complaint(EventLoopBeat::unnoticedWithLaunch), QString());
-}
-
-void TestQEMUBackendController::leavesNothingBehindAfterManyStarts()
-{
-    if (!isSoak())
-        QSKIP("for the label soak");
-    // What waits for a time-out that is no longer needed goes with it, and must not be counted.
-    Machine machine(QEMUStage(), forLateOnes);
-    const auto play = [&](int rounds) {
-        for (int i = 0; i < rounds; ++i)
-            if (!machine.configureAndStart().isNull() || !machine.stop().isNull())
-                return false;
-        return true;
-    };
-    QVERIFY(play(100)); // the log and what else is kept comes to its full size
-    const qsizetype bytesBefore = residentBytes();
-    QVERIFY(play(400));
-    [[maybe_unused]] const qsizetype growth = residentBytes() - bytesBefore;
-#ifndef __SANITIZE_ADDRESS__ // which keeps freed memory from being used again
-    QVERIFY2(growth < 512 * 1024, qPrintable(QString::number(growth)));
-#endif
 }
 
 int main(int argc, char *argv[])

@@ -25,15 +25,13 @@ private Q_SLOTS:
     void exchangesACommand_data();
     void exchangesACommand();
     void knowsWhetherSomebodyListens();
-    void staysAliveWhileManyPeersHang();
 };
 
 namespace {
 
 constexpr QMPTimeouts patient = {.socketFile = 30s, .exchange = 30s};
-/// For peers that stop answering, and for those that never answer.
+/// For peers that stop answering.
 constexpr QMPTimeouts hurried = {.socketFile = 30s, .exchange = 2s};
-constexpr QMPTimeouts impatient = {.socketFile = 30s, .exchange = 300ms};
 
 /// A null string or the error's text.
 QString send(const QMPClient &client, const QString &command = u"stop"_s)
@@ -155,23 +153,6 @@ void TestQMPClient::knowsWhetherSomebodyListens()
     QCOMPARE(send(QMPClient(FileUrl::file(path), patient)), u"Could not connect to QMP socket."_s);
     QCOMPARE(send(QMPClient(FileUrl::file(path + u'x'), patient)), u"Unix socket path is too long."_s);
     QTRY_COMPARE(ProcessCensus::take(), before);
-}
-
-void TestQMPClient::staysAliveWhileManyPeersHang()
-{
-    const Peer silent(u"hang"_s); // its queue takes 8 connections; the others wait to connect
-    QTRY_VERIFY(QFile::exists(silent.socket()));
-    const EventLoopBeat beat;
-    int failures = 0;
-    for (int i = 0; i < 40; ++i) {
-        QCoro::connect(outcomeOf(QMPClient(silent.url(), impatient).pause()), this,
-                       [&](const QString &failure) { failures += failure.isNull() ? 0 : 1; });
-    }
-    QVERIFY2(failures < 40, "each was waited for on this thread");
-    const Peer friendly(u"serve-qmp"_s);
-    QCOMPARE(send(QMPClient(friendly.url(), patient)), QString());
-    QTRY_COMPARE(failures, 40);
-    QCOMPARE(beat.complaint(EventLoopBeat::unnoticedWithLaunch), QString());
 }
 
 KELVO_TEST_MAIN(TestQMPClient)

@@ -53,7 +53,6 @@ private Q_SLOTS:
     void init();
     void tellsEverySizeAndAsksForNoPixels();
     void floodOfSizesIsTamed();
-    void knowsNothingOfAReplacedServer();
     void sendsOnceTheServerTakesKeys();
     void neverWaitsForAServerThatDoesNotRead();
     void screensPassKeysAndPointerOn();
@@ -95,18 +94,6 @@ void TestVNCInputConnection::floodOfSizesIsTamed()
     m_server->send(flood + sizeUpdate(7, 7));
     QTRY_COMPARE(m_sizes->count() > 0 ? m_sizes->last()[0].toSize() : QSize(), QSize(7, 7));
     QVERIFY2(m_sizes->count() < 10'000, qPrintable(QString::number(m_sizes->count())));
-}
-
-void TestVNCInputConnection::knowsNothingOfAReplacedServer()
-{
-    ScriptedServer second;
-    m_server->send(handshake(1, 1));
-    QTRY_COMPARE(m_sizes->count(), 1);
-    m_server->send(sizeUpdate(9, 9));
-    m_input->connect(localhost, second.port());
-    second.send(handshake(1, 1));
-    QTRY_COMPARE(m_sizes->count(), 2);
-    QCOMPARE(m_sizes->at(1)[0].toSize(), QSize(1, 1));
 }
 
 void TestVNCInputConnection::sendsOnceTheServerTakesKeys()
