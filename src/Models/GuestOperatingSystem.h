@@ -1,9 +1,6 @@
 #pragma once
 
-#include <QString>
-
-#include <array>
-#include <optional>
+#include "Models/StoredEnumeration.h"
 
 enum class GuestOperatingSystem
 {
@@ -12,14 +9,15 @@ enum class GuestOperatingSystem
     otherARM64
 };
 
-inline constexpr std::array allGuestOperatingSystems = {
-    GuestOperatingSystem::windows11ARM64,
-    GuestOperatingSystem::linuxARM64,
-    GuestOperatingSystem::otherARM64,
-};
+template<>
+inline constexpr auto rawTexts<GuestOperatingSystem> = std::to_array<CaseText<GuestOperatingSystem>>({
+    {GuestOperatingSystem::windows11ARM64, "Windows 11 ARM64"},
+    {GuestOperatingSystem::linuxARM64, "Linux ARM64"},
+    {GuestOperatingSystem::otherARM64, "Other ARM64 OS"},
+});
 
-/// The stored form, which is also the name shown to people.
-[[nodiscard]] QString rawValue(GuestOperatingSystem guestOS);
-[[nodiscard]] std::optional<GuestOperatingSystem> guestOperatingSystemFromRawValue(QStringView text);
-/// "ARM64" for every guest.
-[[nodiscard]] QString architecture(GuestOperatingSystem guestOS);
+/// The same for every guest.
+[[nodiscard]] inline QString architecture(GuestOperatingSystem)
+{
+    return QStringLiteral("ARM64");
+}

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <QString>
-
-#include <optional>
+#include "Models/StoredEnumeration.h"
 
 enum class InstallationMediaType
 {
@@ -11,6 +9,9 @@ enum class InstallationMediaType
     installationImage
 };
 
-/// The stored form.
-[[nodiscard]] QString rawValue(InstallationMediaType type);
-[[nodiscard]] std::optional<InstallationMediaType> installationMediaTypeFromRawValue(QStringView text);
+template<>
+inline constexpr auto rawTexts<InstallationMediaType> = std::to_array<CaseText<InstallationMediaType>>({
+    {InstallationMediaType::iso, "iso"},
+    {InstallationMediaType::existingDisk, "existingDisk"},
+    {InstallationMediaType::installationImage, "installationImage"},
+});

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Models/StoredEnumeration.h"
+
 #include <QDateTime>
 #include <QJsonObject>
 #include <QUuid>
@@ -36,14 +38,13 @@ public:
     /// 36 characters with hyphens, upper or lower case.
     [[nodiscard]] std::optional<QUuid> uuid(QLatin1StringView key) const;
     /// An enumeration's case by its raw text; an unknown text is a Fault.
-    template<typename Enumeration>
-    [[nodiscard]] std::optional<Enumeration>
-    enumeration(QLatin1StringView key, std::optional<Enumeration> (*fromText)(QStringView)) const
+    template<StoredEnumeration Enumeration>
+    [[nodiscard]] std::optional<Enumeration> enumeration(QLatin1StringView key) const
     {
         const std::optional<QString> text = string(key);
         if (!text)
             return std::nullopt;
-        const std::optional<Enumeration> value = fromText(*text);
+        const std::optional<Enumeration> value = fromRawValue<Enumeration>(*text);
         if (!value)
             throw Fault();
         return value;

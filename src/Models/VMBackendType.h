@@ -8,10 +8,14 @@ enum class VMBackendType
     qemuHVF
 };
 
-inline constexpr std::array allVMBackendTypes = {VMBackendType::appleVirtualization, VMBackendType::qemuHVF};
+template<>
+inline constexpr auto rawTexts<VMBackendType> = std::to_array<CaseText<VMBackendType>>({
+    {VMBackendType::appleVirtualization, "Apple Virtualization"},
+    {VMBackendType::qemuHVF, "QEMU (HVF)"},
+});
 
-/// The stored form, which is also the name shown to people.
-[[nodiscard]] QString rawValue(VMBackendType backend);
-[[nodiscard]] std::optional<VMBackendType> vmBackendTypeFromRawValue(QStringView text);
-[[nodiscard]] QString displayName(VMBackendType backend);
-[[nodiscard]] VMBackendType recommendedBackend(GuestOperatingSystem guestOS);
+[[nodiscard]] constexpr VMBackendType recommendedBackend(GuestOperatingSystem guestOS)
+{
+    return guestOS == GuestOperatingSystem::windows11ARM64 ? VMBackendType::qemuHVF
+                                                           : VMBackendType::appleVirtualization;
+}

@@ -59,13 +59,13 @@ VMConfiguration decode(const ObjectReader &reader)
     VMConfiguration configuration;
     configuration.id = required(reader.uuid("id"_L1));
     configuration.name = required(reader.string("name"_L1));
-    configuration.guestOS = required(reader.enumeration("guestOS"_L1, guestOperatingSystemFromRawValue));
-    configuration.backend = reader.enumeration("backend"_L1, vmBackendTypeFromRawValue)
-                                .value_or(recommendedBackend(configuration.guestOS));
+    configuration.guestOS = required(reader.enumeration<GuestOperatingSystem>("guestOS"_L1));
+    configuration.backend =
+        reader.enumeration<VMBackendType>("backend"_L1).value_or(recommendedBackend(configuration.guestOS));
     configuration.cpuCount = required(reader.integer("cpuCount"_L1));
     configuration.memorySizeBytes = byteCount(reader, "memorySizeBytes"_L1);
     configuration.diskSizeBytes = byteCount(reader, "diskSizeBytes"_L1);
-    configuration.networkMode = required(reader.enumeration("networkMode"_L1, vmNetworkModeFromRawValue));
+    configuration.networkMode = required(reader.enumeration<VMNetworkMode>("networkMode"_L1));
     configuration.storageDirectory = folder(required(reader.string("storageDirectory"_L1)));
     configuration.diskFileName = fileName(reader, "diskFileName"_L1, u"disk.img"_s);
     configuration.efiVariableStoreFileName =
@@ -77,7 +77,7 @@ VMConfiguration decode(const ObjectReader &reader)
     configuration.displayScaling = reader.number("displayScaling"_L1).value_or(1.0);
     configuration.installationMediaPath = reader.string("installationMediaPath"_L1);
     configuration.installationMediaType =
-        reader.enumeration("installationMediaType"_L1, installationMediaTypeFromRawValue);
+        reader.enumeration<InstallationMediaType>("installationMediaType"_L1);
     configuration.virtioDriversMediaPath = reader.string("virtioDriversMediaPath"_L1);
     configuration.vncPort =
         reader.integer("vncPort"_L1).value_or(VMConfiguration::defaultVNCPort(configuration.id));

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <QString>
-
-#include <optional>
+#include "Models/StoredEnumeration.h"
 
 /// How far a guest's installation has come.
 enum class VMInstallationState
@@ -13,9 +11,24 @@ enum class VMInstallationState
     completed
 };
 
-/// The stored form.
-[[nodiscard]] QString rawValue(VMInstallationState state);
-[[nodiscard]] std::optional<VMInstallationState> vmInstallationStateFromRawValue(QStringView text);
-[[nodiscard]] QString displayName(VMInstallationState state);
+template<>
+inline constexpr auto rawTexts<VMInstallationState> = std::to_array<CaseText<VMInstallationState>>({
+    {VMInstallationState::notStarted, "notStarted"},
+    {VMInstallationState::ready, "ready"},
+    {VMInstallationState::inProgress, "inProgress"},
+    {VMInstallationState::completed, "completed"},
+});
+
+template<>
+inline constexpr auto displayNames<VMInstallationState> = std::to_array<CaseText<VMInstallationState>>({
+    {VMInstallationState::notStarted, "Not Started"},
+    {VMInstallationState::ready, "Ready to Install"},
+    {VMInstallationState::inProgress, "Installing"},
+    {VMInstallationState::completed, "Installed"},
+});
+
 /// Every state but `completed`, which is final.
-[[nodiscard]] bool canBeginInstallation(VMInstallationState state);
+[[nodiscard]] constexpr bool canBeginInstallation(VMInstallationState state)
+{
+    return state != VMInstallationState::completed;
+}

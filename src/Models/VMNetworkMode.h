@@ -1,9 +1,6 @@
 #pragma once
 
-#include <QString>
-
-#include <array>
-#include <optional>
+#include "Models/StoredEnumeration.h"
 
 enum class VMNetworkMode
 {
@@ -11,8 +8,8 @@ enum class VMNetworkMode
     disconnected
 };
 
-inline constexpr std::array allVMNetworkModes = {VMNetworkMode::nat, VMNetworkMode::disconnected};
-
-/// The stored form, which is also the name shown to people.
-[[nodiscard]] QString rawValue(VMNetworkMode mode);
-[[nodiscard]] std::optional<VMNetworkMode> vmNetworkModeFromRawValue(QStringView text);
+template<>
+inline constexpr auto rawTexts<VMNetworkMode> = std::to_array<CaseText<VMNetworkMode>>({
+    {VMNetworkMode::nat, "Shared (NAT)"},
+    {VMNetworkMode::disconnected, "Disconnected"},
+});

@@ -28,9 +28,8 @@ VMPersistedMetadata decodeMetadata(const QByteArray &document)
         const ObjectReader reader(document);
         VMPersistedMetadata metadata;
         metadata.installationCompletedAt = reader.date("installationCompletedAt"_L1);
-        metadata.installationState =
-            reader.enumeration("installationState"_L1, vmInstallationStateFromRawValue)
-                .value_or(VMInstallationState::notStarted);
+        metadata.installationState = reader.enumeration<VMInstallationState>("installationState"_L1)
+                                         .value_or(VMInstallationState::notStarted);
         metadata.lastBootedAt = reader.date("lastBootedAt"_L1);
         metadata.notes = reader.string("notes"_L1);
         metadata.version = reader.integer("version"_L1).value_or(versionBeforeItWasWritten);

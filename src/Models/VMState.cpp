@@ -1,32 +1,11 @@
 #include "Models/VMState.h"
 
-#include "Models/RawText.h"
-
 #include <algorithm>
+#include <array>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr std::array<RawText<VMState>, 7> stateTexts = {{
-    {VMState::poweredOff, "poweredOff"_L1},
-    {VMState::starting, "starting"_L1},
-    {VMState::running, "running"_L1},
-    {VMState::paused, "paused"_L1},
-    {VMState::stopping, "stopping"_L1},
-    {VMState::suspended, "suspended"_L1},
-    {VMState::error, "error"_L1},
-}};
-
-constexpr std::array<RawText<VMState>, 7> stateNames = {{
-    {VMState::poweredOff, "Powered Off"_L1},
-    {VMState::starting, "Starting"_L1},
-    {VMState::running, "Running"_L1},
-    {VMState::paused, "Paused"_L1},
-    {VMState::stopping, "Stopping"_L1},
-    {VMState::suspended, "Suspended"_L1},
-    {VMState::error, "Error"_L1},
-}};
 
 struct Move
 {
@@ -46,21 +25,6 @@ constexpr std::array allowedMoves = {
 };
 
 } // namespace
-
-QString rawValue(VMState state)
-{
-    return rawTextOf(stateTexts, state);
-}
-
-std::optional<VMState> vmStateFromRawValue(QStringView text)
-{
-    return fromRawText(stateTexts, text);
-}
-
-QString displayName(VMState state)
-{
-    return rawTextOf(stateNames, state);
-}
 
 bool canStart(VMState state)
 {

@@ -1,9 +1,7 @@
 #pragma once
 
+#include "Models/StoredEnumeration.h"
 #include "Platform/LocalizedError.h"
-
-#include <array>
-#include <optional>
 
 /// Where a guest's run is, as its backend sees it.
 enum class VMState
@@ -17,15 +15,28 @@ enum class VMState
     error
 };
 
-inline constexpr std::array allVMStates = {
-    VMState::poweredOff, VMState::starting,  VMState::running, VMState::paused,
-    VMState::stopping,   VMState::suspended, VMState::error,
-};
+template<>
+inline constexpr auto rawTexts<VMState> = std::to_array<CaseText<VMState>>({
+    {VMState::poweredOff, "poweredOff"},
+    {VMState::starting, "starting"},
+    {VMState::running, "running"},
+    {VMState::paused, "paused"},
+    {VMState::stopping, "stopping"},
+    {VMState::suspended, "suspended"},
+    {VMState::error, "error"},
+});
 
-/// The stored form.
-[[nodiscard]] QString rawValue(VMState state);
-[[nodiscard]] std::optional<VMState> vmStateFromRawValue(QStringView text);
-[[nodiscard]] QString displayName(VMState state);
+template<>
+inline constexpr auto displayNames<VMState> = std::to_array<CaseText<VMState>>({
+    {VMState::poweredOff, "Powered Off"},
+    {VMState::starting, "Starting"},
+    {VMState::running, "Running"},
+    {VMState::paused, "Paused"},
+    {VMState::stopping, "Stopping"},
+    {VMState::suspended, "Suspended"},
+    {VMState::error, "Error"},
+});
+
 [[nodiscard]] bool canStart(VMState state);
 [[nodiscard]] bool canStop(VMState state);
 [[nodiscard]] bool canPause(VMState state);

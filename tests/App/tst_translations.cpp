@@ -37,8 +37,6 @@ void TranslationsTest::languageOfTheLocaleIsShown()
 void TranslationsTest::everyNameOfTheModelIsKnown()
 {
     const QStringList sameInGerman = {u"Downloads"_s, u"Windows 11 ARM64"_s, u"Linux ARM64"_s};
-    const std::array installationStates = {VMInstallationState::notStarted, VMInstallationState::ready,
-                                           VMInstallationState::inProgress, VMInstallationState::completed};
     const auto names = [](const auto &values) {
         QStringList result;
         for (const auto value : values)
@@ -46,8 +44,9 @@ void TranslationsTest::everyNameOfTheModelIsKnown()
         return result;
     };
     const auto all = [&] {
-        return names(allVMStates) + names(installationStates) + names(allVMNetworkModes) +
-               names(allGuestOperatingSystems) + names(allSidebarSections);
+        return names(allCases<VMState>) + names(allCases<VMInstallationState>) +
+               names(allCases<VMNetworkMode>) + names(allCases<GuestOperatingSystem>) +
+               names(allCases<SidebarSection>);
     };
     const QStringList english = all();
     QVERIFY(Translations::install(QLocale(u"de_DE"_s)));

@@ -86,7 +86,6 @@ private Q_SLOTS:
     void alertShowsTheTextUntilItIsAnswered();
     void consoleFollowsItsMachine();
     void stoppingIsQuestionedWhereItWasAskedFor();
-    void consoleOfAnUnknownMachineSaysSo();
     void cardsAreSelectedAndCommanded();
     void hintsExplainWhatNeedsThem();
     void cardsHoldTheirButtonsWithLargeText();
@@ -136,7 +135,7 @@ void WindowsTest::mainWindowShowsEverySection()
 {
     for (const ColorScheme scheme : {ColorScheme::light, ColorScheme::dark}) {
         Appearance::shared().setOverride(scheme);
-        for (const SidebarSection section : allSidebarSections) {
+        for (const SidebarSection section : allCases<SidebarSection>) {
             m_app->state().setSelectedSection(section);
             m_app->state().select(section == SidebarSection::settings ? machine(0) : nullptr);
             QTest::qWait(20);
@@ -319,17 +318,6 @@ void WindowsTest::stoppingIsQuestionedWhereItWasAskedFor()
     QTest::keyClick(mainWindow(), Qt::Key_Return);
     QTRY_COMPARE(vm->state(), VMState::poweredOff);
     QCOMPARE(controller.calls.count(u"stop"_s), 1);
-}
-
-void WindowsTest::consoleOfAnUnknownMachineSaysSo()
-{
-    const QUuid id = QUuid::createUuid();
-    m_app->state().setConsoleVMID(id);
-    m_app->state().setShowingConsole(true);
-    QQuickWindow *console = m_app->consoleWindow(id);
-    QVERIFY(console);
-    QTRY_VERIFY(findItem(console, u"Virtual machine not found."_s));
-    QVERIFY(!m_app->state().showingConsole());
 }
 
 void WindowsTest::cardsAreSelectedAndCommanded()

@@ -59,6 +59,22 @@ void AppState::setSelectedSection(SidebarSection section)
     updateDerivedState();
 }
 
+QStringList AppState::sectionTitles() const
+{
+    QStringList titles;
+    for (const SidebarSection section : allCases<SidebarSection>)
+        titles.append(localizedName(section));
+    return titles;
+}
+
+QStringList AppState::sectionSymbols() const
+{
+    QStringList symbols;
+    for (const SidebarSection section : allCases<SidebarSection>)
+        symbols.append(symbol(section));
+    return symbols;
+}
+
 DetailContent AppState::detailContent() const
 {
     switch (m_selectedSection) {
@@ -80,48 +96,6 @@ void AppState::setSelectedVMID(const std::optional<QUuid> &id)
     m_selectedVMID = id;
     Q_EMIT selectedVMIDChanged();
     updateDerivedState();
-}
-
-void AppState::setShowingCreateVM(bool showing)
-{
-    if (std::exchange(m_showingCreateVM, showing) != showing)
-        Q_EMIT showingCreateVMChanged();
-}
-
-void AppState::setShowingAppSettings(bool showing)
-{
-    if (std::exchange(m_showingAppSettings, showing) != showing)
-        Q_EMIT showingAppSettingsChanged();
-}
-
-void AppState::setShowingConsole(bool showing)
-{
-    if (std::exchange(m_showingConsole, showing) != showing)
-        Q_EMIT showingConsoleChanged();
-}
-
-void AppState::setConsoleVMID(const std::optional<QUuid> &id)
-{
-    if (m_consoleVMID == id)
-        return;
-    m_consoleVMID = id;
-    Q_EMIT consoleVMIDChanged();
-}
-
-void AppState::setErrorMessage(const QString &message)
-{
-    if (m_errorMessage == message)
-        return;
-    m_errorMessage = message;
-    Q_EMIT errorMessageChanged();
-}
-
-void AppState::setProposedImage(const QUrl &image)
-{
-    if (m_proposedImage == image)
-        return;
-    m_proposedImage = image;
-    Q_EMIT proposedImageChanged();
 }
 
 VirtualMachine *AppState::selectedVM() const

@@ -25,6 +25,9 @@ class AppState : public QObject
     Q_MOC_INCLUDE("Virtualization/VMManager.h")
     Q_PROPERTY(SidebarSectionEnum::SidebarSection selectedSection READ selectedSection WRITE
                    setSelectedSection NOTIFY selectedSectionChanged)
+    /// In the order of the sections.
+    Q_PROPERTY(QList<QString> sectionTitles READ sectionTitles CONSTANT)
+    Q_PROPERTY(QList<QString> sectionSymbols READ sectionSymbols CONSTANT)
     Q_PROPERTY(QString sectionTitle READ sectionTitle NOTIFY selectedSectionChanged)
     Q_PROPERTY(DetailContentEnum::DetailContent detailContent READ detailContent NOTIFY detailContentChanged)
     Q_PROPERTY(VirtualMachine *selectedVM READ selectedVM NOTIFY selectedVMChanged)
@@ -47,25 +50,45 @@ public:
 
     [[nodiscard]] SidebarSection selectedSection() const { return m_selectedSection; }
     void setSelectedSection(SidebarSection section);
+    [[nodiscard]] QStringList sectionTitles() const;
+    [[nodiscard]] QStringList sectionSymbols() const;
     [[nodiscard]] QString sectionTitle() const { return localizedName(m_selectedSection); }
     [[nodiscard]] DetailContent detailContent() const;
     [[nodiscard]] std::optional<QUuid> selectedVMID() const { return m_selectedVMID; }
     void setSelectedVMID(const std::optional<QUuid> &id);
     [[nodiscard]] bool showingCreateVM() const { return m_showingCreateVM; }
-    void setShowingCreateVM(bool showing);
+    void setShowingCreateVM(bool showing)
+    {
+        assign(m_showingCreateVM, showing, &AppState::showingCreateVMChanged);
+    }
     [[nodiscard]] bool showingAppSettings() const { return m_showingAppSettings; }
-    void setShowingAppSettings(bool showing);
+    void setShowingAppSettings(bool showing)
+    {
+        assign(m_showingAppSettings, showing, &AppState::showingAppSettingsChanged);
+    }
     [[nodiscard]] bool showingConsole() const { return m_showingConsole; }
-    void setShowingConsole(bool showing);
+    void setShowingConsole(bool showing)
+    {
+        assign(m_showingConsole, showing, &AppState::showingConsoleChanged);
+    }
     /// The machine for which showingConsole() was set.
     [[nodiscard]] std::optional<QUuid> consoleVMID() const { return m_consoleVMID; }
-    void setConsoleVMID(const std::optional<QUuid> &id);
+    void setConsoleVMID(const std::optional<QUuid> &id)
+    {
+        assign(m_consoleVMID, id, &AppState::consoleVMIDChanged);
+    }
     /// Empty means that there is none.
     [[nodiscard]] QString errorMessage() const { return m_errorMessage; }
-    void setErrorMessage(const QString &message);
+    void setErrorMessage(const QString &message)
+    {
+        assign(m_errorMessage, message, &AppState::errorMessageChanged);
+    }
     /// The installation medium for the next wizard, which takes it; invalid when there is none.
     [[nodiscard]] QUrl proposedImage() const { return m_proposedImage; }
-    void setProposedImage(const QUrl &image);
+    void setProposedImage(const QUrl &image)
+    {
+        assign(m_proposedImage, image, &AppState::proposedImageChanged);
+    }
     /// True while a machine starts, runs or stops: not while it is paused.
     [[nodiscard]] bool isMachineAtWork() const { return m_isMachineAtWork; }
     /// True once load() has ended for the first time.
@@ -131,6 +154,14 @@ private:
         console
     };
 
+    template<typename Value>
+    void assign(Value &field, const Value &value, void (AppState::*changed)())
+    {
+        if (field == value)
+            return;
+        field = value;
+        Q_EMIT(this->*changed)();
+    }
     void begin(VirtualMachine *vm, VMCommand command, Asker asker);
     [[nodiscard]] QCoro::Task<> run(QPointer<VirtualMachine> vm, VMCommand command, Asker asker);
     void complete(VirtualMachine *vm, Asker asker);

@@ -1,5 +1,3 @@
-#include "App/State/LocalizedName.h"
-
 #include <QCoreApplication>
 
 namespace {
@@ -28,34 +26,4 @@ namespace {
     QT_TRANSLATE_NOOP("SidebarSection", "Settings"),
 };
 
-QString localized(const char *context, const QString &name)
-{
-    return QCoreApplication::translate(context, name.toUtf8().constData());
-}
-
 } // namespace
-
-QString localizedName(VMState state)
-{
-    return localized("VMState", displayName(state));
-}
-
-QString localizedName(VMInstallationState state)
-{
-    return localized("VMInstallationState", displayName(state));
-}
-
-QString localizedName(VMNetworkMode mode)
-{
-    return localized("VMNetworkMode", rawValue(mode));
-}
-
-QString localizedName(GuestOperatingSystem guestOS)
-{
-    return localized("GuestOperatingSystem", rawValue(guestOS));
-}
-
-QString localizedName(SidebarSection section)
-{
-    return localized("SidebarSection", rawValue(section));
-}

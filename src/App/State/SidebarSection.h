@@ -1,11 +1,9 @@
 #pragma once
 
-#include <QObject>
-#include <QString>
-#include <QtQml/qqmlregistration.h>
+#include "Models/StoredEnumeration.h"
 
-#include <array>
-#include <optional>
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
 
 /// The sidebar's rows, in their order.
 namespace SidebarSectionEnum {
@@ -24,15 +22,23 @@ Q_ENUM_NS(SidebarSection)
 } // namespace SidebarSectionEnum
 using SidebarSection = SidebarSectionEnum::SidebarSection;
 
-inline constexpr std::array allSidebarSections = {
-    SidebarSection::virtualMachines,
-    SidebarSection::running,
-    SidebarSection::downloads,
-    SidebarSection::settings,
-};
+// The titles are also the sections' identities.
+template<>
+inline constexpr auto rawTexts<SidebarSection> = std::to_array<CaseText<SidebarSection>>({
+    {SidebarSection::virtualMachines, "Virtual Machines"},
+    {SidebarSection::running, "Running"},
+    {SidebarSection::downloads, "Downloads"},
+    {SidebarSection::settings, "Settings"},
+});
 
-/// The title, which is also the section's identity.
-[[nodiscard]] QString rawValue(SidebarSection section);
-[[nodiscard]] std::optional<SidebarSection> sidebarSectionFromRawValue(QStringView text);
 /// A name of the symbol catalogue.
-[[nodiscard]] QString symbol(SidebarSection section);
+[[nodiscard]] inline QString symbol(SidebarSection section)
+{
+    static constexpr auto symbols = std::to_array<CaseText<SidebarSection>>({
+        {SidebarSection::virtualMachines, "desktopcomputer"},
+        {SidebarSection::running, "play.circle"},
+        {SidebarSection::downloads, "arrow.down.circle"},
+        {SidebarSection::settings, "gearshape"},
+    });
+    return textOf(section, symbols);
+}

@@ -19,13 +19,13 @@ QStringList textsOf(const List &list, Text text)
 
 QStringList VMChoices::guests() const
 {
-    return textsOf(allGuestOperatingSystems,
+    return textsOf(allCases<GuestOperatingSystem>,
                    [](GuestOperatingSystem guestOS) { return localizedName(guestOS); });
 }
 
 QStringList VMChoices::guestBackends() const
 {
-    return textsOf(allGuestOperatingSystems,
+    return textsOf(allCases<GuestOperatingSystem>,
                    [](GuestOperatingSystem guestOS) { return displayName(recommendedBackend(guestOS)); });
 }
 
@@ -46,7 +46,7 @@ QStringList VMChoices::diskSizes() const
 
 QStringList VMChoices::networks() const
 {
-    return textsOf(allVMNetworkModes, [](VMNetworkMode mode) { return localizedName(mode); });
+    return textsOf(allCases<VMNetworkMode>, [](VMNetworkMode mode) { return localizedName(mode); });
 }
 
 QString VMChoices::sizeText(quint64 bytes)

@@ -1,13 +1,10 @@
 #pragma once
 
-#include "Models/InstallationMediaType.h"
-
 #include <QObject>
 #include <QStringList>
 #include <QtQml/qqmlregistration.h>
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 
 /// What can be chosen for a machine, as views show it: the texts of lists of values, in the order of these.
@@ -24,12 +21,6 @@ class VMChoices : public QObject
     Q_PROPERTY(QList<QString> networks READ networks CONSTANT)
 
 public:
-    static constexpr std::array allMediaTypes = {
-        InstallationMediaType::iso,
-        InstallationMediaType::existingDisk,
-        InstallationMediaType::installationImage,
-    };
-
     [[nodiscard]] QStringList guests() const;
     [[nodiscard]] QStringList guestBackends() const;
     [[nodiscard]] QStringList mediaTypes() const;

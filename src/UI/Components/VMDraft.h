@@ -48,13 +48,19 @@ public:
 
     bool operator==(const VMDraft &) const = default;
 
-    [[nodiscard]] int guestIndex() const { return VMChoices::indexIn(allGuestOperatingSystems, guestOS); }
-    void setGuestIndex(int index) { VMChoices::choose(guestOS, allGuestOperatingSystems, index); }
+    [[nodiscard]] int guestIndex() const
+    {
+        return VMChoices::indexIn(allCases<GuestOperatingSystem>, guestOS);
+    }
+    void setGuestIndex(int index) { VMChoices::choose(guestOS, allCases<GuestOperatingSystem>, index); }
     [[nodiscard]] int mediaTypeIndex() const
     {
-        return VMChoices::indexIn(VMChoices::allMediaTypes, mediaType);
+        return VMChoices::indexIn(allCases<InstallationMediaType>, mediaType);
     }
-    void setMediaTypeIndex(int index) { VMChoices::choose(mediaType, VMChoices::allMediaTypes, index); }
+    void setMediaTypeIndex(int index)
+    {
+        VMChoices::choose(mediaType, allCases<InstallationMediaType>, index);
+    }
     [[nodiscard]] int memoryIndex() const
     {
         return VMChoices::indexIn(VMConfiguration::memoryOptions(), memoryBytes);
@@ -69,6 +75,9 @@ public:
         return VMChoices::indexIn(VMConfiguration::diskOptions(), diskBytes);
     }
     void setDiskIndex(int index) { VMChoices::choose(diskBytes, VMConfiguration::diskOptions(), index); }
-    [[nodiscard]] int networkIndex() const { return VMChoices::indexIn(allVMNetworkModes, networkMode); }
-    void setNetworkIndex(int index) { VMChoices::choose(networkMode, allVMNetworkModes, index); }
+    [[nodiscard]] int networkIndex() const
+    {
+        return VMChoices::indexIn(allCases<VMNetworkMode>, networkMode);
+    }
+    void setNetworkIndex(int index) { VMChoices::choose(networkMode, allCases<VMNetworkMode>, index); }
 };

@@ -92,24 +92,9 @@ BadgeTone::Tone badgeTone(VMState state)
     Q_UNREACHABLE();
 }
 
-void VMPresenter::setVM(VirtualMachine *vm)
-{
-    if (m_vm == vm)
-        return;
-    if (m_vm)
-        m_vm->disconnect(this);
-    m_vm = vm;
-    if (m_vm) {
-        connect(m_vm, &VirtualMachine::changed, this, &VMPresenter::update);
-        connect(m_vm, &QObject::destroyed, this, &VMPresenter::update);
-    }
-    Q_EMIT vmChanged();
-    update();
-}
-
 void VMPresenter::update()
 {
-    VMPresentation shown = m_vm ? presentationOf(*m_vm) : VMPresentation();
+    VMPresentation shown = vm() ? presentationOf(*vm()) : VMPresentation();
     if (m_shown == shown)
         return;
     m_shown = std::move(shown);

@@ -1,11 +1,7 @@
 #pragma once
 
-#include "Models/VirtualMachine.h"
+#include "UI/Components/VMFollower.h"
 #include "UI/Toolkit/Style/BadgeTone.h"
-
-#include <QObject>
-#include <QPointer>
-#include <QtQml/qqmlregistration.h>
 
 /// What a card or console says of one machine, and which of its buttons are shown and enabled.
 struct VMPresentation
@@ -74,25 +70,20 @@ public:
 [[nodiscard]] BadgeTone::Tone badgeTone(VMState state);
 
 /// Keeps the presentation of a machine up to date; an empty one without a machine.
-class VMPresenter : public QObject
+class VMPresenter : public VMFollower
 {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(VirtualMachine *vm READ vm WRITE setVM NOTIFY vmChanged)
     Q_PROPERTY(VMPresentation shown READ shown NOTIFY shownChanged)
 
 public:
-    [[nodiscard]] VirtualMachine *vm() const { return m_vm; }
-    void setVM(VirtualMachine *vm);
     [[nodiscard]] const VMPresentation &shown() const { return m_shown; }
 
 Q_SIGNALS:
-    void vmChanged();
     void shownChanged();
 
 private:
-    void update();
+    void update() override;
 
-    QPointer<VirtualMachine> m_vm;
     VMPresentation m_shown;
 };

@@ -3,21 +3,6 @@
 #include "App/State/LocalizedName.h"
 #include "Virtualization/Backend/VMBackendController.h"
 
-void ConsolePresenter::setVM(VirtualMachine *vm)
-{
-    if (m_vm == vm)
-        return;
-    if (m_vm)
-        m_vm->disconnect(this);
-    m_vm = vm;
-    if (m_vm) {
-        connect(m_vm, &VirtualMachine::changed, this, &ConsolePresenter::refresh);
-        connect(m_vm, &QObject::destroyed, this, &ConsolePresenter::refresh);
-    }
-    Q_EMIT vmChanged();
-    refresh();
-}
-
 void ConsolePresenter::setManager(VMManager *manager)
 {
     if (m_manager == manager)
@@ -29,7 +14,7 @@ void ConsolePresenter::setManager(VMManager *manager)
 
 void ConsolePresenter::refresh()
 {
-    const bool isComplete = m_vm && m_manager;
+    const bool isComplete = vm() && m_manager;
     if (DisplaySource display = isComplete ? displaySource() : DisplaySource(); m_display != display) {
         m_display = std::move(display);
         Q_EMIT displayChanged();
@@ -42,9 +27,9 @@ void ConsolePresenter::refresh()
 
 ConsolePresenter::DisplaySource ConsolePresenter::displaySource() const
 {
-    if (m_vm->state() != VMState::running && m_vm->state() != VMState::paused)
+    if (vm()->state() != VMState::running && vm()->state() != VMState::paused)
         return {};
-    const VMBackendController &controller = m_manager->controller(*m_vm);
+    const VMBackendController &controller = m_manager->controller(*vm());
     DisplaySource source;
     if (controller.displayKind() == VMDisplayKind::hypervisorView) {
         source.vzMachine = controller.vzMachine();
@@ -63,7 +48,7 @@ ConsolePresenter::DisplaySource ConsolePresenter::displaySource() const
 
 ConsolePresenter::Status ConsolePresenter::status() const
 {
-    const VMState state = m_vm->state();
+    const VMState state = vm()->state();
     Status shown;
     switch (state) {
     case VMState::poweredOff:
@@ -79,31 +64,31 @@ ConsolePresenter::Status ConsolePresenter::status() const
         shown.title = localizedName(state);
     }
     shown.message = message();
-    shown.serialLog = m_vm->configuration().serialLogURL();
-    shown.isBusy = m_vm->operationInProgress() || state == VMState::starting || state == VMState::stopping;
-    shown.offersDiagnostics = m_vm->lastError().has_value();
+    shown.serialLog = vm()->configuration().serialLogURL();
+    shown.isBusy = vm()->operationInProgress() || state == VMState::starting || state == VMState::stopping;
+    shown.offersDiagnostics = vm()->lastError().has_value();
     return shown;
 }
 
 QString ConsolePresenter::message() const
 {
-    if (const std::optional<QString> error = m_vm->lastError())
+    if (const std::optional<QString> error = vm()->lastError())
         return *error;
-    if (m_vm->configuration().backend == VMBackendType::qemuHVF) {
+    if (vm()->configuration().backend == VMBackendType::qemuHVF) {
         const QEMUDependencyStatus tools = m_manager->qemuDependencyService().status();
         if (!tools.isReady())
             return tools.installHint;
     }
-    switch (m_vm->state()) {
+    switch (vm()->state()) {
     case VMState::stopping:
         return tr("The virtual machine is shutting down.");
     case VMState::starting:
         return tr("The virtual machine is booting.");
     case VMState::poweredOff:
-        return m_vm->needsInstallation()
+        return vm()->needsInstallation()
                    ? tr("Install boots your Windows ISO with QEMU, a virtual TPM and UEFI firmware.")
                    : tr("Start the virtual machine to view its display.");
     default:
-        return localizedName(m_vm->state());
+        return localizedName(vm()->state());
     }
 }

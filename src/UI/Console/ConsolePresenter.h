@@ -1,20 +1,15 @@
 #pragma once
 
-#include "Models/VirtualMachine.h"
 #include "Platform/Hypervisor/VZVirtualMachine.h"
+#include "UI/Components/VMFollower.h"
 #include "Virtualization/VMManager.h"
-
-#include <QObject>
-#include <QPointer>
-#include <QtQml/qqmlregistration.h>
 
 /// What a console window shows below its buttons: the guest's screen, or a panel with a title and a message.
 /// What can be done VMPresenter says.
-class ConsolePresenter : public QObject
+class ConsolePresenter : public VMFollower
 {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(VirtualMachine *vm READ vm WRITE setVM NOTIFY vmChanged)
     Q_PROPERTY(VMManager *manager READ manager WRITE setManager NOTIFY managerChanged)
     Q_PROPERTY(Display display READ display NOTIFY displayChanged)
     Q_PROPERTY(QString vncHost READ vncHost NOTIFY displayChanged)
@@ -36,8 +31,6 @@ public:
     };
     Q_ENUM(Display)
 
-    [[nodiscard]] VirtualMachine *vm() const { return m_vm; }
-    void setVM(VirtualMachine *vm);
     [[nodiscard]] VMManager *manager() const { return m_manager; }
     void setManager(VMManager *manager);
 
@@ -58,7 +51,6 @@ public:
     Q_INVOKABLE void refresh();
 
 Q_SIGNALS:
-    void vmChanged();
     void managerChanged();
     void displayChanged();
     void statusChanged();
@@ -84,11 +76,11 @@ private:
         bool operator==(const Status &) const = default;
     };
 
+    void update() override { refresh(); }
     [[nodiscard]] DisplaySource displaySource() const;
     [[nodiscard]] Status status() const;
     [[nodiscard]] QString message() const;
 
-    QPointer<VirtualMachine> m_vm;
     QPointer<VMManager> m_manager;
     DisplaySource m_display;
     Status m_status;

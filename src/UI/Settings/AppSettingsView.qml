@@ -29,30 +29,18 @@ FormPage {
         title: qsTr("QEMU Backend (Windows)")
         values: info.qemuStatus
 
-        Item {
+        FormBlock {
             visible: info.installHint !== ""
-            width: parent.width
-            height: visible ? hint.implicitHeight + copy.height + 3 * Theme.mediumSpacing : 0
 
             Label {
-                id: hint
-
-                anchors.left: parent.left
-                anchors.leftMargin: Theme.spacing
-                y: Theme.mediumSpacing
-                width: parent.width - 2 * Theme.spacing
+                width: parent.width
                 wrapMode: Text.Wrap
                 text: info.installHint
                 font.pixelSize: Theme.caption
                 color: Theme.secondaryText
             }
             PushButton {
-                id: copy
-
-                anchors.top: hint.bottom
-                anchors.topMargin: Theme.mediumSpacing
                 anchors.left: parent.left
-                anchors.leftMargin: Theme.spacing
                 small: true
                 text: qsTr("Copy Install Command")
                 onClicked: info.copyInstallCommand()
@@ -73,17 +61,9 @@ FormPage {
         width: parent.width
         title: qsTr("Diagnostics")
 
-        Item {
-            width: parent.width
-            height: log.implicitHeight + copyLog.height + 3 * Theme.mediumSpacing
-
+        FormBlock {
             TextBlock {
-                id: log
-
-                anchors.left: parent.left
-                anchors.leftMargin: Theme.spacing
-                y: Theme.mediumSpacing
-                width: parent.width - 2 * Theme.spacing
+                width: parent.width
                 wrapMode: TextEdit.WrapAnywhere
                 text: info.diagnostics
                 font.family: Theme.monospaceFamily
@@ -91,12 +71,7 @@ FormPage {
                 color: Theme.secondaryText
             }
             PushButton {
-                id: copyLog
-
-                anchors.top: log.bottom
-                anchors.topMargin: Theme.mediumSpacing
                 anchors.left: parent.left
-                anchors.leftMargin: Theme.spacing
                 small: true
                 text: qsTr("Copy Diagnostics")
                 onClicked: info.copyDiagnostics()

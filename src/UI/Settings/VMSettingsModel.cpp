@@ -12,34 +12,18 @@
 #include <algorithm>
 #include <limits>
 
-VMSettingsModel::VMSettingsModel(QObject *parent)
-    : QObject(parent)
-{}
-
-void VMSettingsModel::setVM(VirtualMachine *vm)
-{
-    if (m_vm == vm)
-        return;
-    if (m_vm)
-        m_vm->disconnect(this);
-    m_vm = vm;
-    if (m_vm)
-        connect(m_vm, &VirtualMachine::changed, this, &VMSettingsModel::changed);
-    loadFromVM();
-}
-
 void VMSettingsModel::setAppState(AppState *appState)
 {
     m_appState = appState;
-    loadFromVM();
+    begin();
 }
 
-void VMSettingsModel::loadFromVM()
+void VMSettingsModel::begin()
 {
-    if (m_vm) {
+    if (vm()) {
         if (m_appState)
-            m_appState->vmManager()->takeOverChanges(*m_vm);
-        const VMConfiguration &configuration = m_vm->configuration();
+            m_appState->vmManager()->takeOverChanges(*vm());
+        const VMConfiguration &configuration = vm()->configuration();
         m_draft.name = configuration.name;
         m_draft.cpuCount = asInt(configuration.cpuCount);
         m_draft.memoryBytes = configuration.memorySizeBytes;
@@ -64,7 +48,7 @@ void VMSettingsModel::setDraft(const VMDraft &draft)
 
 QString VMSettingsModel::guestName() const
 {
-    return m_vm ? localizedName(m_vm->guestOS()) : QString();
+    return vm() ? localizedName(vm()->guestOS()) : QString();
 }
 
 ClosedRange<qint64> VMSettingsModel::cpuCountRange() const
@@ -81,12 +65,12 @@ int VMSettingsModel::asInt(qint64 number)
 
 bool VMSettingsModel::offersDisplayDriver() const
 {
-    return m_vm && m_vm->configuration().backend == VMBackendType::qemuHVF;
+    return vm() && vm()->configuration().backend == VMBackendType::qemuHVF;
 }
 
 QString VMSettingsModel::displayDriverMarkPath() const
 {
-    return FileUrl::path(m_vm->configuration().storageDirectory) + u'/' +
+    return FileUrl::path(vm()->configuration().storageDirectory) + u'/' +
            QLatin1StringView(displayDriverMark);
 }
 
@@ -104,11 +88,11 @@ void VMSettingsModel::saveDisplayDriver() const
 
 QList<LabeledValue> VMSettingsModel::storage() const
 {
-    if (!m_vm)
+    if (!vm())
         return {};
-    const VMConfiguration &configuration = m_vm->configuration();
+    const VMConfiguration &configuration = vm()->configuration();
     QList<LabeledValue> rows = {{tr("Maximum Size"), tr("%1 GB").arg(configuration.diskSizeGB())}};
-    if (const std::optional<quint64> bytes = m_vm->actualDiskUsageBytes())
+    if (const std::optional<quint64> bytes = vm()->actualDiskUsageBytes())
         rows.append({tr("Host Usage"), ByteCount::fileStyle(*bytes)});
     rows.append({tr("Path"), FileUrl::path(configuration.storageDirectory)});
     if (configuration.backend == VMBackendType::qemuHVF && configuration.virtioDriversMediaURL())
@@ -125,15 +109,15 @@ QString VMSettingsModel::recentLog() const
 
 bool VMSettingsModel::isRunning() const
 {
-    if (!m_vm)
+    if (!vm())
         return false;
-    const VMState state = m_vm->state();
+    const VMState state = vm()->state();
     return state == VMState::running || state == VMState::starting || state == VMState::paused;
 }
 
 VMConfiguration VMSettingsModel::edited() const
 {
-    VMConfiguration configuration = m_vm->configuration();
+    VMConfiguration configuration = vm()->configuration();
     configuration.name = m_draft.name;
     configuration.cpuCount = m_draft.cpuCount;
     configuration.memorySizeBytes = m_draft.memoryBytes;
@@ -146,7 +130,7 @@ VMConfiguration VMSettingsModel::edited() const
 
 QString VMSettingsModel::problem() const
 {
-    if (!m_vm)
+    if (!vm())
         return {};
     try {
         const VMConfiguration configuration = edited();
@@ -163,11 +147,11 @@ QString VMSettingsModel::problem() const
 
 void VMSettingsModel::saveChanges()
 {
-    if (!m_vm || !m_appState)
+    if (!vm() || !m_appState)
         return;
-    m_vm->setConfiguration(edited());
+    vm()->setConfiguration(edited());
     try {
-        m_appState->vmManager()->saveConfiguration(*m_vm);
+        m_appState->vmManager()->saveConfiguration(*vm());
         saveDisplayDriver();
     } catch (const LocalizedError &error) {
         m_appState->setErrorMessage(error.localizedDescription());
@@ -179,6 +163,6 @@ void VMSettingsModel::saveChanges()
 
 void VMSettingsModel::refreshDiskUsage()
 {
-    if (m_vm && m_appState)
-        m_appState->vmManager()->refreshDiskUsage(*m_vm);
+    if (vm() && m_appState)
+        m_appState->vmManager()->refreshDiskUsage(*vm());
 }

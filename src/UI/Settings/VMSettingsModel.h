@@ -4,19 +4,15 @@
 #include "Models/VMConfigurationValidator.h"
 #include "UI/Components/LabeledValue.h"
 #include "UI/Components/VMDraft.h"
-
-#include <QObject>
-#include <QPointer>
-#include <QtQml/qqmlregistration.h>
+#include "UI/Components/VMFollower.h"
 
 /// What is edited of one machine's settings, what may be edited and saved, and what is only shown. The
 /// draft is loaded once, when both the machine and the application's state are known; what changes
 /// elsewhere later does not overwrite it.
-class VMSettingsModel : public QObject
+class VMSettingsModel : public VMFollower
 {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(VirtualMachine *vm READ vm WRITE setVM NOTIFY changed)
     Q_PROPERTY(AppState *appState READ appState WRITE setAppState NOTIFY changed)
     Q_PROPERTY(VMDraft draft READ draft WRITE setDraft NOTIFY changed)
     Q_PROPERTY(QString guestName READ guestName NOTIFY changed)
@@ -44,10 +40,6 @@ public:
     static constexpr double minimumDisplayScaling = 0.5;
     static constexpr double maximumDisplayScaling = 2.0;
 
-    explicit VMSettingsModel(QObject *parent = nullptr);
-
-    [[nodiscard]] VirtualMachine *vm() const { return m_vm; }
-    void setVM(VirtualMachine *vm);
     [[nodiscard]] AppState *appState() const { return m_appState; }
     void setAppState(AppState *appState);
 
@@ -65,7 +57,7 @@ public:
 
     /// Nothing but the disk's usage can be changed now.
     [[nodiscard]] bool isRunning() const;
-    [[nodiscard]] bool canSave() const { return m_vm && !isRunning() && problem().isEmpty(); }
+    [[nodiscard]] bool canSave() const { return vm() && !isRunning() && problem().isEmpty(); }
     /// Why a machine of these settings could not start; empty when it could.
     [[nodiscard]] QString problem() const;
     /// Empty until a save succeeded.
@@ -81,13 +73,13 @@ Q_SIGNALS:
 private:
     /// What QML has for numbers; a stored one may be larger.
     [[nodiscard]] static int asInt(qint64 number);
-    void loadFromVM();
+    void begin() override;
+    void update() override { Q_EMIT changed(); }
     [[nodiscard]] ClosedRange<qint64> cpuCountRange() const;
     [[nodiscard]] VMConfiguration edited() const;
     [[nodiscard]] QString displayDriverMarkPath() const;
     void saveDisplayDriver() const;
 
-    QPointer<VirtualMachine> m_vm;
     QPointer<AppState> m_appState;
     VMDraft m_draft;
     QString m_saveMessage;

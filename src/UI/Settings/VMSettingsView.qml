@@ -180,31 +180,19 @@ FormPage {
             label: qsTr("Boot")
             value: qsTr("EFI")
         }
-        Item {
-            width: parent.width
-            height: logs.height + logLabel.implicitHeight + 2 * Theme.mediumSpacing + Theme.tightSpacing
+        Divider {
+            anchors.right: parent.right
+            width: parent.width - Theme.spacing
+        }
+        FormBlock {
+            spacing: Theme.tightSpacing
 
-            Divider {
-                anchors.left: parent.left
-                anchors.leftMargin: Theme.spacing
-                width: parent.width - Theme.spacing
-            }
             Label {
-                id: logLabel
-
                 anchors.left: parent.left
-                anchors.leftMargin: Theme.spacing
-                y: Theme.mediumSpacing
                 text: qsTr("Logs")
             }
             TextBlock {
-                id: logs
-
-                anchors.top: logLabel.bottom
-                anchors.topMargin: Theme.tightSpacing
-                anchors.left: parent.left
-                anchors.leftMargin: Theme.spacing
-                width: parent.width - 2 * Theme.spacing
+                width: parent.width
                 wrapMode: TextEdit.WrapAnywhere
                 text: settings.recentLog
                 font.family: Theme.monospaceFamily

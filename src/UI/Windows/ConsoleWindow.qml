@@ -1,27 +1,22 @@
 import QtQuick
-import QtQuick.Templates as T
 import Kelvo.State
 import Kelvo.Toolkit
 import Kelvo.UI
 
 /// One machine's console, or a line that says that there is no such machine.
-T.ApplicationWindow {
+AppWindow {
     id: root
 
-    property bool asksToQuit: false
-    property int stopQuestions: 0
     /// What failed in here; empty when nothing has.
     property string errorMessage: ""
     property VirtualMachine vm: null
 
+    isConsole: true
     title: vm ? vm.name : qsTr("VM Console")
     width: Math.min(1120, Screen.desktopAvailableWidth)
     height: Math.min(760, Screen.desktopAvailableHeight)
     minimumWidth: Math.min(vm ? 960 : 640, Screen.desktopAvailableWidth)
     minimumHeight: Math.min(vm ? 640 : 480, Screen.desktopAvailableHeight)
-    color: Theme.windowBackground
-    LayoutMirroring.enabled: Theme.mirrored
-    LayoutMirroring.childrenInherit: true
 
     readonly property bool isFullScreen: visibility === Window.FullScreen
     property int visibilityBefore: Window.Windowed
@@ -56,8 +51,6 @@ T.ApplicationWindow {
         color: Theme.secondaryText
     }
 
-    HintToolTip {}
-
     Connections {
         target: AppState
 
@@ -74,18 +67,6 @@ T.ApplicationWindow {
         onClosed: root.errorMessage = ""
     }
 
-    SheetLoader {
-        sheet: "QuitAlert.qml"
-        shown: root.asksToQuit
-        onDismissed: root.asksToQuit = false
-    }
-
-    Component {
-        id: stopAlert
-
-        StopAlert {}
-    }
-
     function toggleFullScreen(): void {
         if (root.isFullScreen) {
             root.visibility = root.visibilityBefore;
@@ -94,20 +75,5 @@ T.ApplicationWindow {
             root.visibility = Window.FullScreen;
             view.takeKeyboard();
         }
-    }
-
-    function askToStop(vm: VirtualMachine, isOverdue: bool): void {
-        if (!vm.canStop)
-            return; // its guest has just ended
-        const alert = stopAlert.createObject(root.contentItem, {
-            vm: vm,
-            isOverdue: isOverdue,
-            isInConsole: true
-        }) as StopAlert;
-        root.stopQuestions += 1;
-        alert.closed.connect(() => {
-            if (root) // which may be what closes it
-                root.stopQuestions -= 1;
-        });
     }
 }

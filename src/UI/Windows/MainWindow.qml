@@ -1,20 +1,14 @@
 import QtQuick
-import QtQuick.Templates as T
 import Kelvo.State
 import Kelvo.Toolkit
 import Kelvo.UI
 
-T.ApplicationWindow {
-    id: root
-
-    property bool asksToQuit: false
-
+AppWindow {
     title: AppState.detailContent === DetailContent.MachineList ? AppState.sectionTitle : "Kelvo"
     width: Math.min(1120, Screen.desktopAvailableWidth)
     height: Math.min(740, Screen.desktopAvailableHeight)
     minimumWidth: Math.min(900, Screen.desktopAvailableWidth)
     minimumHeight: Math.min(600, Screen.desktopAvailableHeight)
-    color: Theme.windowBackground
     // For the library's panels
     palette {
         window: Theme.popupBackground
@@ -29,8 +23,6 @@ T.ApplicationWindow {
         mid: Theme.cardBorder
         dark: Theme.disabledText
     }
-    LayoutMirroring.enabled: Theme.mirrored
-    LayoutMirroring.childrenInherit: true
 
     menuBar: MainMenuBar {}
 
@@ -38,8 +30,6 @@ T.ApplicationWindow {
         anchors.fill: parent
         focus: true
     }
-
-    HintToolTip {}
 
     SheetLoader {
         sheet: "CreateVMView.qml"
@@ -51,27 +41,5 @@ T.ApplicationWindow {
         sheet: "ErrorAlert.qml"
         shown: AppState.errorMessage !== ""
         onDismissed: AppState.errorMessage = ""
-    }
-
-    SheetLoader {
-        sheet: "QuitAlert.qml"
-        shown: root.asksToQuit
-        onDismissed: root.asksToQuit = false
-    }
-
-    Component {
-        id: stopAlert
-
-        StopAlert {}
-    }
-
-    function askToStop(vm: VirtualMachine, isOverdue: bool): void {
-        if (!vm.canStop)
-            return; // its guest has just ended
-        stopAlert.createObject(root.contentItem, {
-            vm: vm,
-            isOverdue: isOverdue,
-            isInConsole: false
-        });
     }
 }

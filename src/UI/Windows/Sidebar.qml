@@ -17,7 +17,7 @@ Rectangle {
         anchors.fill: parent
         anchors.margins: Theme.smallSpacing
         spacing: 2
-        model: SidebarModel {}
+        model: AppState.sectionTitles
         currentIndex: AppState.selectedSection
         activeFocusOnTab: true
         keyNavigationEnabled: true
@@ -32,15 +32,16 @@ Rectangle {
         delegate: SidebarRow {
             id: row
 
-            required property string title
-            required property int section
+            required property string modelData
+            required property int index
 
             width: list.width
-            text: title
-            highlighted: AppState.selectedSection === section
+            text: modelData
+            symbol: AppState.sectionSymbols[index]
+            highlighted: AppState.selectedSection === index
             Accessible.selectable: true
             Accessible.selected: highlighted
-            onClicked: AppState.selectedSection = section
+            onClicked: AppState.selectedSection = index
 
             FocusRing {
                 visible: list.activeFocus && row.highlighted

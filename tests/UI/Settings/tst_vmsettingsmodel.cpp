@@ -120,7 +120,7 @@ void VMSettingsModelTest::failedSavesKeepWhatWasTyped()
 
 void VMSettingsModelTest::onlyTheDiskIsMeasuredWhileItRuns()
 {
-    for (const VMState state : allVMStates) {
+    for (const VMState state : allCases<VMState>) {
         m_vm->setState(state);
         const bool runs = state == VMState::running || state == VMState::starting || state == VMState::paused;
         QCOMPARE(m_settings->canSave(), !runs);
