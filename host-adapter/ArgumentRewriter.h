@@ -33,8 +33,7 @@ public:
     /// - accelerator "hvf": "kvm" or, with the processor "max,pauth=off", "tcg";
     /// - "tpm-crb-device": "tpm-tis-device" where the former is missing;
     /// - "virtio-gpu-pci": "ramfb" where the guest has no driver for the former, and so would have no picture
-    /// from
-    ///   the moment its boot loader hands over;
+    ///   from the moment its boot loader hands over;
     /// - "virtio-net-pci": without a boot ROM, which need not be installed;
     /// - more than eight processors: "gic-version=max", as the machine does not choose that by itself under
     ///   emulation;

@@ -48,16 +48,10 @@ void StreamSocket::answer(std::span<const std::byte> messages)
     flush();
 }
 
-bool StreamSocket::isIdle() const
+std::size_t StreamSocket::waitingBytes() const
 {
     const std::lock_guard lock(m_mutex);
-    return m_waiting.empty();
-}
-
-bool StreamSocket::isHeldUp() const
-{
-    const std::lock_guard lock(m_mutex);
-    return m_waiting.size() > maxWaitingBytes;
+    return m_waiting.size();
 }
 
 /// Sends what the socket takes at once. A failure is met by whoever receives.

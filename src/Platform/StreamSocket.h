@@ -29,9 +29,9 @@ public:
     /// The same for what answers the peer, which is never refused: the peer is not heard until it reads.
     void answer(std::span<const std::byte> messages);
     /// Nothing waits to be sent. Any thread.
-    [[nodiscard]] bool isIdle() const;
+    [[nodiscard]] bool isIdle() const { return waitingBytes() == 0; }
     /// The peer has answers to read before it is heard again.
-    [[nodiscard]] bool isHeldUp() const;
+    [[nodiscard]] bool isHeldUp() const { return waitingBytes() > maxWaitingBytes; }
 
     /// True when one of `events` (poll(2)) or the end of the connection is there, and false when the thread
     /// was woken before. Throws PlatformError.
@@ -43,6 +43,7 @@ public:
     [[nodiscard]] bool isCancelled() const { return m_isCancelled; }
 
 private:
+    [[nodiscard]] std::size_t waitingBytes() const;
     void flush();
 
     UniqueDescriptor m_wakeEvent;
