@@ -67,25 +67,23 @@ void StreamSocket::flush()
 
 bool StreamSocket::wait(short events)
 {
-    bool isWoken = false;
-    while (!m_isCancelled && !isWoken) {
-        short interest = isHeldUp() ? static_cast<short>(events & ~POLLIN) : events;
-        {
-            const std::lock_guard lock(m_mutex);
-            flush();
-            if (!m_waiting.empty())
-                interest = static_cast<short>(interest | POLLOUT);
-        }
-        std::array waits{pollfd{.fd = m_socket.get(), .events = interest, .revents = 0},
-                         pollfd{.fd = m_wakeEvent.get(), .events = POLLIN, .revents = 0}};
-        if (::poll(waits.data(), waits.size(), -1) < 0 && errno != EINTR)
-            throw PlatformError(errno, u"watch a connection"_s);
-        eventfd_t count = 0;
-        isWoken = waits[1].revents != 0 && ::eventfd_read(m_wakeEvent.get(), &count) == 0;
-        if ((waits[0].revents & (events | POLLERR | POLLHUP | POLLNVAL)) != 0)
-            return true;
+    short interest = events;
+    {
+        const std::lock_guard lock(m_mutex);
+        flush();
+        if (m_waiting.size() > maxWaitingBytes)
+            interest = static_cast<short>(interest & ~POLLIN);
+        if (!m_waiting.empty())
+            interest = static_cast<short>(interest | POLLOUT);
     }
-    return false;
+    std::array waits{pollfd{.fd = m_socket.get(), .events = interest, .revents = 0},
+                     pollfd{.fd = m_wakeEvent.get(), .events = POLLIN, .revents = 0}};
+    if (::poll(waits.data(), waits.size(), -1) < 0 && errno != EINTR)
+        throw PlatformError(errno, u"watch a connection"_s);
+    eventfd_t wakes = 0;
+    if (waits[1].revents != 0)
+        ::eventfd_read(m_wakeEvent.get(), &wakes);
+    return (waits[0].revents & (events | POLLERR | POLLHUP | POLLNVAL)) != 0;
 }
 
 void StreamSocket::wake()

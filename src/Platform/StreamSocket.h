@@ -34,7 +34,7 @@ public:
     [[nodiscard]] bool isHeldUp() const { return waitingBytes() > maxWaitingBytes; }
 
     /// True when one of `events` (poll(2)) or the end of the connection is there, and false when the thread
-    /// was woken before. Throws PlatformError.
+    /// was woken or something could be sent before. Throws PlatformError.
     [[nodiscard]] bool wait(short events);
     /// Any thread.
     void wake();

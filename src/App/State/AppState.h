@@ -109,14 +109,14 @@ public:
     /// Asks for the console once the installation has begun.
     Q_INVOKABLE void installAndShowConsole(VirtualMachine *vm);
     Q_INVOKABLE void finishInstallation(VirtualMachine *vm);
-    /// Makes and selects a machine; with an image begins its installation, and then asks for the console.
-    /// Throws as the manager's operations do.
-    [[nodiscard]] QCoro::Task<> createMachine(VMConfiguration configuration,
-                                              std::optional<QUrl> installationImage);
     /// The same from the machine's console, where a failure is told, too: consoleFailed().
     Q_INVOKABLE void performInConsole(VirtualMachine *vm, VMCommandEnum::VMCommand command);
     Q_INVOKABLE void finishInstallationInConsole(VirtualMachine *vm);
     Q_INVOKABLE void showConsole(VirtualMachine *vm);
+    /// Makes and selects a machine; with an image begins its installation, and then asks for the console.
+    /// Throws as the manager's operations do.
+    [[nodiscard]] QCoro::Task<> createMachine(VMConfiguration configuration,
+                                              std::optional<QUrl> installationImage);
     /// What quitting leaves behind, for people; empty where no machine runs, is paused, starts or stops.
     Q_INVOKABLE [[nodiscard]] QString quitNotice() const;
     /// The notice has been read.
